@@ -1,0 +1,262 @@
+#include <ipxact/lmx60/c_xml_writer.h>
+
+#include <cstring>
+
+#include <ipxact/lmx60/c_any_info.h>
+
+namespace lmx60 {
+
+namespace {
+
+struct layout {
+    std::string nl = "\n";
+    std::string tab = "  ";
+    std::string attribute_nl = " ";
+    std::string attribute_tab;
+};
+
+layout& defaults()
+{
+    static layout value;
+    return value;
+}
+
+const size_t kFlushThreshold = 1 << 16;
+
+// Length of the UTF-8 sequence at `p` if it encodes a character XML 1.0 allows, else 0.
+size_t valid_utf8_char(const unsigned char* p, const unsigned char* end)
+{
+    unsigned char lead = p[0];
+    size_t length;
+    unsigned long code;
+    if (lead < 0x80)
+        return (lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r') ? 1 : 0;
+    if ((lead & 0xE0) == 0xC0) { length = 2; code = lead & 0x1F; }
+    else if ((lead & 0xF0) == 0xE0) { length = 3; code = lead & 0x0F; }
+    else if ((lead & 0xF8) == 0xF0) { length = 4; code = lead & 0x07; }
+    else return 0;
+    if (static_cast<size_t>(end - p) < length)
+        return 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((p[i] & 0xC0) != 0x80)
+            return 0;
+        code = (code << 6) | (p[i] & 0x3F);
+    }
+    static const unsigned long kMinimum[5] = {0, 0, 0x80, 0x800, 0x10000};
+    if (code < kMinimum[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE ||
+        code == 0xFFFF)
+        return 0;
+    return length;
+}
+
+}  // namespace
+
+void c_xml_writer::set_default_nl(const std::string& text) { defaults().nl = text; }
+void c_xml_writer::set_default_tab(const std::string& text) { defaults().tab = text; }
+void c_xml_writer::set_default_attribute_nl(const std::string& text) { defaults().attribute_nl = text; }
+void c_xml_writer::set_default_attribute_tab(const std::string& text) { defaults().attribute_tab = text; }
+
+c_xml_writer::c_xml_writer(std::ostream& os, int options, const char*, const char*, const char*, const char*)
+    : m_os(os)
+{
+    m_buffer.reserve(kFlushThreshold + 4096);
+    if (options & include_xml_decl) {
+        m_buffer += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+        m_buffer += defaults().nl;
+    }
+}
+
+c_xml_writer::~c_xml_writer()
+{
+    flush();
+}
+
+elmx_error c_xml_writer::flush()
+{
+    if (!m_buffer.empty()) {
+        m_os.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
+        m_buffer.clear();
+    }
+    m_os.flush();
+    return m_os ? ELMX_OK : ELMX_WRITE_FAILED;
+}
+
+void c_xml_writer::indent()
+{
+    const std::string& tab = defaults().tab;
+    for (size_t i = 0; i < m_open.size(); ++i)
+        m_buffer += tab;
+}
+
+void c_xml_writer::close_start_tag()
+{
+    if (!m_start_tag_open)
+        return;
+    m_buffer += '>';
+    m_start_tag_open = false;
+}
+
+void c_xml_writer::start_element(const char* qname)
+{
+    if (!m_open.empty()) {
+        if (m_start_tag_open) {
+            close_start_tag();
+            m_buffer += defaults().nl;
+        }
+        m_open.back().has_children = true;
+    }
+    indent();
+    m_buffer += '<';
+    m_buffer += qname;
+    m_open.push_back({m_ns_scope.size(), false});
+    m_start_tag_open = true;
+    if (!m_wrote_root) {
+        m_wrote_root = true;
+        write_ns_declarations(m_selected_map);
+    }
+    if (m_buffer.size() > kFlushThreshold)
+        flush();
+}
+
+void c_xml_writer::end_element(const char* qname)
+{
+    open_element closing = m_open.back();
+    m_open.pop_back();
+    m_ns_scope.resize(closing.ns_scope);
+    if (m_start_tag_open) {
+        m_buffer += "/>";
+        m_start_tag_open = false;
+    } else {
+        if (closing.has_children) {
+            indent();
+        }
+        m_buffer += "</";
+        m_buffer += qname;
+        m_buffer += '>';
+    }
+    m_buffer += defaults().nl;
+}
+
+void c_xml_writer::write_ns_declarations(const s_ns_map* map)
+{
+    for (; map && map->uri; ++map)
+        ensure_namespace(map->prefix, map->uri);
+}
+
+void c_xml_writer::conditionally_select_ns_map(const s_ns_map* map)
+{
+    if (!m_wrote_root)
+        m_selected_map = map;
+}
+
+void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
+{
+    for (auto it = m_ns_scope.rbegin(); it != m_ns_scope.rend(); ++it)
+        if (it->first == prefix)
+            if (it->second == uri)
+                return;
+            else
+                break;
+    m_ns_scope.emplace_back(prefix, uri);
+    m_buffer += defaults().attribute_nl;
+    m_buffer += defaults().attribute_tab;
+    m_buffer += *prefix ? "xmlns:" : "xmlns";
+    m_buffer += prefix;
+    m_buffer += "=\"";
+    if (!write_escaped(uri, true))
+        capture_error(ELMX_BAD_CHARACTER, uri, __FILE__, __LINE__);
+    m_buffer += '"';
+}
+
+elmx_error c_xml_writer::attribute(const char* qname, const std::string& value)
+{
+    m_buffer += defaults().attribute_nl;
+    m_buffer += defaults().attribute_tab;
+    m_buffer += qname;
+    m_buffer += "=\"";
+    bool clean = write_escaped(value, true);
+    m_buffer += '"';
+    if (!clean)
+        return capture_error(ELMX_BAD_CHARACTER, qname, __FILE__, __LINE__);
+    return ELMX_OK;
+}
+
+elmx_error c_xml_writer::text(const std::string& value, const char* item)
+{
+    close_start_tag();
+    bool clean = write_escaped(value, false);
+    if (m_buffer.size() > kFlushThreshold)
+        flush();
+    return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
+}
+
+bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
+{
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(value.data());
+    const unsigned char* end = p + value.size();
+    const unsigned char* run = p;
+    while (p < end) {
+        unsigned char c = *p;
+        const char* replacement = nullptr;
+        switch (c) {
+        case '&': replacement = "&amp;"; break;
+        case '<': replacement = "&lt;"; break;
+        case '>': replacement = "&gt;"; break;
+        case '"': replacement = inAttribute ? "&quot;" : nullptr; break;
+        case '\t': replacement = inAttribute ? "&#9;" : nullptr; break;
+        case '\n': replacement = inAttribute ? "&#10;" : nullptr; break;
+        case '\r': replacement = "&#13;"; break;
+        default: break;
+        }
+        if (replacement) {
+            m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
+            m_buffer += replacement;
+            run = ++p;
+            continue;
+        }
+        if (c >= 0x20 && c < 0x80) {
+            ++p;
+            continue;
+        }
+        size_t length = valid_utf8_char(p, end);
+        if (length == 0) {
+            m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
+            return false;
+        }
+        p += length;
+    }
+    m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(end - run));
+    return true;
+}
+
+void c_xml_writer::any_element(const c_any_info& any)
+{
+    if (!m_open.empty()) {
+        if (m_start_tag_open) {
+            close_start_tag();
+            m_buffer += defaults().nl;
+        }
+        m_open.back().has_children = true;
+    }
+    indent();
+    m_buffer += any.get_xml();
+    m_buffer += defaults().nl;
+}
+
+elmx_error c_xml_writer::capture_error(elmx_error code, const std::string& item, const char* file, int line)
+{
+    if (code == ELMX_OK)
+        return ELMX_OK;
+    if (m_debug.error == ELMX_OK)
+        m_debug.set(code, item, file, line, -1);
+    if (m_handler) {
+        elmx_error decision = m_handler(code, item, -1);
+        if (decision == ELMX_OK)
+            return ELMX_OK;
+        code = decision;
+    }
+    debug_error.set(code, item, file, line, -1);
+    throw c_lmx_exception_with_name(code, -1, item);
+}
+
+}  // namespace lmx60

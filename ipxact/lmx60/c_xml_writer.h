@@ -1,0 +1,87 @@
+// Writes XML text onto a std::ostream, buffered, with the process-wide layout defaults.
+#ifndef IPXACT_LMX60_C_XML_WRITER_H
+#define IPXACT_LMX60_C_XML_WRITER_H
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/lmx60/lmx60_types.h>
+
+namespace lmx60 {
+
+class c_any_info;
+
+using writer_error_handler = std::function<elmx_error(elmx_error code, const std::string& item, int line)>;
+
+class c_xml_writer {
+public:
+    enum { include_xml_decl = 1 };
+
+    // The four texts are reserved for a custom declaration, stylesheet and namespace set; null keeps
+    // the defaults.
+    explicit c_xml_writer(std::ostream& os, int options = include_xml_decl, const char* = nullptr,
+                          const char* = nullptr, const char* = nullptr, const char* = nullptr);
+    ~c_xml_writer();
+    c_xml_writer(const c_xml_writer&) = delete;
+    c_xml_writer& operator=(const c_xml_writer&) = delete;
+
+    static void set_default_nl(const std::string& text);
+    static void set_default_tab(const std::string& text);
+    static void set_default_attribute_nl(const std::string& text);
+    static void set_default_attribute_tab(const std::string& text);
+
+    // Element frame. The first element written also gets the declarations of the selected map.
+    void start_element(const char* qname);
+    void end_element(const char* qname);
+    elmx_error attribute(const char* qname, const std::string& value);
+    elmx_error text(const std::string& value, const char* item);
+    // A captured element, written as it was read.
+    void any_element(const c_any_info& any);
+
+    // Offers the namespace map of the element about to be written; only the outermost one counts.
+    void conditionally_select_ns_map(const s_ns_map* map);
+    // Declares prefix -> uri on the open start tag unless that binding is already in scope.
+    void ensure_namespace(const char* prefix, const char* uri);
+
+    // The derivation family id of the type expected where the next element is written (0: none).
+    void set_expected_type(int typeId) { m_expected_type = typeId; }
+    int get_expected_type() const { return m_expected_type; }
+
+    // Records the fault; with no handler (or a handler that says stop) unwinds with c_lmx_exception_with_name.
+    elmx_error capture_error(elmx_error code, const std::string& item, const char* file, int line);
+    void set_error_handler(writer_error_handler handler) { m_handler = std::move(handler); }
+    const s_debug_error& get_debug_error() const { return m_debug; }
+    int depth() const { return static_cast<int>(m_open.size()); }
+
+    // Sends buffered text to the stream; reports ELMX_WRITE_FAILED when the stream fails.
+    elmx_error flush();
+
+private:
+    void close_start_tag();
+    void indent();
+    bool write_escaped(const std::string& value, bool inAttribute);
+    void write_ns_declarations(const s_ns_map* map);
+
+    struct open_element {
+        size_t ns_scope;      // size of m_ns_scope when the element opened
+        bool has_children;    // element content written: its end tag is indented
+    };
+
+    std::ostream& m_os;
+    std::string m_buffer;
+    std::vector<open_element> m_open;
+    std::vector<std::pair<std::string, std::string>> m_ns_scope;  // prefix, uri
+    const s_ns_map* m_selected_map = nullptr;
+    bool m_start_tag_open = false;
+    bool m_wrote_root = false;
+    int m_expected_type = 0;
+    s_debug_error m_debug;
+    writer_error_handler m_handler;
+};
+
+}  // namespace lmx60
+
+#endif

@@ -1,0 +1,273 @@
+// Member holders of the bound classes: simple values with presence, lists, and owning containers
+// of child objects. Copies are deep, comparisons compare content.
+#ifndef IPXACT_LMX60_LMX60_HOLDERS_H
+#define IPXACT_LMX60_LMX60_HOLDERS_H
+
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <ipxact/lmx60/lmx60_error.h>
+
+namespace lmx60 {
+
+template <class T>
+class ct_simple_single {
+public:
+    ct_simple_single() : m_value() {}
+    const T& get() const { return m_value; }
+    T& get() { return m_value; }
+    void set(const T& value) { m_value = value; }
+    bool is_set() const { return true; }
+    bool operator==(const ct_simple_single& other) const { return m_value == other.m_value; }
+    void swap(ct_simple_single& other) noexcept
+    {
+        using std::swap;
+        swap(m_value, other.m_value);
+    }
+
+private:
+    T m_value;
+};
+
+template <class T>
+class ct_simple_optional {
+public:
+    ct_simple_optional() : m_value(), m_is_set(false) {}
+    const T& get() const { return m_value; }
+    T& get() { return m_value; }
+    void set(const T& value)
+    {
+        m_value = value;
+        m_is_set = true;
+    }
+    // Keeps a default value visible through get() while the member stays unset.
+    void set_default(const T& value) { m_value = value; }
+    bool is_set() const { return m_is_set; }
+    void unset() { m_is_set = false; }
+    bool operator==(const ct_simple_optional& other) const
+    {
+        return m_is_set == other.m_is_set && (!m_is_set || m_value == other.m_value);
+    }
+    void swap(ct_simple_optional& other) noexcept
+    {
+        using std::swap;
+        swap(m_value, other.m_value);
+        swap(m_is_set, other.m_is_set);
+    }
+
+private:
+    T m_value;
+    bool m_is_set;
+};
+
+template <class T> using ct_simple_pod_single = ct_simple_single<T>;
+template <class T> using ct_simple_non_pod_single = ct_simple_single<T>;
+template <class T> using ct_simple_pod_optional = ct_simple_optional<T>;
+template <class T> using ct_simple_non_pod_optional = ct_simple_optional<T>;
+
+// Repeated simple values (an element that occurs many times) and list-valued simple types alike.
+template <class T>
+class ct_simple_multi {
+public:
+    size_t size() const { return m_items.size(); }
+    const T& get(size_t index) const { return m_items.at(index); }
+    T& get(size_t index) { return m_items.at(index); }
+    void append(const T& value) { m_items.push_back(value); }
+    void insert(size_t index, const T& value) { m_items.insert(m_items.begin() + clamp(index), value); }
+    void erase(size_t index)
+    {
+        if (index < m_items.size())
+            m_items.erase(m_items.begin() + index);
+    }
+    void clear() { m_items.clear(); }
+    const std::vector<T>& items() const { return m_items; }
+    std::vector<T>& items() { return m_items; }
+    bool operator==(const ct_simple_multi& other) const { return m_items == other.m_items; }
+    void swap(ct_simple_multi& other) noexcept { m_items.swap(other.m_items); }
+
+private:
+    size_t clamp(size_t index) const { return index < m_items.size() ? index : m_items.size(); }
+    std::vector<T> m_items;
+};
+
+template <class T> using ct_simple_non_pod_multi = ct_simple_multi<T>;
+template <class T> using ct_simple_pod_multi = ct_simple_multi<T>;
+
+// A list value with a presence flag: an attribute that is present may still hold no items, which is
+// an error the writer and reader report.
+template <class T>
+class ct_simple_list_optional : public ct_simple_multi<T> {
+public:
+    bool is_set() const { return m_is_set; }
+    void set_present() { m_is_set = true; }
+    void unset()
+    {
+        this->clear();
+        m_is_set = false;
+    }
+    bool operator==(const ct_simple_list_optional& other) const
+    {
+        return m_is_set == other.m_is_set && ct_simple_multi<T>::operator==(other);
+    }
+    void swap(ct_simple_list_optional& other) noexcept
+    {
+        ct_simple_multi<T>::swap(other);
+        std::swap(m_is_set, other.m_is_set);
+    }
+
+private:
+    bool m_is_set = false;
+};
+
+template <class T>
+class ct_simple_list_single : public ct_simple_multi<T> {
+public:
+    bool is_set() const { return true; }
+};
+
+using ct_simple_pod_list_single = ct_simple_list_single<double>;
+template <class T> using ct_simple_non_pod_list_optional = ct_simple_list_optional<T>;
+
+struct c_empty {
+    bool operator==(const c_empty&) const { return true; }
+};
+
+// An element without content: only its presence matters.
+template <class T = c_empty>
+class ct_empty_single {
+public:
+    bool is_set() const { return m_is_set; }
+    void set() { m_is_set = true; }
+    void unset() { m_is_set = false; }
+    bool operator==(const ct_empty_single& other) const { return m_is_set == other.m_is_set; }
+    void swap(ct_empty_single& other) noexcept { std::swap(m_is_set, other.m_is_set); }
+
+private:
+    bool m_is_set = false;
+};
+
+// One owned child object, created on demand.
+template <class T>
+class ct_complex_single {
+public:
+    ct_complex_single() = default;
+    ct_complex_single(const ct_complex_single& other) : m_child(other.m_child ? new T(*other.m_child) : nullptr) {}
+    ct_complex_single& operator=(const ct_complex_single& other)
+    {
+        ct_complex_single copy(other);
+        swap(copy);
+        return *this;
+    }
+    ct_complex_single(ct_complex_single&&) noexcept = default;
+    ct_complex_single& operator=(ct_complex_single&&) noexcept = default;
+
+    bool is_set() const { return m_child != nullptr; }
+    T& get()
+    {
+        if (!m_child)
+            m_child.reset(new T());
+        return *m_child;
+    }
+    const T& get() const
+    {
+        if (!m_child)
+            throw lmx_exception("access to an absent child element");
+        return *m_child;
+    }
+    const T* get_ptr() const { return m_child.get(); }
+    T* get_ptr() { return m_child.get(); }
+    void assign(const T& value) { get() = value; }
+    // Null detaches the child and hands it to the caller; otherwise the holder takes ownership.
+    T* assign(T* child)
+    {
+        if (!child)
+            return m_child.release();
+        m_child.reset(child);
+        return child;
+    }
+    void unset() { m_child.reset(); }
+    bool operator==(const ct_complex_single& other) const
+    {
+        if (!m_child || !other.m_child)
+            return !m_child && !other.m_child;
+        return *m_child == *other.m_child;
+    }
+    void swap(ct_complex_single& other) noexcept { m_child.swap(other.m_child); }
+
+private:
+    std::unique_ptr<T> m_child;
+};
+
+template <class T> using ct_complex_optional = ct_complex_single<T>;
+
+// Owned child objects in document order.
+template <class T>
+class ct_complex_multi {
+public:
+    ct_complex_multi() = default;
+    ct_complex_multi(const ct_complex_multi& other)
+    {
+        m_items.reserve(other.m_items.size());
+        for (const auto& item : other.m_items)
+            m_items.emplace_back(new T(*item));
+    }
+    ct_complex_multi& operator=(const ct_complex_multi& other)
+    {
+        ct_complex_multi copy(other);
+        swap(copy);
+        return *this;
+    }
+    ct_complex_multi(ct_complex_multi&&) noexcept = default;
+    ct_complex_multi& operator=(ct_complex_multi&&) noexcept = default;
+
+    size_t size() const { return m_items.size(); }
+    const T& get(size_t index) const { return *m_items.at(index); }
+    T& get(size_t index) { return *m_items.at(index); }
+    T& append() { return append(new T()); }
+    T& append(T* child)
+    {
+        m_items.emplace_back(child);
+        return *child;
+    }
+    T& insert(size_t index) { return insert(index, new T()); }
+    T& insert(size_t index, T* child)
+    {
+        if (index > m_items.size())
+            index = m_items.size();
+        m_items.emplace(m_items.begin() + index, child);
+        return *child;
+    }
+    void assign(size_t index, const T& value) { *m_items.at(index) = value; }
+    // Replaces the item at `index`, destroying the old one; the container owns `child` afterwards.
+    T& assign(size_t index, T* child)
+    {
+        m_items.at(index).reset(child);
+        return *child;
+    }
+    T& back() { return m_items.empty() ? append() : *m_items.back(); }
+    void erase(size_t index)
+    {
+        if (index < m_items.size())
+            m_items.erase(m_items.begin() + index);
+    }
+    void clear() { m_items.clear(); }
+    bool operator==(const ct_complex_multi& other) const
+    {
+        if (m_items.size() != other.m_items.size())
+            return false;
+        for (size_t i = 0; i < m_items.size(); ++i)
+            if (!(*m_items[i] == *other.m_items[i]))
+                return false;
+        return true;
+    }
+    void swap(ct_complex_multi& other) noexcept { m_items.swap(other.m_items); }
+
+private:
+    std::vector<std::unique_ptr<T>> m_items;
+};
+
+}  // namespace lmx60
+
+#endif

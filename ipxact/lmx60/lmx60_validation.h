@@ -1,0 +1,34 @@
+// Per-member description of a simple value's checks, attached to the generated member tables.
+#ifndef IPXACT_LMX60_LMX60_VALIDATION_H
+#define IPXACT_LMX60_LMX60_VALIDATION_H
+
+#include <string>
+
+#include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/lmx60/lmx60_text.h>
+
+namespace lmx60 {
+
+class c_xml_reader;
+
+// A reader-side check: 0 when the text passes; otherwise the fault goes through the reader.
+typedef elmx_error (*reader_value_check)(c_xml_reader& reader, const std::string& value);
+
+struct c_untyped_validation_spec {
+    elmx_whitespace whitespace;
+    reader_value_check lexical;  // pattern facets, on the text
+    reader_value_check value;    // enumerations, bounds and lengths, on the text
+};
+
+extern const c_untyped_validation_spec validation_spec_empty;
+extern const c_untyped_validation_spec validation_spec_collapse;
+
+// The checks a generated validator is made of.
+class c_regexp;
+elmx_error check_pattern(c_xml_reader& reader, const c_regexp& pattern, const std::string& value);
+elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, const std::string& value);
+bool is_one_of(const char* const* allowed, const std::string& value);
+
+}  // namespace lmx60
+
+#endif

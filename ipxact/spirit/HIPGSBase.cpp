@@ -1,0 +1,218 @@
+#include <ipxact/spirit/HIPGSBase.h>
+
+#include <algorithm>
+#include <iomanip>
+#include <locale>
+
+#include <ipxact/common/ComMsgMgr.h>
+#include <ipxact/common/HEXAll.h>
+#include <ipxact/common/HPAParamMgr.h>
+#include <ipxact/lmx60/lmx60_frontends.h>
+#include <ipxact/spirit/HIPGSNamespaces.h>
+
+namespace HIPGSpirit {
+
+namespace {
+
+const char* const kDomain = "ipbuild";
+const ComMsgMgr::MsgMask kMask = 0x8000000;
+
+bool g_silent = false;
+
+const lmx60::s_ns_map g_base_namespace_map[] = {
+    {1000, "vorlix", kVorlixNamespaceUri},
+    {1001, "spirit", kSpiritNamespaceUri},
+    {0, nullptr, nullptr},
+};
+
+bool schema_debug_enabled()
+{
+    if (g_silent)
+        return false;
+    return HPAParamMgr::getParamMgr()->getValueAsBool("ib.debugIPXactSchema");
+}
+
+void send(int severity, const char* format, const char* first, const char* second = nullptr)
+{
+    if (second)
+        ComMsgMgr::sendMsg::eval(severity, __FILE__, __LINE__, kDomain, kMask, format, first, second);
+    else
+        ComMsgMgr::sendMsg::eval(severity, __FILE__, __LINE__, kDomain, kMask, format, first);
+}
+
+std::string trimmed(const std::string& text)
+{
+    const std::ctype<char>& classify = std::use_facet<std::ctype<char>>(std::locale::classic());
+    auto isSpace = [&](char c) { return classify.is(std::ctype_base::space, c); };
+    auto begin = std::find_if_not(text.begin(), text.end(), isSpace);
+    auto end = std::find_if_not(text.rbegin(), std::string::const_reverse_iterator(begin), isSpace).base();
+    return std::string(begin, end);
+}
+
+// The document listing is part of the report only while schema debugging is on.
+void report_failure(const std::stringstream& document, lmx60::elmx_error code, int line, const std::string& item)
+{
+    if (g_silent)
+        return;
+    std::ostringstream report;
+    bool debugging = schema_debug_enabled();
+    if (debugging) {
+        report << '\n';
+        std::istringstream lines(document.str());
+        std::string text;
+        for (int number = 1; std::getline(lines, text, '\n'); ++number)
+            report << std::setw(6) << number << ". " << text << '\n';
+        report << "WARNING: ";
+    }
+    std::string name = trimmed(item);
+    if (!name.empty())
+        report << "see '" << name << "' ";
+    if (debugging && line > 0)
+        report << "near line " << (line - 1);
+    report << ": ";
+    const char* description = lmx60::get_error_description(code);
+    if (description)
+        report << description;
+    else
+        report.setstate(std::ios::badbit);
+    if (code == lmx60::ELMX_REQUIRED_ELEMENT_MISSING)
+        report << " or unexpected element found";
+    send(2, "@19-395@%s%s", "validating against XML schema", report.str().c_str());
+}
+
+}  // namespace
+
+HIPGSBase::~HIPGSBase() = default;
+
+void HIPGSBase::reset() {}
+
+lmx60::elmx_error HIPGSBase::marshal(lmx60::c_xml_writer&, const char* name) const
+{
+    std::string target = (name && *name) ? name : getElementId();
+    throw HEXAlgException("HIPGSBase::marshal: Unimplemented virtual, cannot write to writer " + target);
+}
+
+lmx60::elmx_error HIPGSBase::marshal(std::ostream& os, lmx60::s_debug_error*) const
+{
+    // The caller's record is deliberately not filled through this path.
+    return lmx60::marshal<HIPGSBase>(*this, os, nullptr);
+}
+
+lmx60::elmx_error HIPGSBase::marshal(const char* file, lmx60::s_debug_error*) const
+{
+    throw HEXAlgException(std::string("HIPGSBase::marshal: Unimplemented virtual, cannot write ") + getElementId() +
+                          " to file " + (file ? file : ""));
+}
+
+lmx60::elmx_error HIPGSBase::unmarshal(const char* file, lmx60::s_debug_error*)
+{
+    throw HEXAlgException(std::string("HIPGSBase::unmarshal: Unimplemented virtual, cannot read ") + getElementId() +
+                          " from file " + (file ? file : ""));
+}
+
+void HIPGSBase::validationAssertion(bool ok, bool asError) const
+{
+    if (ok || !schema_debug_enabled())
+        return;
+    send(1, asError ? "@19-539@%s" : "@19-538@%s", getElementId());
+}
+
+const lmx60::s_ns_map* HIPGSBase::getNamespaceMap()
+{
+    return g_base_namespace_map;
+}
+
+const char* HIPGSBase::getNamespaceVorlix()
+{
+    return kVorlixNamespaceUri;
+}
+
+const char* HIPGSBase::getNamespaceSpirit()
+{
+    return kSpiritNamespaceUri;
+}
+
+const char* HIPGSBase::getNamespacePrefixSpirit()
+{
+    return g_base_namespace_map[1].prefix;
+}
+
+bool HIPGSBase::set_silent_lmx_errors(bool silent)
+{
+    bool previous = g_silent;
+    g_silent = silent;
+    return previous;
+}
+
+bool HIPGSBase::get_silent_lmx_errors()
+{
+    return g_silent;
+}
+
+lmx60::elmx_error HIPGSBase::lmx_error(lmx60::elmx_error code)
+{
+    if (code == lmx60::ELMX_OK || !schema_debug_enabled())
+        return code;
+    std::string description = lmx60::get_error_description(code);
+    send(1, "@19-537@%s", description.c_str());
+    return code;
+}
+
+lmx60::elmx_error HIPGSBase::lmx_error(lmx60::elmx_error code, const char* item, const char*, int)
+{
+    if (code == lmx60::ELMX_OK || !schema_debug_enabled())
+        return code;
+    std::string description = lmx60::get_error_description(code);
+    send(2, "@19-536@%s%s", item ? item : "", description.c_str());
+    return code;
+}
+
+bool HIPGSBase::dumpXml(std::stringstream& ss) const
+{
+    lmx60::elmx_error code = lmx60::ELMX_PENDING;
+    int line = -1;
+    std::string item;
+    lmx60::s_debug_error record;
+    lmx60::c_xml_writer::set_default_nl("\n");
+    lmx60::c_xml_writer::set_default_tab("  ");
+    lmx60::c_xml_writer::set_default_attribute_nl(" ");
+    lmx60::c_xml_writer::set_default_attribute_tab("");
+    {
+        lmx60::c_xml_writer writer(ss, lmx60::c_xml_writer::include_xml_decl, nullptr, nullptr, nullptr, nullptr);
+        code = lmx60::run_marshal([&] { return marshal(writer, getElementId()); });
+        if (code == lmx60::ELMX_OK)
+            code = writer.flush();
+        record = writer.get_debug_error();
+    }
+    if (code != lmx60::ELMX_OK) {
+        line = record.document_line;
+        item = record.item_name;
+        report_failure(ss, code, line, item);
+    }
+    return code == lmx60::ELMX_OK;
+}
+
+bool HIPGSBase::readXml(const std::stringstream& ss)
+{
+    lmx60::elmx_error code = lmx60::ELMX_PENDING;
+    std::string elementName;
+    std::string text = ss.str();
+    {
+        lmx60::c_xml_reader_memory reader(lmx60::c_read_memory(text.data(), text.size()));
+        reader.set_ns_map(ns_map_reader);
+        try {
+            code = reader.read_document_element();
+            if (code == lmx60::ELMX_OK) {
+                elementName = reader.element_qname();
+                code = unmarshal(reader, elementName);
+            }
+        } catch (const lmx60::c_lmx_exception& e) {
+            code = e.get_error();
+        }
+    }
+    if (code != lmx60::ELMX_OK)
+        report_failure(ss, code, -1, std::string());
+    return code == lmx60::ELMX_OK;
+}
+
+}  // namespace HIPGSpirit

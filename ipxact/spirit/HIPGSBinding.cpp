@@ -1,0 +1,635 @@
+#include <ipxact/spirit/HIPGSBinding.h>
+
+#include <cstring>
+#include <string_view>
+#include <unordered_map>
+
+#include <ipxact/common/HI18N.h>
+#include <ipxact/lmx60/lmx60_convert.h>
+#include <ipxact/lmx60/lmx60_text.h>
+#include <ipxact/spirit/HIPGSNamespaces.h>
+
+namespace HIPGSpirit {
+
+struct BindingAccess {
+    static int& choice_id(HIPGSChoice& obj) { return obj.m_choice_id; }
+    static int choice_id(const HIPGSChoice& obj) { return obj.m_choice_id; }
+    static std::vector<uint16_t>& read_order(HIPGSAllContent& obj) { return obj.m_read_order; }
+    static const std::vector<uint16_t>& read_order(const HIPGSAllContent& obj) { return obj.m_read_order; }
+};
+
+namespace {
+
+const char* const kAnonymousCompositor = "{anonymous compositor}";
+
+struct name_key {
+    int ns_id;
+    std::string_view name;
+    bool operator==(const name_key& other) const { return ns_id == other.ns_id && name == other.name; }
+};
+
+struct name_key_hash {
+    size_t operator()(const name_key& key) const
+    {
+        return std::hash<std::string_view>()(key.name) * 31u + static_cast<size_t>(key.ns_id);
+    }
+};
+
+std::unordered_map<name_key, int, name_key_hash>& event_table()
+{
+    static std::unordered_map<name_key, int, name_key_hash> table;
+    return table;
+}
+
+bool accepts(lmx60::c_xml_reader& reader, const MemberInfo& member, int event)
+{
+    switch (member.kind) {
+    case MemberKind::element:
+        return event != lmx60::EVENT_UNKNOWN && event == member.event;
+    case MemberKind::group:
+    case MemberKind::choice:
+    case MemberKind::sequence:
+        for (const int32_t* first = member.first_events; first && *first; ++first)
+            if (*first == event)
+                return true;
+        return false;
+    case MemberKind::any_element:
+        if (std::strcmp(member.name, "##other") == 0)
+            return reader.element_ns_id() != member.ns_id && reader.element_ns_id() != -1;
+        return true;
+    default:
+        return false;
+    }
+}
+
+using detail::is_in_place;
+
+bool is_content(const MemberInfo& member)
+{
+    return member.kind != MemberKind::attribute && member.kind != MemberKind::any_attribute;
+}
+
+// The source of a fault is reported at the element being read.
+void report_missing(lmx60::c_xml_reader& reader, const MemberInfo& member)
+{
+    if (member.kind == MemberKind::choice)
+        reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
+    else
+        reader.capture_error(lmx60::ELMX_REQUIRED_ELEMENT_MISSING, member.qname ? member.qname : "", __FILE__,
+                             __LINE__);
+}
+
+bool has_room(const HIPGSBase& obj, const MemberInfo& member)
+{
+    return member.max_occurs == kUnbounded || member.ops->count(obj) < member.max_occurs;
+}
+
+// Reads one occurrence and leaves the reader on the token after it.
+void read_member(lmx60::c_xml_reader& reader, HIPGSBase& obj, const MemberInfo& member)
+{
+    if (is_in_place(member)) {
+        member.ops->read(reader, obj, member);
+        return;
+    }
+    lmx60::c_xml_reader_local scope(reader);
+    reader.set_current_item(member.qname ? member.qname : reader.element_qname());
+    member.ops->read(reader, obj, member);
+    reader.advance();
+}
+
+void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    uint32_t position = 0;
+    while (position < info.member_count && !is_content(info.members[position]))
+        ++position;
+    while (reader.current() == lmx60::c_xml_reader::tok_start) {
+        int event = element_event(reader);
+        uint32_t candidate = position;
+        for (; candidate < info.member_count; ++candidate) {
+            const MemberInfo& member = info.members[candidate];
+            if (accepts(reader, member, event) && has_room(obj, member))
+                break;
+            if (member.ops->count(obj) < member.min_occurs)
+                report_missing(reader, member);
+        }
+        if (candidate == info.member_count)
+            return;
+        position = candidate;
+        const MemberInfo& member = info.members[position];
+        size_t before = reader.token_count();
+        read_member(reader, obj, member);
+        if (reader.token_count() == before)
+            return;  // an in-place member that cannot start here: leave the element to the caller
+        if (!has_room(obj, member))
+            ++position;
+    }
+    for (; position < info.member_count; ++position) {
+        const MemberInfo& member = info.members[position];
+        if (is_content(member) && member.ops->count(obj) < member.min_occurs)
+            report_missing(reader, member);
+    }
+}
+
+void read_choice(lmx60::c_xml_reader& reader, HIPGSChoice& obj, const ClassInfo& info)
+{
+    if (reader.current() == lmx60::c_xml_reader::tok_start) {
+        int event = element_event(reader);
+        int alternative = 0;
+        for (uint32_t i = 0; i < info.member_count; ++i) {
+            const MemberInfo& member = info.members[i];
+            if (!is_content(member))
+                continue;
+            if (accepts(reader, member, event)) {
+                BindingAccess::choice_id(obj) = alternative;
+                do {
+                    read_member(reader, obj, member);
+                } while (reader.current() == lmx60::c_xml_reader::tok_start && has_room(obj, member) &&
+                         accepts(reader, member, element_event(reader)));
+                return;
+            }
+            ++alternative;
+        }
+    }
+    reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
+}
+
+void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo& info)
+{
+    std::vector<uint16_t>& order = BindingAccess::read_order(obj);
+    order.clear();
+    while (reader.current() == lmx60::c_xml_reader::tok_start) {
+        int event = element_event(reader);
+        uint32_t found = info.member_count;
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (is_content(info.members[i]) && accepts(reader, info.members[i], event) &&
+                has_room(obj, info.members[i])) {
+                found = i;
+                break;
+            }
+        if (found == info.member_count)
+            return;
+        read_member(reader, obj, info.members[found]);
+        order.push_back(static_cast<uint16_t>(found));
+    }
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (is_content(info.members[i]) && info.members[i].ops->count(obj) < info.members[i].min_occurs)
+            report_missing(reader, info.members[i]);
+}
+
+void read_content(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    switch (info.content) {
+    case ContentKind::choice:
+        read_choice(reader, static_cast<HIPGSChoice&>(obj), info);
+        break;
+    case ContentKind::all:
+        read_all(reader, static_cast<HIPGSAllContent&>(obj), info);
+        break;
+    default:
+        read_sequence(reader, obj, info);
+        break;
+    }
+}
+
+bool is_xsi(const char* uri)
+{
+    return std::strcmp(uri, kXsiNamespaceUri) == 0;
+}
+
+void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    const MemberInfo* anyAttribute = nullptr;
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (info.members[i].kind == MemberKind::any_attribute)
+            anyAttribute = &info.members[i];
+    for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
+        int nsId = reader.attribute_ns_id();
+        const char* local = reader.attribute_local_name();
+        const MemberInfo* found = nullptr;
+        for (uint32_t i = 0; i < info.member_count && !found; ++i) {
+            const MemberInfo& member = info.members[i];
+            if (member.kind == MemberKind::attribute && member.ns_id == nsId && std::strcmp(member.name, local) == 0)
+                found = &member;
+        }
+        if (found) {
+            lmx60::c_xml_reader_local scope(reader);
+            reader.set_current_item(found->qname);
+            found->ops->read(reader, obj, *found);
+        } else if (is_xsi(reader.attribute_ns_uri())) {
+            continue;  // xsi:type chose the class already; schema locations are hints for validators
+        } else if (anyAttribute && nsId == 0) {
+            anyAttribute->ops->read(reader, obj, *anyAttribute);
+        } else {
+            reader.capture_error(lmx60::ELMX_UNEXPECTED_ATTRIBUTE, reader.attribute_qname(), __FILE__, __LINE__);
+        }
+    }
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        const MemberInfo& member = info.members[i];
+        if (member.kind == MemberKind::attribute && member.min_occurs > 0 && member.ops->count(obj) == 0) {
+            const char* item = info.local_name ? info.local_name : info.element_id;
+            reader.capture_error(lmx60::ELMX_REQUIRED_ATTRIBUTE_MISSING, item, __FILE__, __LINE__);
+        }
+    }
+}
+
+// Elements the content model does not allow are faults; a continuing handler passes over them.
+void read_to_end_tag(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    while (reader.current() == lmx60::c_xml_reader::tok_start) {
+        reader.capture_error(lmx60::ELMX_UNEXPECTED_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+        reader.skip_element();
+        reader.advance();
+        if (info.content != ContentKind::empty)
+            read_content(reader, obj, info);
+    }
+}
+
+void read_body(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    if (info.ns_id != 0 && (reader.element_ns_id() != info.ns_id ||
+                            std::strcmp(reader.element_local_name(), info.local_name) != 0))
+        reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+    read_attributes(reader, obj, info);
+    if (info.content == ContentKind::simple) {
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (info.members[i].kind == MemberKind::simple_content)
+                info.members[i].ops->read(reader, obj, info.members[i]);
+        return;
+    }
+    reader.enter();
+    if (info.content != ContentKind::empty)
+        read_content(reader, obj, info);
+    read_to_end_tag(reader, obj, info);
+}
+
+void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
+
+void write_member(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const MemberInfo& member)
+{
+    size_t count = member.ops->count(obj);
+    bool repeated = member.max_occurs != 1;
+    if ((member.max_occurs != kUnbounded && count > member.max_occurs) || (repeated && count < member.min_occurs))
+        writer.capture_error(lmx60::ELMX_OCCURRENCE_ERROR, member.name ? member.name : "", __FILE__, __LINE__);
+    if (count == 0 && member.min_occurs > 0 && is_in_place(member))
+        writer.capture_error(lmx60::ELMX_ELEMENT_NOT_FOUND, kAnonymousCompositor, __FILE__, __LINE__);
+    member.ops->write(writer, obj, member);
+}
+
+void write_choice(lmx60::c_xml_writer& writer, const HIPGSChoice& obj, const ClassInfo& info)
+{
+    int selected = BindingAccess::choice_id(obj);
+    int alternative = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        if (!is_content(info.members[i]))
+            continue;
+        if (alternative++ == selected) {
+            write_member(writer, obj, info.members[i]);
+            return;
+        }
+    }
+    writer.capture_error(lmx60::ELMX_ELEMENT_NOT_FOUND, kAnonymousCompositor, __FILE__, __LINE__);
+}
+
+void write_all(lmx60::c_xml_writer& writer, const HIPGSAllContent& obj, const ClassInfo& info)
+{
+    std::vector<bool> written(info.member_count, false);
+    for (uint16_t index : BindingAccess::read_order(obj)) {
+        if (index >= info.member_count || written[index])
+            writer.capture_error(lmx60::ELMX_INTERNAL, info.local_name ? info.local_name : "", __FILE__, __LINE__);
+        else if (info.members[index].ops->count(obj) > 0) {
+            written[index] = true;
+            write_member(writer, obj, info.members[index]);
+        }
+    }
+    // Children set through accessors after reading follow in schema order.
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (is_content(info.members[i]) && !written[i])
+            write_member(writer, obj, info.members[i]);
+}
+
+void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
+{
+    switch (info.content) {
+    case ContentKind::choice:
+        write_choice(writer, static_cast<const HIPGSChoice&>(obj), info);
+        return;
+    case ContentKind::all:
+        write_all(writer, static_cast<const HIPGSAllContent&>(obj), info);
+        return;
+    default:
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (is_content(info.members[i]))
+                write_member(writer, obj, info.members[i]);
+        return;
+    }
+}
+
+}  // namespace
+
+void register_element_events(const lmx60::s_event_map* table)
+{
+    for (; table && table->name; ++table)
+        event_table()[name_key{table->ns_id, std::string_view(table->name, table->length)}] = table->event;
+}
+
+int element_event(lmx60::c_xml_reader& reader)
+{
+    if (reader.current() != lmx60::c_xml_reader::tok_start)
+        return lmx60::EVENT_UNKNOWN;
+    const auto& table = event_table();
+    auto found = table.find(
+        name_key{reader.element_ns_id(), std::string_view(reader.element_local_name(), reader.element_local_length())});
+    return found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
+}
+
+lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info,
+                               const std::string& name)
+{
+    lmx60::c_xml_reader_local scope(reader);
+    reader.set_current_item(name);
+    try {
+        read_body(reader, obj, info);
+        return lmx60::ELMX_OK;
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+}
+
+lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    reader.set_ns_map(ns_map_reader);
+    try {
+        reader.read_document_element();
+        if (reader.element_ns_id() != info.ns_id || std::strcmp(reader.element_local_name(), info.local_name) != 0)
+            reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+    lmx60::elmx_error result = obj.unmarshal(reader, reader.element_qname());
+    if (result != lmx60::ELMX_OK)
+        return result;
+    try {
+        // Faults after the document element (a second root, broken trailing markup) still count.
+        while (reader.current() != lmx60::c_xml_reader::tok_eof) {
+            reader.advance();
+            if (reader.current() == lmx60::c_xml_reader::tok_start)
+                reader.capture_error(lmx60::ELMX_NOT_WELL_FORMED, reader.element_qname(), __FILE__, __LINE__);
+        }
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
+                                const char* name)
+{
+    obj.validationAssertion(occurs_ok(obj, info), true);
+    writer.conditionally_select_ns_map(info.writer_ns_map);
+    writer.start_element(name);
+    int expected = writer.get_expected_type();
+    writer.set_expected_type(0);
+    if (expected != 0 && info.type_id != 0 && expected != info.type_id) {
+        writer.ensure_namespace("xsi", kXsiNamespaceUri);
+        writer.attribute("xsi:type", info.type_qname);
+    }
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (!is_content(info.members[i]))
+            info.members[i].ops->write(writer, obj, info.members[i]);
+    if (info.content == ContentKind::simple) {
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (info.members[i].kind == MemberKind::simple_content)
+                info.members[i].ops->write(writer, obj, info.members[i]);
+    } else {
+        write_members(writer, obj, info);
+    }
+    writer.end_element(name);
+    return lmx60::ELMX_OK;
+}
+
+bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info)
+{
+    if (info.content == ContentKind::choice) {
+        int selected = BindingAccess::choice_id(static_cast<const HIPGSChoice&>(obj));
+        int alternatives = 0;
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            alternatives += is_content(info.members[i]) ? 1 : 0;
+        if (selected < 0 || selected >= alternatives)
+            return false;
+    }
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        const MemberInfo& member = info.members[i];
+        if (info.content == ContentKind::choice && is_content(member))
+            continue;
+        if (member.ops->count(obj) < member.min_occurs)
+            return false;
+    }
+    return true;
+}
+
+void select_alternative(HIPGSChoice& obj, const ClassInfo& info, int alternative)
+{
+    int& selected = BindingAccess::choice_id(obj);
+    if (selected == alternative)
+        return;
+    release_alternatives(obj, info);
+    int index = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        if (!is_content(info.members[i]))
+            continue;
+        if (index++ == alternative) {
+            info.members[i].ops->create(obj);
+            selected = alternative;
+            return;
+        }
+    }
+}
+
+void release_alternatives(HIPGSChoice& obj, const ClassInfo& info)
+{
+    int none = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (is_content(info.members[i])) {
+            info.members[i].ops->clear(obj);
+            ++none;
+        }
+    BindingAccess::choice_id(obj) = none;
+}
+
+bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info)
+{
+    if (reader.current() != lmx60::c_xml_reader::tok_start)
+        return false;
+    int event = element_event(reader);
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        const MemberInfo& member = info.members[i];
+        if (!is_content(member))
+            continue;
+        if (accepts(reader, member, event))
+            return true;
+        if (info.content != ContentKind::choice && info.content != ContentKind::all && member.min_occurs > 0)
+            return false;
+    }
+    return false;
+}
+
+namespace detail {
+
+void read_inline(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    read_content(reader, obj, info);
+}
+
+void write_inline(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
+{
+    obj.validationAssertion(occurs_ok(obj, info), true);
+    write_members(writer, obj, info);
+}
+
+void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member)
+{
+    lmx60::elmx_error result = child.unmarshal(reader, member.qname);
+    if (result != lmx60::ELMX_OK)
+        throw lmx60::c_lmx_reader_exception(result, reader.line());
+}
+
+void write_child(lmx60::c_xml_writer& writer, const HIPGSBase& child, const ClassInfo& declared,
+                 const MemberInfo& member)
+{
+    writer.set_expected_type(declared.type_id);
+    lmx60::elmx_error result = child.marshal(writer, member.qname);
+    if (result != lmx60::ELMX_OK)
+        throw lmx60::c_lmx_exception_with_name(result, -1, member.qname);
+}
+
+HIPGSBase* create_derived(lmx60::c_xml_reader& reader, const ClassInfo& declared)
+{
+    if (!declared.derived)
+        return nullptr;
+    std::string typeName;
+    if (!reader.find_attribute(kXsiNamespaceUri, "type", &typeName))
+        return nullptr;
+    std::string prefix;
+    std::string local = typeName;
+    size_t colon = typeName.find(':');
+    if (colon != std::string::npos) {
+        prefix = typeName.substr(0, colon);
+        local = typeName.substr(colon + 1);
+    }
+    std::string uri;
+    int nsId = reader.get_namespace(prefix, &uri) ? reader.ns_id_of_uri(uri.c_str()) : -1;
+    for (const DerivedType* derived = declared.derived; derived->type_name; ++derived)
+        if (derived->ns_id == nsId && local == derived->type_name)
+            return derived->create();
+    return nullptr;
+}
+
+void missing_required_child(const MemberInfo&)
+{
+    throw lmx60::lmx_exception("access to an absent child element");
+}
+
+void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string* text)
+{
+    if (member.kind == MemberKind::attribute)
+        *text = reader.attribute_value();
+    else
+        reader.read_text(text);
+}
+
+bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string& text)
+{
+    const lmx60::c_untyped_validation_spec* spec = member.spec ? member.spec : &lmx60::validation_spec_empty;
+    lmx60::apply_whitespace(text, spec->whitespace);
+    if (spec->lexical && spec->lexical(reader, text) != lmx60::ELMX_OK)
+        return false;
+    if (spec->value && spec->value(reader, text) != lmx60::ELMX_OK)
+        return false;
+    return true;
+}
+
+void read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items)
+{
+    std::string text;
+    take_text(reader, member, &text);
+    items->clear();
+    size_t i = 0;
+    while (i < text.size()) {
+        while (i < text.size() && lmx60::is_xml_whitespace(text[i]))
+            ++i;
+        size_t start = i;
+        while (i < text.size() && !lmx60::is_xml_whitespace(text[i]))
+            ++i;
+        if (i > start)
+            items->push_back(text.substr(start, i - start));
+    }
+    if (items->empty())
+        reader.capture_error(lmx60::ELMX_EMPTY_LIST, member.qname, __FILE__, __LINE__);
+}
+
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text)
+{
+    switch (member.kind) {
+    case MemberKind::attribute:
+        writer.attribute(member.qname, text);
+        break;
+    case MemberKind::simple_content:
+        writer.text(text, member.qname);
+        break;
+    default:
+        writer.start_element(member.qname);
+        writer.text(text, member.qname);
+        writer.end_element(member.qname);
+        break;
+    }
+}
+
+void write_empty_element(lmx60::c_xml_writer& writer, const MemberInfo& member)
+{
+    writer.start_element(member.qname);
+    writer.end_element(member.qname);
+}
+
+void write_any(lmx60::c_xml_writer& writer, const lmx60::c_any_info& any)
+{
+    writer.any_element(any);
+}
+
+void write_any_attribute(lmx60::c_xml_writer& writer, const lmx60::c_any_attribute& attribute)
+{
+    size_t colon = attribute.qname.find(':');
+    if (colon != std::string::npos)
+        writer.ensure_namespace(attribute.qname.substr(0, colon).c_str(), attribute.ns_uri.c_str());
+    writer.attribute(attribute.qname.c_str(), HI18N::convertToUTF8(attribute.value));
+}
+
+void capture(lmx60::c_xml_reader& reader, lmx60::c_any_info* any)
+{
+    reader.capture_element(any);
+}
+
+bool parse_value(const std::string& text, std::string& value)
+{
+    lmx60::custom_vtostring(value, text);
+    return true;
+}
+bool parse_value(const std::string& text, bool& value) { return lmx60::parse_bool(text, &value); }
+bool parse_value(const std::string& text, long long& value) { return lmx60::parse_long_long(text, &value); }
+bool parse_value(const std::string& text, double& value) { return lmx60::parse_double(text, &value); }
+bool parse_value(const std::string& text, float& value) { return lmx60::parse_float(text, &value); }
+bool parse_value(const std::string& text, lmx60::c_big_int& value) { return value.set(text); }
+bool parse_value(const std::string& text, lmx60::c_date& value) { return value.set(text); }
+bool parse_value(const std::string& text, lmx60::c_datetime& value) { return value.set(text); }
+
+void format_value(const std::string& value, std::string& text) { text += HI18N::convertToUTF8(value); }
+void format_value(bool value, std::string& text) { text += value ? "true" : "false"; }
+void format_value(long long value, std::string& text) { lmx60::append_long_long(text, value); }
+void format_value(double value, std::string& text) { lmx60::append_double(text, value); }
+void format_value(float value, std::string& text) { lmx60::append_float(text, value); }
+void format_value(const lmx60::c_big_int& value, std::string& text) { text += value.text(); }
+void format_value(const lmx60::c_date& value, std::string& text) { text += value.text(); }
+void format_value(const lmx60::c_datetime& value, std::string& text) { text += value.text(); }
+
+}  // namespace detail
+
+}  // namespace HIPGSpirit

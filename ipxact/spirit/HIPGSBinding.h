@@ -1,0 +1,470 @@
+// The table-driven reading and writing shared by every generated class. A generated class describes
+// itself with a static ClassInfo (its members in schema order, each with the holder operations that
+// read and write it); the loops that walk those tables live here, once.
+#ifndef IPXACT_SPIRIT_HIPGSBINDING_H
+#define IPXACT_SPIRIT_HIPGSBINDING_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/lmx60/c_big_int.h>
+#include <ipxact/lmx60/c_date.h>
+#include <ipxact/lmx60/c_xml_reader.h>
+#include <ipxact/lmx60/c_xml_writer.h>
+#include <ipxact/lmx60/lmx60_holders.h>
+#include <ipxact/lmx60/lmx60_validation.h>
+#include <ipxact/spirit/HIPGSBase.h>
+
+namespace HIPGSpirit {
+
+enum class MemberKind : uint8_t {
+    attribute,
+    element,         // a child element, simple or complex
+    simple_content,  // the text of the element itself
+    group,           // a named group, read and written in place
+    choice,          // an anonymous choice, in place
+    sequence,        // an anonymous sequence, in place
+    any_element,     // open content kept as captured elements
+    any_attribute    // attributes kept as read
+};
+
+enum class ContentKind : uint8_t { sequence, choice, all, simple, empty };
+
+constexpr uint32_t kUnbounded = 0xFFFFFFFFu;
+
+struct MemberInfo;
+struct ClassInfo;
+
+// Reads and writes one member of an object; made once per member from the member's holder type.
+class MemberOps {
+public:
+    // The reader stands on the member's start tag (or attribute); reads one occurrence.
+    virtual void read(lmx60::c_xml_reader& reader, HIPGSBase& owner, const MemberInfo& member) const = 0;
+    // Writes every occurrence present.
+    virtual void write(lmx60::c_xml_writer& writer, const HIPGSBase& owner, const MemberInfo& member) const = 0;
+    virtual size_t count(const HIPGSBase& owner) const = 0;
+    // Used by choices: making an alternative current creates it, releasing it destroys it.
+    virtual void create(HIPGSBase& owner) const = 0;
+    virtual void clear(HIPGSBase& owner) const = 0;
+
+protected:
+    ~MemberOps() = default;
+};
+
+struct MemberInfo {
+    MemberKind kind;
+    int32_t ns_id;
+    const char* name;      // local name; for open content the namespace rule ("##any", "##other")
+    const char* qname;     // prefixed name, used for writing and in messages
+    int32_t event;
+    uint32_t min_occurs;
+    uint32_t max_occurs;
+    const int32_t* first_events;  // in-place members: the events that can start them, 0-terminated
+    const MemberOps* ops;
+    const lmx60::c_untyped_validation_spec* spec;
+};
+
+// A type that may stand where its family's root is expected, named by "xsi:type".
+struct DerivedType {
+    int32_t ns_id;
+    const char* type_name;
+    HIPGSBase* (*create)();
+};
+
+struct ClassInfo {
+    const char* element_id;
+    int32_t ns_id;           // document element check of global elements; 0 for others
+    const char* local_name;
+    ContentKind content;
+    const MemberInfo* members;
+    uint32_t member_count;
+    const lmx60::s_ns_map* writer_ns_map;
+    int32_t type_id;           // derivation family id, 0 outside families
+    const char* type_qname;    // written as "xsi:type" where the family root is expected
+    const DerivedType* derived;  // types that may replace this one, ended by a null type_name
+};
+
+// Choices hold which alternative is current; the alternatives themselves are ordinary members.
+class HIPGSChoice : public HIPGSBase {
+public:
+    int getChoiceId() const { return m_choice_id; }
+
+protected:
+    explicit HIPGSChoice(int none) : m_choice_id(none) {}
+    int m_choice_id;
+    friend struct BindingAccess;
+};
+
+// "all" content: children in any order, written back in the order read.
+class HIPGSAllContent : public HIPGSBase {
+protected:
+    std::vector<uint16_t> m_read_order;  // member indexes in the order the children were read
+    friend struct BindingAccess;
+};
+
+// ---- the loops ----
+
+// The virtual element entry of every class: reads the element the reader stands on.
+lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info,
+                               const std::string& name);
+// The document entry: reads the document element, which must be this class's element.
+lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
+                                const char* name);
+bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info);
+void select_alternative(HIPGSChoice& obj, const ClassInfo& info, int alternative);
+void release_alternatives(HIPGSChoice& obj, const ClassInfo& info);
+// Whether the reader's current element can start the in-place content described by `info`.
+bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info);
+
+// Makes the names of a binding known to the readers' event lookup (done once, at load).
+void register_element_events(const lmx60::s_event_map* table);
+int element_event(lmx60::c_xml_reader& reader);
+
+// ---- holder operations ----
+
+namespace detail {
+
+void read_inline(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+void write_inline(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
+void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member);
+void write_child(lmx60::c_xml_writer& writer, const HIPGSBase& child, const ClassInfo& declared,
+                 const MemberInfo& member);
+// Creates the type an "xsi:type" attribute names, when it is one of the declared type's family.
+HIPGSBase* create_derived(lmx60::c_xml_reader& reader, const ClassInfo& declared);
+void missing_required_child(const MemberInfo& member);
+
+// The text of a simple value: the attribute value, or the element's character content.
+void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string* text);
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text);
+void write_empty_element(lmx60::c_xml_writer& writer, const MemberInfo& member);
+void write_any(lmx60::c_xml_writer& writer, const lmx60::c_any_info& any);
+void write_any_attribute(lmx60::c_xml_writer& writer, const lmx60::c_any_attribute& attribute);
+void capture(lmx60::c_xml_reader& reader, lmx60::c_any_info* any);
+void read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items);
+
+// Conversion of one simple value between text and its member type; false on text that is not a value.
+bool parse_value(const std::string& text, std::string& value);
+bool parse_value(const std::string& text, bool& value);
+bool parse_value(const std::string& text, long long& value);
+bool parse_value(const std::string& text, double& value);
+bool parse_value(const std::string& text, float& value);
+bool parse_value(const std::string& text, lmx60::c_big_int& value);
+bool parse_value(const std::string& text, lmx60::c_date& value);
+bool parse_value(const std::string& text, lmx60::c_datetime& value);
+void format_value(const std::string& value, std::string& text);
+void format_value(bool value, std::string& text);
+void format_value(long long value, std::string& text);
+void format_value(double value, std::string& text);
+void format_value(float value, std::string& text);
+void format_value(const lmx60::c_big_int& value, std::string& text);
+void format_value(const lmx60::c_date& value, std::string& text);
+void format_value(const lmx60::c_datetime& value, std::string& text);
+
+// Applies the member's whitespace rule and pattern check; false when the value must not be stored.
+bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string& text);
+
+// Checks, whitespace-normalises and converts one value; faults go through the reader.
+template <class V>
+void read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
+{
+    std::string text;
+    take_text(reader, member, &text);
+    if (!parse_checked(reader, member, text))
+        return;
+    V parsed{};
+    if (parse_value(text, parsed))
+        value = std::move(parsed);
+    else
+        reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname, __FILE__, __LINE__);
+}
+
+template <class V>
+void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const V& value)
+{
+    std::string text;
+    format_value(value, text);
+    write_text(writer, member, text);
+}
+
+template <class H>
+struct holder_io;
+
+template <class V>
+struct holder_io<lmx60::ct_simple_single<V>> {
+    using H = lmx60::ct_simple_single<V>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m) { read_value(r, m, h.get()); }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m) { write_value(w, m, h.get()); }
+    static size_t count(const H&) { return 1; }
+    static void create(H&) {}
+    static void clear(H& h) { h = H(); }
+};
+
+template <class V>
+struct holder_io<lmx60::ct_simple_optional<V>> {
+    using H = lmx60::ct_simple_optional<V>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        V value = h.get();
+        read_value(r, m, value);
+        h.set(value);
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        if (h.is_set())
+            write_value(w, m, h.get());
+    }
+    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
+    static void create(H& h) { h.set(h.get()); }
+    static void clear(H& h) { h.unset(); }
+};
+
+template <class V>
+struct holder_io<lmx60::ct_simple_multi<V>> {
+    using H = lmx60::ct_simple_multi<V>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        V value{};
+        read_value(r, m, value);
+        h.append(value);
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        for (const V& value : h.items())
+            write_value(w, m, value);
+    }
+    static size_t count(const H& h) { return h.size(); }
+    static void create(H&) {}
+    static void clear(H& h) { h.clear(); }
+};
+
+template <>
+struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_info>> {
+    using H = lmx60::ct_simple_multi<lmx60::c_any_info>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo&)
+    {
+        lmx60::c_any_info any;
+        capture(r, &any);
+        h.items().push_back(std::move(any));
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo&)
+    {
+        for (const lmx60::c_any_info& any : h.items())
+            write_any(w, any);
+    }
+    static size_t count(const H& h) { return h.size(); }
+    static void create(H&) {}
+    static void clear(H& h) { h.clear(); }
+};
+
+template <>
+struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_attribute>> {
+    using H = lmx60::ct_simple_multi<lmx60::c_any_attribute>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo&)
+    {
+        h.append({r.attribute_ns_uri(), r.attribute_qname(), r.attribute_value()});
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo&)
+    {
+        for (const lmx60::c_any_attribute& attribute : h.items())
+            write_any_attribute(w, attribute);
+    }
+    static size_t count(const H& h) { return h.size(); }
+    static void create(H&) {}
+    static void clear(H& h) { h.clear(); }
+};
+
+template <class V, class H>
+void read_list(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+{
+    std::vector<std::string> items;
+    read_list_text(r, m, &items);
+    h.clear();
+    for (const std::string& text : items) {
+        V value{};
+        if (parse_value(text, value))
+            h.append(value);
+        else
+            r.capture_error(lmx60::ELMX_BAD_VALUE, m.qname, __FILE__, __LINE__);
+    }
+}
+
+template <class V, class H>
+void write_list(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+{
+    std::string joined;
+    for (size_t i = 0; i < h.size(); ++i) {
+        if (i)
+            joined += ' ';
+        format_value(h.get(i), joined);
+    }
+    write_text(w, m, joined);
+}
+
+template <class V>
+struct holder_io<lmx60::ct_simple_list_optional<V>> {
+    using H = lmx60::ct_simple_list_optional<V>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        read_list<V>(r, h, m);
+        h.set_present();
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        if (!h.is_set())
+            return;
+        if (h.size() == 0)
+            w.capture_error(lmx60::ELMX_EMPTY_LIST, m.qname, __FILE__, __LINE__);
+        write_list<V>(w, h, m);
+    }
+    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
+    static void create(H& h) { h.set_present(); }
+    static void clear(H& h) { h.unset(); }
+};
+
+template <class V>
+struct holder_io<lmx60::ct_simple_list_single<V>> {
+    using H = lmx60::ct_simple_list_single<V>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m) { read_list<V>(r, h, m); }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m) { write_list<V>(w, h, m); }
+    static size_t count(const H&) { return 1; }
+    static void create(H&) {}
+    static void clear(H& h) { h.clear(); }
+};
+
+template <class T>
+struct holder_io<lmx60::ct_empty_single<T>> {
+    using H = lmx60::ct_empty_single<T>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        std::string text;
+        take_text(r, m, &text);
+        h.set();
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        if (h.is_set())
+            write_empty_element(w, m);
+    }
+    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
+    static void create(H& h) { h.set(); }
+    static void clear(H& h) { h.unset(); }
+};
+
+inline bool is_in_place(const MemberInfo& m)
+{
+    return m.kind == MemberKind::group || m.kind == MemberKind::choice || m.kind == MemberKind::sequence;
+}
+
+template <class T>
+void read_complex(lmx60::c_xml_reader& r, T& child, const MemberInfo& m)
+{
+    if (is_in_place(m))
+        read_inline(r, child, T::s_class_info);
+    else
+        read_child(r, child, m);
+}
+
+template <class T>
+void write_complex(lmx60::c_xml_writer& w, const T& child, const MemberInfo& m)
+{
+    if (is_in_place(m))
+        write_inline(w, child, T::s_class_info);
+    else
+        write_child(w, child, T::s_class_info, m);
+}
+
+template <class T>
+struct holder_io<lmx60::ct_complex_single<T>> {
+    using H = lmx60::ct_complex_single<T>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        if (!h.is_set())
+            if (HIPGSBase* derived = create_derived(r, T::s_class_info))
+                h.assign(static_cast<T*>(derived));
+        read_complex(r, h.get(), m);
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        if (h.is_set())
+            write_complex(w, *h.get_ptr(), m);
+        else if (m.min_occurs > 0)
+            missing_required_child(m);
+    }
+    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
+    static void create(H& h) { h.get(); }
+    static void clear(H& h) { h.unset(); }
+};
+
+template <class T>
+struct holder_io<lmx60::ct_complex_multi<T>> {
+    using H = lmx60::ct_complex_multi<T>;
+    static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
+    {
+        HIPGSBase* derived = create_derived(r, T::s_class_info);
+        T& child = derived ? h.append(static_cast<T*>(derived)) : h.append();
+        read_complex(r, child, m);
+    }
+    static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+    {
+        for (size_t i = 0; i < h.size(); ++i)
+            write_complex(w, h.get(i), m);
+    }
+    static size_t count(const H& h) { return h.size(); }
+    static void create(H& h)
+    {
+        if (h.size() == 0)
+            h.append();
+    }
+    static void clear(H& h) { h.clear(); }
+};
+
+template <class>
+struct member_pointer_traits;
+template <class C, class H>
+struct member_pointer_traits<H C::*> {
+    using owner = C;
+    using holder = H;
+};
+
+template <auto Member>
+class member_ops final : public MemberOps {
+    using C = typename member_pointer_traits<decltype(Member)>::owner;
+    using H = typename member_pointer_traits<decltype(Member)>::holder;
+    using io = holder_io<H>;
+
+public:
+    void read(lmx60::c_xml_reader& r, HIPGSBase& o, const MemberInfo& m) const override
+    {
+        io::read(r, static_cast<C&>(o).*Member, m);
+    }
+    void write(lmx60::c_xml_writer& w, const HIPGSBase& o, const MemberInfo& m) const override
+    {
+        io::write(w, static_cast<const C&>(o).*Member, m);
+    }
+    size_t count(const HIPGSBase& o) const override { return io::count(static_cast<const C&>(o).*Member); }
+    void create(HIPGSBase& o) const override { io::create(static_cast<C&>(o).*Member); }
+    void clear(HIPGSBase& o) const override { io::clear(static_cast<C&>(o).*Member); }
+
+    static const member_ops instance;
+};
+
+template <auto Member>
+const member_ops<Member> member_ops<Member>::instance{};
+
+}  // namespace detail
+
+// The operations of one member, for the generated tables: HIPGSpirit::ops<&HIPGSFoo::m_bar>().
+template <auto Member>
+constexpr const MemberOps* ops()
+{
+    return &detail::member_ops<Member>::instance;
+}
+
+}  // namespace HIPGSpirit
+
+#endif

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include <ipxact/lmx60/c_big_int.h>
 #include <ipxact/lmx60/c_xml_reader.h>
 #include <ipxact/lmx60/lmx60_regexp.h>
 
@@ -30,6 +31,69 @@ elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, c
     if (is_one_of(allowed, value))
         return ELMX_OK;
     return reader.capture_error(ELMX_ENUMERATION_FACET, reader.get_current_item(), __FILE__, __LINE__);
+}
+
+namespace {
+
+// -1, 0 or 1 as `value` is below, equal to or above `bound`; 2 when they cannot be compared.
+int compare_number(const std::string& value, const char* bound)
+{
+    std::string boundText(bound);
+    if (c_big_int::is_valid(value) && c_big_int::is_valid(boundText)) {
+        c_big_int a(value), b(boundText);
+        return a < b ? -1 : (b < a ? 1 : 0);
+    }
+    double a, b;
+    if (!parse_double(value, &a) || !parse_double(boundText, &b))
+        return 2;
+    return a < b ? -1 : (b < a ? 1 : 0);
+}
+
+long count_characters(const std::string& value)
+{
+    long count = 0;
+    for (unsigned char c : value)
+        count += (c & 0xC0) != 0x80;
+    return count;
+}
+
+}  // namespace
+
+bool facets_hold(const c_facets& facets, const std::string& value)
+{
+    if (facets.min_inclusive) {
+        int order = compare_number(value, facets.min_inclusive);
+        if (order == 2 || order < 0)
+            return false;
+    }
+    if (facets.max_inclusive) {
+        int order = compare_number(value, facets.max_inclusive);
+        if (order == 2 || order > 0)
+            return false;
+    }
+    if (facets.min_exclusive) {
+        int order = compare_number(value, facets.min_exclusive);
+        if (order == 2 || order <= 0)
+            return false;
+    }
+    if (facets.max_exclusive) {
+        int order = compare_number(value, facets.max_exclusive);
+        if (order == 2 || order >= 0)
+            return false;
+    }
+    long length = (facets.min_length >= 0 || facets.max_length >= 0) ? count_characters(value) : 0;
+    if (facets.min_length >= 0 && length < facets.min_length)
+        return false;
+    if (facets.max_length >= 0 && length > facets.max_length)
+        return false;
+    return true;
+}
+
+elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value)
+{
+    if (facets_hold(facets, value))
+        return ELMX_OK;
+    return reader.capture_error(ELMX_VALUE_FACET, reader.get_current_item(), __FILE__, __LINE__);
 }
 
 }  // namespace lmx60

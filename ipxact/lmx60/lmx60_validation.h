@@ -29,6 +29,19 @@ elmx_error check_pattern(c_xml_reader& reader, const c_regexp& pattern, const st
 elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, const std::string& value);
 bool is_one_of(const char* const* allowed, const std::string& value);
 
+// Bound and length facets; null texts and negative lengths are absent facets. Bounds compare
+// numerically (integers of any size, or floating point when either side has a fraction).
+struct c_facets {
+    const char* min_inclusive;
+    const char* max_inclusive;
+    const char* min_exclusive;
+    const char* max_exclusive;
+    long min_length;
+    long max_length;
+};
+bool facets_hold(const c_facets& facets, const std::string& value);
+elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value);
+
 }  // namespace lmx60
 
 #endif

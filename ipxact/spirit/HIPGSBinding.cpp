@@ -355,6 +355,16 @@ lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, cons
     }
 }
 
+lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    try {
+        read_content(reader, obj, info);
+        return lmx60::ELMX_OK;
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+}
+
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
     reader.set_ns_map(ns_map_reader);

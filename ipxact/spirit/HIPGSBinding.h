@@ -113,6 +113,8 @@ lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, cons
                                const std::string& name);
 // The document entry: reads the document element, which must be this class's element.
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// Reads a group or compositor in place, at the reader's current element.
+lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name);
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info);

@@ -136,9 +136,8 @@ int c_xml_reader::line() const
     if (m_fault.code != 0 && m_fault.line > 0)
         return m_fault.line;
     xmlNodePtr node = xmlTextReaderCurrentNode(as_reader(m_reader));
-    if (node && m_token == tok_start)
-        return static_cast<int>(xmlGetLineNo(node));
-    return xmlTextReaderGetParserLineNumber(as_reader(m_reader));
+    long nodeLine = node ? xmlGetLineNo(node) : -1;
+    return nodeLine > 0 ? static_cast<int>(nodeLine) : xmlTextReaderGetParserLineNumber(as_reader(m_reader));
 }
 
 void c_xml_reader::fail_from_parser()
@@ -155,13 +154,14 @@ void c_xml_reader::fail_from_parser()
     throw c_lmx_reader_exception(code_of_parser_fault(m_fault.code, m_fault.message), line());
 }
 
-void c_xml_reader::read_node()
+bool c_xml_reader::read_node()
 {
     int status = xmlTextReaderRead(as_reader(m_reader));
     if (status < 0 || m_fault.code != 0)
         fail_from_parser();
     if (status == 0)
         m_token = tok_eof;
+    return status == 1;
 }
 
 void c_xml_reader::take_element_name()
@@ -182,14 +182,8 @@ void c_xml_reader::skip_to_next_token()
             m_positioned_after = false;
             if (m_fault.code != 0)
                 fail_from_parser();
-            if (xmlTextReaderReadState(r) == XML_TEXTREADER_MODE_EOF) {
-                m_token = tok_eof;
-                return;
-            }
-        } else {
-            read_node();
-            if (m_token == tok_eof)
-                return;
+        } else if (!read_node()) {
+            return;
         }
         switch (xmlTextReaderNodeType(r)) {
         case XML_READER_TYPE_ELEMENT:
@@ -207,7 +201,7 @@ void c_xml_reader::skip_to_next_token()
             }
             break;
         case XML_READER_TYPE_ENTITY_REFERENCE:
-            capture_error(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__);
+            refuse_entity_reference();
             break;
         case XML_READER_TYPE_NONE:
             m_token = tok_eof;
@@ -328,8 +322,7 @@ void c_xml_reader::read_text(std::string* text)
         return;
     }
     for (;;) {
-        read_node();
-        if (m_token == tok_eof)
+        if (!read_node())
             fail_from_parser();
         switch (xmlTextReaderNodeType(r)) {
         case XML_READER_TYPE_TEXT:
@@ -351,7 +344,7 @@ void c_xml_reader::read_text(std::string* text)
             skip_element();
             break;
         case XML_READER_TYPE_ENTITY_REFERENCE:
-            capture_error(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__);
+            refuse_entity_reference();
             break;
         default:
             break;
@@ -391,9 +384,21 @@ void c_xml_reader::capture_element(c_any_info* out)
 
 elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item, const char* file, int sourceLine)
 {
+    return capture_error_at(code, item, file, sourceLine, line());
+}
+
+void c_xml_reader::refuse_entity_reference()
+{
+    // The reference node carries the line of its parent; the parser stands on the reference itself.
+    capture_error_at(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__,
+                     xmlTextReaderGetParserLineNumber(as_reader(m_reader)));
+}
+
+elmx_error c_xml_reader::capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
+                                          int documentLine)
+{
     if (code == ELMX_OK)
         return ELMX_OK;
-    int documentLine = line();
     if (m_debug.error == ELMX_OK)
         m_debug.set(code, item, file, sourceLine, documentLine);
     if (m_handler) {

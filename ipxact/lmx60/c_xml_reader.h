@@ -89,9 +89,12 @@ protected:
     void attach(void* textReader);
 
 private:
-    void read_node();
+    bool read_node();  // false at the end of the input
     void fail_from_parser();
     void take_element_name();
+    void refuse_entity_reference();
+    elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
+                                int documentLine);
     void take_attribute_name();
     void skip_to_next_token();
 

@@ -99,10 +99,12 @@ def _shape(value):
 
 
 class ModelBuilder:
-    def __init__(self, schemas: SchemaSet):
+    def __init__(self, schemas: SchemaSet, class_names: dict, shared_classes: dict):
         self.schemas = schemas
         self.values = ValueTypes(schemas)
-        self.names = ClassNames(reserved=[name for name, _ in overrides.CLASS_NAMES.values()])
+        self.class_names = class_names
+        self.shared_classes = shared_classes
+        self.names = ClassNames(reserved=[name for name, _ in class_names.values()])
         self.places = []
         self.place_of = {}  # id(schema component) -> _Place
         self.by_name = {}  # class name -> _Place
@@ -160,10 +162,10 @@ class ModelBuilder:
         return place
 
     def _override_name(self, path: str) -> Optional[str]:
-        if path not in overrides.CLASS_NAMES:
+        if path not in self.class_names:
             return None
         self._overrides_used.add(path)
-        return self.names.claim_exact(overrides.CLASS_NAMES[path][0])
+        return self.names.claim_exact(self.class_names[path][0])
 
     def _name_global_element(self, decl: ElementDecl, file_name: str) -> None:
         element_id = qualified(self._ns_id(decl.name.ns), decl.name.local)
@@ -293,7 +295,7 @@ class ModelBuilder:
                     and complex_type.any_attribute is None and complex_type.base is None)
 
     def _name_local_element(self, decl: ElementDecl, path: str, owner: _Place) -> None:
-        if path in overrides.SHARED_CLASSES:
+        if path in self.shared_classes:
             self._share_class(decl, path)
             return
         name = self._override_name(path) or self.names.for_local_element(decl.name.local,
@@ -307,7 +309,7 @@ class ModelBuilder:
 
     def _share_class(self, decl: ElementDecl, path: str) -> None:
         self._overrides_used.add(path)
-        shared_name = overrides.SHARED_CLASSES[path][0]
+        shared_name = self.shared_classes[path][0]
         shared = self.by_name.get(shared_name)
         if shared is None or not isinstance(shared.binds, ElementDecl):
             raise ModelError("%s is to share %s, which is not an element class named before it"
@@ -318,7 +320,7 @@ class ModelBuilder:
         self.place_of[id(decl)] = shared
 
     def _check_overrides_used(self) -> None:
-        stale = (set(overrides.CLASS_NAMES) | set(overrides.SHARED_CLASSES)) - self._overrides_used
+        stale = (set(self.class_names) | set(self.shared_classes)) - self._overrides_used
         # Vendor places are only there when the vendor schema is loaded.
         stale = {path for path in stale if not path.startswith("vorlix:") or self._vendor_loaded()}
         if stale:
@@ -644,5 +646,9 @@ class ModelBuilder:
         return ordered + sorted(rows.values())
 
 
-def build_model(schemas: SchemaSet) -> Model:
-    return ModelBuilder(schemas).build()
+def build_model(schemas: SchemaSet, class_names: Optional[dict] = None,
+                shared_classes: Optional[dict] = None) -> Model:
+    """The model of a schema set; the override tables default to overrides.py."""
+    return ModelBuilder(schemas,
+                        overrides.CLASS_NAMES if class_names is None else class_names,
+                        overrides.SHARED_CLASSES if shared_classes is None else shared_classes).build()

@@ -19,7 +19,8 @@ IEEE_DIR = os.path.join(REPOSITORY, "..", "shared", "ipxact-1685-2009")
 sys.path.insert(0, GENERATOR)
 
 import pinned_events  # noqa: E402
-from build_model import ModelError, build_model  # noqa: E402
+from build_model import build_model  # noqa: E402
+from class_places import ModelError  # noqa: E402
 from model import NS_SPIRIT, SPIRIT_URI  # noqa: E402
 from xsd_loader import QName, SchemaSet  # noqa: E402
 

@@ -17,7 +17,8 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
-from build_model import ModelError, build_model  # noqa: E402
+from build_model import build_model  # noqa: E402
+from class_places import ModelError  # noqa: E402
 from model import Model  # noqa: E402
 from numbering import NumberingError  # noqa: E402
 from xsd_loader import SchemaError, SchemaSet  # noqa: E402

@@ -10,7 +10,6 @@ ever narrow them).
 from __future__ import annotations
 
 from dataclasses import dataclass, field, replace
-from typing import Optional
 
 from xsd_loader import XS, Facets, QName, SchemaSet, SimpleType
 

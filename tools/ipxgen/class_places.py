@@ -75,9 +75,6 @@ class ClassPlaces:
         self._check_overrides_used()
         return self
 
-    def class_of(self, component) -> str:
-        return self.place_of[id(component)].bound.name
-
     def ns_id(self, namespace: str) -> int:
         if namespace not in NAMESPACE_IDS:
             raise ModelError("namespace %s has no namespace id" % namespace)

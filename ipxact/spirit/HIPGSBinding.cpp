@@ -12,8 +12,8 @@
 namespace HIPGSpirit {
 
 struct BindingAccess {
-    static int& choice_id(HIPGSChoice& obj) { return obj.m_choice_id; }
-    static int choice_id(const HIPGSChoice& obj) { return obj.m_choice_id; }
+    static int& choice_id(HIPGSChoiceContent& obj) { return obj.m_choice_id; }
+    static int choice_id(const HIPGSChoiceContent& obj) { return obj.m_choice_id; }
     static std::vector<uint16_t>& read_order(HIPGSAllContent& obj) { return obj.m_read_order; }
     static const std::vector<uint16_t>& read_order(const HIPGSAllContent& obj) { return obj.m_read_order; }
 };
@@ -130,7 +130,7 @@ void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo&
     }
 }
 
-void read_choice(lmx60::c_xml_reader& reader, HIPGSChoice& obj, const ClassInfo& info)
+void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const ClassInfo& info)
 {
     if (reader.current() == lmx60::c_xml_reader::tok_start) {
         int event = element_event(reader);
@@ -180,7 +180,7 @@ void read_content(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& 
 {
     switch (info.content) {
     case ContentKind::choice:
-        read_choice(reader, static_cast<HIPGSChoice&>(obj), info);
+        read_choice(reader, static_cast<HIPGSChoiceContent&>(obj), info);
         break;
     case ContentKind::all:
         read_all(reader, static_cast<HIPGSAllContent&>(obj), info);
@@ -275,7 +275,7 @@ void write_member(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Membe
     member.ops->write(writer, obj, member);
 }
 
-void write_choice(lmx60::c_xml_writer& writer, const HIPGSChoice& obj, const ClassInfo& info)
+void write_choice(lmx60::c_xml_writer& writer, const HIPGSChoiceContent& obj, const ClassInfo& info)
 {
     int selected = BindingAccess::choice_id(obj);
     int alternative = 0;
@@ -311,7 +311,7 @@ void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Clas
 {
     switch (info.content) {
     case ContentKind::choice:
-        write_choice(writer, static_cast<const HIPGSChoice&>(obj), info);
+        write_choice(writer, static_cast<const HIPGSChoiceContent&>(obj), info);
         return;
     case ContentKind::all:
         write_all(writer, static_cast<const HIPGSAllContent&>(obj), info);
@@ -420,7 +420,7 @@ lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& ob
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info)
 {
     if (info.content == ContentKind::choice) {
-        int selected = BindingAccess::choice_id(static_cast<const HIPGSChoice&>(obj));
+        int selected = BindingAccess::choice_id(static_cast<const HIPGSChoiceContent&>(obj));
         int alternatives = 0;
         for (uint32_t i = 0; i < info.member_count; ++i)
             alternatives += is_content(info.members[i]) ? 1 : 0;
@@ -437,7 +437,7 @@ bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info)
     return true;
 }
 
-void select_alternative(HIPGSChoice& obj, const ClassInfo& info, int alternative)
+void select_alternative(HIPGSChoiceContent& obj, const ClassInfo& info, int alternative)
 {
     int& selected = BindingAccess::choice_id(obj);
     if (selected == alternative)
@@ -455,7 +455,7 @@ void select_alternative(HIPGSChoice& obj, const ClassInfo& info, int alternative
     }
 }
 
-void release_alternatives(HIPGSChoice& obj, const ClassInfo& info)
+void release_alternatives(HIPGSChoiceContent& obj, const ClassInfo& info)
 {
     int none = 0;
     for (uint32_t i = 0; i < info.member_count; ++i)

@@ -89,12 +89,12 @@ struct ClassInfo {
 };
 
 // Choices hold which alternative is current; the alternatives themselves are ordinary members.
-class HIPGSChoice : public HIPGSBase {
+class HIPGSChoiceContent : public HIPGSBase {
 public:
     int getChoiceId() const { return m_choice_id; }
 
 protected:
-    explicit HIPGSChoice(int none) : m_choice_id(none) {}
+    explicit HIPGSChoiceContent(int none) : m_choice_id(none) {}
     int m_choice_id;
     friend struct BindingAccess;
 };
@@ -118,8 +118,8 @@ lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, con
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name);
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info);
-void select_alternative(HIPGSChoice& obj, const ClassInfo& info, int alternative);
-void release_alternatives(HIPGSChoice& obj, const ClassInfo& info);
+void select_alternative(HIPGSChoiceContent& obj, const ClassInfo& info, int alternative);
+void release_alternatives(HIPGSChoiceContent& obj, const ClassInfo& info);
 // Whether the reader's current element can start the in-place content described by `info`.
 bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info);
 

@@ -6,6 +6,7 @@ offers their accessors and describes itself in static tables.
 """
 
 import cpp_types
+from model import Member
 from template import render
 
 HEADER = """\
@@ -17,6 +18,7 @@ HEADER = """\
 #include <string>
 
 #include <ipxact/spirit/HIPGSBinding.h>
+$base_include$
 
 namespace HIPGSpirit {
 
@@ -52,12 +54,13 @@ public:
     $compositor_entries$
 
     $accessors$
+    $choice_operations$
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
-private:
+protected:
     $fields$
 
     static const MemberInfo s_members[];
@@ -137,7 +140,7 @@ void $name$::swap($name$& other) noexcept
 
 bool $name$::operator==(const $name$& other) const
 {
-    return $equality$;
+    $equality$
 }
 
 void $name$::init()
@@ -319,8 +322,9 @@ class ClassEmitter:
         self.validator_of = validator_of  # restriction id -> setter validator name
         self.spec_of = spec_of  # member -> validation spec expression
         self.members = list(bound.members)
-        if bound.any_attribute and not any(m.kind == "any_attribute" for m in self.members):
-            raise ValueError("%s admits any attribute but the model gave it no member" % bound.name)
+        if bound.any_attribute:
+            self.members.append(Member(stem="any_attribute", kind="any_attribute", min_occurs=0, max_occurs=None,
+                                       particle="attributes of other namespaces"))
 
     # ---- header ----
 
@@ -331,6 +335,7 @@ class ClassEmitter:
             source=b.source,
             guard=guard(b.name),
             forward=self.forward_declarations(),
+            base_include="#include <ipxact/spirit/%s.h>" % b.base_class if b.base_class else "",
             name=b.name,
             base=self.base_class(),
             enums="\n\n".join(self.enum_declaration(m) for m in self.members if m.enum_values),
@@ -339,6 +344,10 @@ class ClassEmitter:
             document_entries=self.render_for_documents(DOCUMENT_ENTRY_DECLARATIONS),
             compositor_entries=COMPOSITOR_DECLARATIONS if self.is_in_place_class() else "",
             accessors="\n\n".join(self.accessors(m) for m in self.members),
+            choice_operations="\n".join(
+                ["// Makes one alternative current, creating it; the others are destroyed."]
+                + ["void select_%s();" % m.stem for m in self.content_members()]
+                + ["void release_choice();"]) if b.content == "choice" else "",
             fields="\n".join(
                 "%s %s;  // %s" % (cpp_types.holder(m), field_name(m), m.particle) for m in self.members
             ),
@@ -349,14 +358,14 @@ class ClassEmitter:
         if self.bound.base_class:
             return self.bound.base_class
         if self.bound.content == "choice":
-            return "HIPGSChoice"
+            return "HIPGSChoiceContent"
         if self.bound.content == "all":
             return "HIPGSAllContent"
         return "HIPGSBase"
 
     def base_init(self):
         if self.bound.base_class is None and self.bound.content == "choice":
-            return " : HIPGSChoice(%d)" % self.alternative_count()
+            return " : HIPGSChoiceContent(%d)" % self.alternative_count()
         return ""
 
     def alternative_count(self):
@@ -371,17 +380,14 @@ class ClassEmitter:
     def render_for_documents(self, template):
         if not self.is_document():
             return ""
-        return render(template, name=self.bound.name, element_id=self.bound.element_id) if "$element_id$" in template \
-            else render(template, name=self.bound.name)
+        values = {"name": self.bound.name, "element_id": self.bound.element_id}
+        return render(template, **{k: v for k, v in values.items() if "$%s$" % k in template})
 
     def member_classes(self):
-        names = {m.class_name for m in self.members if m.class_name and m.value_type is None}
-        if self.bound.base_class:
-            names.add(self.bound.base_class)
-        return sorted(names)
+        return sorted({m.class_name for m in self.members if m.class_name and m.value_type is None})
 
     def forward_declarations(self):
-        return "\n".join("class %s;" % c for c in self.member_classes() if c != self.bound.base_class)
+        return "\n".join("class %s;" % c for c in self.member_classes())
 
     def family_root(self):
         bound = self.bound
@@ -487,9 +493,7 @@ class ClassEmitter:
                 "void delete%s(size_t index);" % s,
                 "void clear%s();" % s,
             ]
-            if self.bound.content == "choice":
-                lines.append("void select_%s();" % s)
-            return "\n".join(lines) + self.choice_release(m)
+            return "\n".join(lines)
         lines += [
             "const %s& get%s() const;" % (c, s),
             "%s& get%s();" % (c, s),
@@ -499,14 +503,7 @@ class ClassEmitter:
             "bool isSet%s() const { return %s.is_set(); }" % (s, f),
             "void unset%s();" % s,
         ]
-        if self.bound.content == "choice":
-            lines.append("void select_%s();" % s)
-        return "\n".join(lines) + self.choice_release(m)
-
-    def choice_release(self, m):
-        if self.bound.content != "choice" or m is not self.content_members()[-1]:
-            return ""
-        return "\nvoid release_choice();"
+        return "\n".join(lines)
 
     def content_members(self):
         return [m for m in self.members if m.kind not in ("attribute", "any_attribute")]
@@ -521,26 +518,28 @@ class ClassEmitter:
             name=b.name,
             elem_events="\n".join(self.event_row(m) for m in self.members if m.kind == "element"),
             attr_events="\n".join(self.event_row(m) for m in self.members if m.kind == "attribute"),
-            first_sets="\n".join(self.first_set(i, m) for i, m in enumerate(self.members) if self.needs_first_set(m)),
-            member_rows="\n".join(self.member_row(i, m) for i, m in enumerate(self.members)),
+            first_sets="\n".join(self.first_set(i, m) for i, m in enumerate(self.table_members())
+                                  if self.needs_first_set(m)),
+            member_rows="\n".join(self.member_row(i, m) for i, m in enumerate(self.table_members())),
             derived_table=self.derived_table(),
-            derived_includes="\n".join("#include <ipxact/spirit/%s.h>" % d for d in b.derived_classes),
+            derived_includes="\n".join("#include <ipxact/spirit/%s.h>" % d for d in self.descendants()),
             element_id=cpp_types.cpp_string(b.element_id),
             ns_id=str(b.ns_id if self.is_document() else 0),
             local_name=cpp_types.cpp_string(b.xml_name) if b.xml_name else "nullptr",
             content=cpp_types.CONTENT_KINDS[b.content],
-            member_count=str(len(self.members)),
+            member_count=str(len(self.table_members())),
             writer_map="ns_map_writer_2" if self.is_document() else "ns_map_writer_1",
             type_id=str(self.type_ids.get(b.name, 0)),
             type_qname=cpp_types.cpp_string(b.type_qname) if b.type_qname else "nullptr",
-            derived="s_derived_types" if b.derived_classes else "nullptr",
+            derived="s_derived_types" if self.descendants() else "nullptr",
             base_init=self.base_init(),
             reader_entry="unmarshal(reader)" if self.is_document() else "unmarshal(reader, reader.element_qname())",
             document_constructors=self.document_definitions(),
             swaps="\n".join("%s.swap(other.%s);" % (field_name(m), field_name(m)) for m in self.members)
             + self.extra_swap(),
             equality=self.equality(),
-            defaults="\n".join(self.default_line(m) for m in self.members if m.default is not None),
+            defaults="\n".join(self.default_line(m) for m in self.members
+                               if m.default is not None and m.value_type not in (None, "empty")),
             out_of_line="\n\n".join(filter(None, self.out_of_line())),
         )
 
@@ -559,7 +558,9 @@ class ClassEmitter:
             terms.insert(0, "m_choice_id == other.m_choice_id")
         if self.bound.base_class:
             terms.insert(0, "%s::operator==(other)" % self.bound.base_class)
-        return "\n        && ".join(terms) if terms else "true"
+        if not terms:
+            return "(void)other;\nreturn true;"
+        return "return " + "\n    && ".join(terms) + ";"
 
     def default_line(self, m):
         """Stores the schema default; an optional member keeps its presence flag clear."""
@@ -582,6 +583,52 @@ class ClassEmitter:
         events = ", ".join(str(e) for e in sorted(m.first_events))
         return "static const int32_t first_events_%d[] = {%s%s0};" % (index, events, ", " if events else "")
 
+    def ancestors(self):
+        """Base classes, nearest first."""
+        chain = []
+        bound = self.bound
+        while bound.base_class:
+            bound = self.model.class_named(bound.base_class)
+            chain.append(bound)
+        return chain
+
+    def restricts_base(self):
+        """A derivation by restriction restates the whole content; by extension it appends to the base's."""
+        if not self.bound.base_class:
+            return False
+        inherited = set()
+        for base in self.ancestors():
+            inherited |= self.element_names(base.members)
+        return bool(inherited & self.element_names(self.bound.members))
+
+    def element_names(self, members):
+        """Qualified names of the elements that members read, looking through groups and compositors."""
+        names = set()
+        for m in members:
+            if m.kind in ("group", "choice", "sequence", "all") and m.class_name:
+                names |= self.element_names(self.model.class_named(m.class_name).members)
+            elif m.kind == "element":
+                names.add(m.qname)
+        return names
+
+    def table_members(self):
+        """Every row of the member table: an extension's base content comes first."""
+        if self.restricts_base():
+            return list(self.members)
+        rows = []
+        for base in reversed(self.ancestors()):
+            rows += base.members
+        return rows + self.members
+
+    def descendants(self):
+        found = []
+        pending = list(self.bound.derived_classes)
+        while pending:
+            name = pending.pop(0)
+            found.append(name)
+            pending += self.model.class_named(name).derived_classes
+        return sorted(found)
+
     def member_row(self, index, m):
         name = m.local_name
         if m.kind == "any":
@@ -595,16 +642,16 @@ class ClassEmitter:
             m.min_occurs,
             cpp_types.max_occurs(m),
             "first_events_%d" % index if self.needs_first_set(m) else "nullptr",
-            self.bound.name,
+            self.bound.name,  # inherited fields are named through this class, where they are accessible
             field_name(m),
             self.spec_of(m),
         )
 
     def derived_table(self):
-        if not self.bound.derived_classes:
+        if not self.descendants():
             return ""
         rows = []
-        for derived in self.bound.derived_classes:
+        for derived in self.descendants():
             d = self.model.class_named(derived)
             local = d.type_qname.split(":", 1)[1]
             rows.append("{%d, %s, [] () -> HIPGSBase* { return new %s(); }}," % (d.ns_id, cpp_types.cpp_string(local), derived))
@@ -630,10 +677,13 @@ class ClassEmitter:
             prefix = "    std::string text;\n    detail::format_value(%s, text);\n" % value
             text = "text"
         return "%s    if (lmx60::elmx_error error = %s(%s, %s))\n        return error;\n" % (
-            prefix, self.validator_of[m.restriction], text, cpp_types.cpp_string(m.local_name or m.stem))
+            prefix, self.validator_of(m.restriction), text, cpp_types.cpp_string(m.local_name or m.stem))
 
     def member_definitions(self, m):
         n, s, f = self.bound.name, m.stem, field_name(m)
+        if b_is_choice(self.bound) and m in self.content_members():
+            index = self.content_members().index(m)
+            yield "void %s::select_%s()\n{\n    select_alternative(*this, s_class_info, %d);\n}" % (n, s, index)
         if m.kind in ("any", "any_attribute") or m.value_type == "empty":
             return
         if m.value_type is not None and cpp_types.is_list(m):
@@ -664,9 +714,6 @@ class ClassEmitter:
             return
         c = m.class_name
         select = "    select_%s();\n" % s if b_is_choice(self.bound) else ""
-        if b_is_choice(self.bound):
-            index = self.content_members().index(m)
-            yield "void %s::select_%s()\n{\n    select_alternative(*this, s_class_info, %d);\n}" % (n, s, index)
         if cpp_types.is_repeated(m):
             yield "const %s& %s::get%s(size_t index) const\n{\n    return %s.get(index);\n}" % (c, n, s, f)
             yield "%s& %s::get%s(size_t index)\n{\n    return %s.get(index);\n}" % (c, n, s, f)

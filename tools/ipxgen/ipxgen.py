@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Command line of the binding generator.
 
-    python3 tools/ipxgen/ipxgen.py [--ieee DIR] [--vendor DIR] --dump-model FILE
+    python3 tools/ipxgen/ipxgen.py [--ieee DIR] [--vendor DIR] [--dump-model FILE] [--check]
 
 Pipeline: load the schemas (xsd_loader) -> build the model (build_model) ->
-write it out. Today the only output is the model as JSON; the C++ emitters
-plug in at emit_outputs().
+emit the C++ binding into ipxact/spirit/ (emit). With --check nothing is
+written: the output is compared with the committed files and any difference
+fails the run.
 """
 
 from __future__ import annotations
@@ -17,6 +18,7 @@ import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+import emit  # noqa: E402
 from build_model import build_model  # noqa: E402
 from class_places import ModelError  # noqa: E402
 from model import Model  # noqa: E402
@@ -54,10 +56,21 @@ def dump_model(model: Model, path: str) -> None:
         out.write(text)
 
 
-def emit_outputs(model: Model, arguments: argparse.Namespace) -> None:
-    """Everything produced from the model. The C++ emitters are added here."""
+def emit_outputs(model: Model, arguments: argparse.Namespace) -> int:
+    """Everything produced from the model; with --check, only the comparison."""
     if arguments.dump_model:
         dump_model(model, arguments.dump_model)
+    files = emit.generate(model)
+    if arguments.check:
+        differing = emit.differences(files, arguments.out)
+        for path in differing:
+            print("ipxgen: differs from the generator's output: %s" % path, file=sys.stderr)
+        if differing:
+            print("ipxgen: run python3 tools/ipxgen/ipxgen.py and commit the result", file=sys.stderr)
+            return 1
+        return 0
+    emit.write(files, arguments.out)
+    return 0
 
 
 def parse_arguments(argv: list) -> argparse.Namespace:
@@ -67,22 +80,22 @@ def parse_arguments(argv: list) -> argparse.Namespace:
     parser.add_argument("--vendor", default=DEFAULT_VENDOR_DIR,
                         help="directory of the vendor schema; skipped when it has no %s "
                              "(default: %%(default)s)" % VENDOR_ROOT_FILE)
-    parser.add_argument("--dump-model", metavar="FILE", help="write the model as JSON to FILE")
-    arguments = parser.parse_args(argv)
-    if not arguments.dump_model:
-        parser.error("nothing to do: give --dump-model FILE")
-    return arguments
+    parser.add_argument("--dump-model", metavar="FILE", help="also write the model as JSON to FILE")
+    parser.add_argument("--out", default=REPOSITORY_ROOT,
+                        help="repository root that receives ipxact/spirit/ (default: %(default)s)")
+    parser.add_argument("--check", action="store_true",
+                        help="write nothing; fail when the committed generated files differ")
+    return parser.parse_args(argv)
 
 
 def main(argv: list) -> int:
     arguments = parse_arguments(argv)
     try:
         model = build_model(load(arguments.ieee, arguments.vendor))
-        emit_outputs(model, arguments)
+        return emit_outputs(model, arguments)
     except (SchemaError, ModelError, NumberingError, OSError) as error:
         print("ipxgen: %s" % error, file=sys.stderr)
         return 1
-    return 0
 
 
 if __name__ == "__main__":

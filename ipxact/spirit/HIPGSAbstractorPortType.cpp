@@ -20,7 +20,7 @@ static const int32_t first_events_1[] = {306, 0};
 
 const MemberInfo HIPGSAbstractorPortType::s_members[] = {
     {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_0, ops<&HIPGSAbstractorPortType::m_AnonNameGroupPort>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_1, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
 };
 
 

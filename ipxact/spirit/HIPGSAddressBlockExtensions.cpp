@@ -19,8 +19,8 @@ static const int32_t first_events_0[] = {312, 365, 488, 570, 0};
 static const int32_t first_events_1[] = {512, 513, 0};
 
 const MemberInfo HIPGSAddressBlockExtensions::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 1, 1, first_events_0, ops<&HIPGSAddressBlockExtensions::m_MemoryBlockData>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 1, 1, first_events_1, ops<&HIPGSAddressBlockExtensions::m_RegisterData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, first_events_0, ops<&HIPGSAddressBlockExtensions::m_MemoryBlockData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, first_events_1, ops<&HIPGSAddressBlockExtensions::m_RegisterData>(), nullptr},
 };
 
 

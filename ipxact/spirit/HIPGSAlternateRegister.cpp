@@ -48,7 +48,7 @@ const MemberInfo HIPGSAlternateRegister::s_members[] = {
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSAlternateRegister::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "alternateGroups", "spirit:alternateGroups", 299, 1, 1, nullptr, ops<&HIPGSAlternateRegister::m_AlternateGroups>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:alternateRegisterDefinitionGroup", 0, 1, 1, first_events_14, ops<&HIPGSAlternateRegister::m_AlternateRegisterDefinitionGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:alternateRegisterDefinitionGroup", 0, 0, 1, first_events_14, ops<&HIPGSAlternateRegister::m_AlternateRegisterDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSAlternateRegister::m_any_attribute>(), nullptr},

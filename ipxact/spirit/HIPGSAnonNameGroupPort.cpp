@@ -22,7 +22,7 @@ static const int32_t first_events_2[] = {365, 0};
 const MemberInfo HIPGSAnonNameGroupPort::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSAnonNameGroupPort::m_NameGroupPort>(), nullptr},
     {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonAccess>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonAccess>(), nullptr},
 };
 
 

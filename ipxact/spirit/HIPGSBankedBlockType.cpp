@@ -47,7 +47,7 @@ const MemberInfo HIPGSBankedBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSBankedBlockType::m_NameGroup>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, first_events_13, ops<&HIPGSBankedBlockType::m_BlockSize>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockExtensions", 0, 1, 1, first_events_14, ops<&HIPGSBankedBlockType::m_AddressBlockExtensions>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressBlockExtensions", 0, 0, 1, first_events_14, ops<&HIPGSBankedBlockType::m_AddressBlockExtensions>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBankedBlockType::m_any_attribute>(), nullptr},
 };

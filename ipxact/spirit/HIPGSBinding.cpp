@@ -79,11 +79,6 @@ void report_missing(lmx60::c_xml_reader& reader, const MemberInfo& member)
                              __LINE__);
 }
 
-bool has_room(const HIPGSBase& obj, const MemberInfo& member)
-{
-    return member.max_occurs == kUnbounded || member.ops->count(obj) < member.max_occurs;
-}
-
 // Reads one occurrence and leaves the reader on the token after it.
 void read_member(lmx60::c_xml_reader& reader, HIPGSBase& obj, const MemberInfo& member)
 {
@@ -97,9 +92,17 @@ void read_member(lmx60::c_xml_reader& reader, HIPGSBase& obj, const MemberInfo& 
     reader.advance();
 }
 
+// Occurrences are counted per reading, not from the holders: a required simple value always has a
+// value, read or not.
+bool below_maximum(const MemberInfo& member, uint32_t occurrences)
+{
+    return member.max_occurs == kUnbounded || occurrences < member.max_occurs;
+}
+
 void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
     uint32_t position = 0;
+    uint32_t occurrences = 0;  // of the member at `position`
     while (position < info.member_count && !is_content(info.members[position]))
         ++position;
     while (reader.current() == lmx60::c_xml_reader::tok_start) {
@@ -107,25 +110,27 @@ void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo&
         uint32_t candidate = position;
         for (; candidate < info.member_count; ++candidate) {
             const MemberInfo& member = info.members[candidate];
-            if (accepts(reader, member, event) && has_room(obj, member))
+            uint32_t seen = candidate == position ? occurrences : 0;
+            if (accepts(reader, member, event) && below_maximum(member, seen))
                 break;
-            if (member.ops->count(obj) < member.min_occurs)
+            if (seen < member.min_occurs)
                 report_missing(reader, member);
         }
         if (candidate == info.member_count)
             return;
-        position = candidate;
-        const MemberInfo& member = info.members[position];
+        if (candidate != position) {
+            position = candidate;
+            occurrences = 0;
+        }
         size_t before = reader.token_count();
-        read_member(reader, obj, member);
+        read_member(reader, obj, info.members[position]);
         if (reader.token_count() == before)
             return;  // an in-place member that cannot start here: leave the element to the caller
-        if (!has_room(obj, member))
-            ++position;
+        ++occurrences;
     }
-    for (; position < info.member_count; ++position) {
+    for (; position < info.member_count; ++position, occurrences = 0) {
         const MemberInfo& member = info.members[position];
-        if (is_content(member) && member.ops->count(obj) < member.min_occurs)
+        if (is_content(member) && occurrences < member.min_occurs)
             report_missing(reader, member);
     }
 }
@@ -141,9 +146,11 @@ void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const Cla
                 continue;
             if (accepts(reader, member, event)) {
                 BindingAccess::choice_id(obj) = alternative;
+                uint32_t occurrences = 0;
                 do {
                     read_member(reader, obj, member);
-                } while (reader.current() == lmx60::c_xml_reader::tok_start && has_room(obj, member) &&
+                    ++occurrences;
+                } while (reader.current() == lmx60::c_xml_reader::tok_start && below_maximum(member, occurrences) &&
                          accepts(reader, member, element_event(reader)));
                 return;
             }
@@ -157,22 +164,24 @@ void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo
 {
     std::vector<uint16_t>& order = BindingAccess::read_order(obj);
     order.clear();
+    std::vector<uint32_t> occurrences(info.member_count, 0);
     while (reader.current() == lmx60::c_xml_reader::tok_start) {
         int event = element_event(reader);
         uint32_t found = info.member_count;
         for (uint32_t i = 0; i < info.member_count; ++i)
             if (is_content(info.members[i]) && accepts(reader, info.members[i], event) &&
-                has_room(obj, info.members[i])) {
+                below_maximum(info.members[i], occurrences[i])) {
                 found = i;
                 break;
             }
         if (found == info.member_count)
-            return;
+            break;
         read_member(reader, obj, info.members[found]);
+        ++occurrences[found];
         order.push_back(static_cast<uint16_t>(found));
     }
     for (uint32_t i = 0; i < info.member_count; ++i)
-        if (is_content(info.members[i]) && info.members[i].ops->count(obj) < info.members[i].min_occurs)
+        if (is_content(info.members[i]) && occurrences[i] < info.members[i].min_occurs)
             report_missing(reader, info.members[i]);
 }
 

@@ -24,7 +24,7 @@ static const int32_t first_events_2[] = {365, 0};
 const MemberInfo HIPGSPortDeclarationType::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSPortDeclarationType::m_NameGroupPort>(), nullptr},
     {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSPortDeclarationType::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSPortDeclarationType::m_AnonAccess>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSPortDeclarationType::m_AnonAccess>(), nullptr},
 };
 
 static const DerivedType s_derived_types[] = {

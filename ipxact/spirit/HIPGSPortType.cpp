@@ -24,7 +24,7 @@ static const int32_t first_events_2[] = {365, 0};
 const MemberInfo HIPGSPortType::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSPortType::m_NameGroupPort>(), nullptr},
     {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSPortType::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSPortType::m_AnonAccess>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSPortType::m_AnonAccess>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPortType::m_VendorExtensions>(), nullptr},
 };
 

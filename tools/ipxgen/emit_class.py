@@ -629,6 +629,28 @@ class ClassEmitter:
             pending += self.model.class_named(name).derived_classes
         return sorted(found)
 
+    def emptiable(self, class_name, visiting=()):
+        """Whether a group or compositor may match no element at all."""
+        if class_name in visiting:
+            return False
+        bound = self.model.class_named(class_name)
+        content = [m for m in bound.members if m.kind not in ("attribute", "any_attribute")]
+        results = [self.member_emptiable(m, visiting + (class_name,)) for m in content]
+        if bound.content == "choice":
+            return any(results)
+        return all(results)
+
+    def member_emptiable(self, m, visiting=()):
+        if m.min_occurs == 0:
+            return True
+        return self.needs_first_set(m) and bool(m.class_name) and self.emptiable(m.class_name, visiting)
+
+    def effective_min(self, m):
+        """In-place content that can match nothing is never missing, whatever its own minimum."""
+        if self.needs_first_set(m) and m.class_name and self.member_emptiable(m):
+            return 0
+        return m.min_occurs
+
     def member_row(self, index, m):
         name = m.local_name
         if m.kind == "any":
@@ -639,7 +661,7 @@ class ClassEmitter:
             cpp_types.cpp_string(name) if name else "nullptr",
             cpp_types.cpp_string(m.qname) if m.qname else "nullptr",
             m.event or 0,
-            m.min_occurs,
+            self.effective_min(m),
             cpp_types.max_occurs(m),
             "first_events_%d" % index if self.needs_first_set(m) else "nullptr",
             self.bound.name,  # inherited fields are named through this class, where they are accessible

@@ -374,21 +374,12 @@ lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, con
     }
 }
 
-lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+namespace {
+
+// Faults after the document element (a second root, broken trailing markup) still count.
+lmx60::elmx_error read_document_end(lmx60::c_xml_reader& reader)
 {
-    reader.set_ns_map(ns_map_reader);
     try {
-        reader.read_document_element();
-        if (reader.element_ns_id() != info.ns_id || std::strcmp(reader.element_local_name(), info.local_name) != 0)
-            reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
-    lmx60::elmx_error result = obj.unmarshal(reader, reader.element_qname());
-    if (result != lmx60::ELMX_OK)
-        return result;
-    try {
-        // Faults after the document element (a second root, broken trailing markup) still count.
         while (reader.current() != lmx60::c_xml_reader::tok_eof) {
             reader.advance();
             if (reader.current() == lmx60::c_xml_reader::tok_start)
@@ -400,11 +391,54 @@ lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, con
     return lmx60::ELMX_OK;
 }
 
+// A class whose own map declares nothing (a named type, a local element) may still be written as the
+// document element, through the root dispatcher or a stream front end; its names need declarations.
+const lmx60::s_ns_map* document_ns_map(const lmx60::c_xml_writer& writer, const ClassInfo& info)
+{
+    bool declaresNothing = !info.writer_ns_map || info.writer_ns_map->id == 0;
+    return writer.depth() == 0 && declaresNothing ? ns_map_reader : info.writer_ns_map;
+}
+
+}  // namespace
+
+lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    reader.set_ns_map(ns_map_reader);
+    try {
+        reader.read_document_element();
+        if (reader.element_ns_id() != info.ns_id || std::strcmp(reader.element_local_name(), info.local_name) != 0)
+            reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+    lmx60::elmx_error result = obj.unmarshal(reader, reader.element_qname());
+    return result != lmx60::ELMX_OK ? result : read_document_end(reader);
+}
+
+lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    reader.set_ns_map(ns_map_reader);
+    try {
+        reader.read_document_element();
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+    lmx60::elmx_error result = read_in_place(reader, obj, info);
+    return result != lmx60::ELMX_OK ? result : read_document_end(reader);
+}
+
+lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
+{
+    writer.conditionally_select_ns_map(info.writer_ns_map);
+    detail::write_inline(writer, obj, info);
+    return lmx60::ELMX_OK;
+}
+
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name)
 {
     obj.validationAssertion(occurs_ok(obj, info), true);
-    writer.conditionally_select_ns_map(info.writer_ns_map);
+    writer.conditionally_select_ns_map(document_ns_map(writer, info));
     writer.start_element(name);
     int expected = writer.get_expected_type();
     writer.set_expected_type(0);

@@ -115,6 +115,12 @@ lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, cons
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
 // Reads a group or compositor in place, at the reader's current element.
 lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// The document entry of in-place content (the root dispatcher): the document element is the
+// content's first element, whichever of its alternatives it is.
+lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// Writes in-place content without an element frame of its own; at the top of a document its first
+// element becomes the document element and declares the map of `info`.
+lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name);
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info);

@@ -111,6 +111,18 @@ class ElementDecl:
 
 
 @dataclass
+class IdentityConstraint:
+    """An xs:key, xs:keyref or xs:unique, with the prefixes in scope for its XPaths."""
+
+    kind: str  # 'key' | 'keyref' | 'unique'
+    name: QName
+    selector: str
+    fields: list
+    refer: Optional[QName] = None
+    namespaces: dict = field(default_factory=dict)
+
+
+@dataclass
 class GroupRef:
     ref: QName
     min_occurs: int = 1
@@ -242,6 +254,9 @@ class _FileParser:
         self.target_namespace = root.get("targetNamespace", inherited_namespace)
         self.element_qualified = root.get("elementFormDefault", "unqualified") == "qualified"
         self.attribute_qualified = root.get("attributeFormDefault", "unqualified") == "qualified"
+        # Kept beside the declarations, not in them: the model builder compares
+        # declarations field by field and identity constraints do not shape classes.
+        self.identity_constraints = {}  # id(ElementDecl) -> [IdentityConstraint]
 
     def children(self, element: ET.Element):
         """Schema children, skipping annotations and foreign elements."""
@@ -359,11 +374,22 @@ class _FileParser:
         if ref is None:
             name = (QName(self.target_namespace, element.get("name")) if is_global
                     else self.local_name(element, self.element_qualified))
-        return ElementDecl(name=name, ref=ref, type=self.qname(element, "type"), inline_type=inline,
+        decl = ElementDecl(name=name, ref=ref, type=self.qname(element, "type"), inline_type=inline,
                            min_occurs=1 if is_global else _occurs(element, "minOccurs"),
                            max_occurs=1 if is_global else _occurs(element, "maxOccurs"),
                            default=element.get("default"), fixed=element.get("fixed"),
                            is_global=is_global, source=self.file_name)
+        constraints = [self.identity_constraint(c) for c in self.children(element)
+                       if _tag(c) in ("key", "keyref", "unique")]
+        if constraints:
+            self.identity_constraints[id(decl)] = constraints
+        return decl
+
+    def identity_constraint(self, element: ET.Element) -> IdentityConstraint:
+        xpath = lambda kind: [c.get("xpath") for c in self.children(element) if _tag(c) == kind]
+        return IdentityConstraint(_tag(element), QName(self.target_namespace, element.get("name")),
+                                  xpath("selector")[0], xpath("field"), self.qname(element, "refer"),
+                                  dict(self.tree.scope[id(element)]))
 
     # --- complex types ------------------------------------------------------
 
@@ -440,6 +466,7 @@ class SchemaSet:
         self.groups: dict = {}
         self.attribute_groups: dict = {}
         self.attributes: dict = {}
+        self.identity_constraints: dict = {}  # id(ElementDecl) -> [IdentityConstraint]
         self._visited: set = set()
         self._namespaces: set = set()
 
@@ -464,6 +491,7 @@ class SchemaSet:
                 component = parser.top_level(child)
                 if component is not None:
                     self._register(component, schema_file)
+        self.identity_constraints.update(parser.identity_constraints)
         for location, namespace, imported in references:
             self._follow(path, location, namespace, imported)
 
@@ -495,6 +523,9 @@ class SchemaSet:
 
     def element(self, name: QName) -> ElementDecl:
         return self._lookup(self.elements, name, "element")
+
+    def identity_constraints_of(self, decl: ElementDecl) -> list:
+        return self.identity_constraints.get(id(decl), [])
 
     def group(self, name: QName) -> ModelGroup:
         return self._lookup(self.groups, name, "group")

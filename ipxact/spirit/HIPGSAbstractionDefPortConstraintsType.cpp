@@ -15,14 +15,14 @@ const lmx60::s_event_map HIPGSAbstractionDefPortConstraintsType::attr_event_map[
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {356, 0};
-static const int32_t first_events_1[] = {349, 0};
-static const int32_t first_events_2[] = {354, 0};
+static const int32_t HIPGSAbstractionDefPortConstraintsType_first_events_0[] = {356, 0};
+static const int32_t HIPGSAbstractionDefPortConstraintsType_first_events_1[] = {349, 0};
+static const int32_t HIPGSAbstractionDefPortConstraintsType_first_events_2[] = {354, 0};
 
 const MemberInfo HIPGSAbstractionDefPortConstraintsType::s_members[] = {
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_0, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonTimingConstraint>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonDriveConstraint>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonLoadConstraint>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractionDefPortConstraintsType_first_events_0, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonTimingConstraint>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractionDefPortConstraintsType_first_events_1, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonDriveConstraint>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractionDefPortConstraintsType_first_events_2, ops<&HIPGSAbstractionDefPortConstraintsType::m_AnonLoadConstraint>(), nullptr},
 };
 
 

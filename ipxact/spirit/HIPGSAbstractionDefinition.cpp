@@ -20,21 +20,22 @@ const lmx60::s_event_map HIPGSAbstractionDefinition::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSAbstractionDefinition_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSAbstractionDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractionDefinition_first_events_0, ops<&HIPGSAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "extends", "spirit:extends", 296, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_Extends>(), nullptr},
     {MemberKind::element, 1001, "ports", "spirit:ports", 533, 1, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_Ports>(), nullptr},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "abstractionDefinitionInfo", "vorlix:abstractionDefinitionInfo", 0, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_AbstractionDefinitionInfo>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAbstractionDefinition::s_class_info = {
     "spirit:abstractionDefinition", 1001, "abstractionDefinition", ContentKind::sequence,
-    s_members, 6, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -132,6 +133,7 @@ void HIPGSAbstractionDefinition::swap(HIPGSAbstractionDefinition& other) noexcep
     m_Ports.swap(other.m_Ports);
     m_Description.swap(other.m_Description);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_AbstractionDefinitionInfo.swap(other.m_AbstractionDefinitionInfo);
 }
 
 bool HIPGSAbstractionDefinition::operator==(const HIPGSAbstractionDefinition& other) const
@@ -141,7 +143,8 @@ bool HIPGSAbstractionDefinition::operator==(const HIPGSAbstractionDefinition& ot
         && m_Extends == other.m_Extends
         && m_Ports == other.m_Ports
         && m_Description == other.m_Description
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_AbstractionDefinitionInfo == other.m_AbstractionDefinitionInfo;
 }
 
 void HIPGSAbstractionDefinition::init()
@@ -318,6 +321,31 @@ HIPGSVendorExtensions* HIPGSAbstractionDefinition::assignVendorExtensions(HIPGSV
 void HIPGSAbstractionDefinition::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSAbstractionDefinitionInfo& HIPGSAbstractionDefinition::getAbstractionDefinitionInfo() const
+{
+    return m_AbstractionDefinitionInfo.get();
+}
+
+HIPGSAbstractionDefinitionInfo& HIPGSAbstractionDefinition::getAbstractionDefinitionInfo()
+{
+    return m_AbstractionDefinitionInfo.get();
+}
+
+void HIPGSAbstractionDefinition::assignAbstractionDefinitionInfo(const HIPGSAbstractionDefinitionInfo& value)
+{
+    m_AbstractionDefinitionInfo.assign(value);
+}
+
+HIPGSAbstractionDefinitionInfo* HIPGSAbstractionDefinition::assignAbstractionDefinitionInfo(HIPGSAbstractionDefinitionInfo* child)
+{
+    return m_AbstractionDefinitionInfo.assign(child);
+}
+
+void HIPGSAbstractionDefinition::unsetAbstractionDefinitionInfo()
+{
+    m_AbstractionDefinitionInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSAbstractionDefinitionInfo;
 class HIPGSAbstractionDefinitionPorts;
 class HIPGSLibraryRefType2;
 class HIPGSVendorExtensions;
@@ -101,6 +102,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:abstractionDefinitionInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSAbstractionDefinitionInfo& getAbstractionDefinitionInfo() const;
+    HIPGSAbstractionDefinitionInfo& getAbstractionDefinitionInfo();
+    void assignAbstractionDefinitionInfo(const HIPGSAbstractionDefinitionInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSAbstractionDefinitionInfo* assignAbstractionDefinitionInfo(HIPGSAbstractionDefinitionInfo* child);
+    bool isSetAbstractionDefinitionInfo() const { return m_AbstractionDefinitionInfo.is_set(); }
+    void unsetAbstractionDefinitionInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -112,12 +122,14 @@ protected:
     lmx60::ct_complex_single<HIPGSAbstractionDefinitionPorts> m_Ports;  // spirit:ports, 1..1
     lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSAbstractionDefinitionInfo> m_AbstractionDefinitionInfo;  // vorlix:abstractionDefinitionInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSAbstractionDefinitionInfo.h>
 #include <ipxact/spirit/HIPGSAbstractionDefinitionPorts.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSAbstractionDefinitionPortInfo::attr_event_map[] = 
 
 
 const MemberInfo HIPGSAbstractionDefinitionPortInfo::s_members[] = {
-    {MemberKind::element, 1000, "tristate_role", "vorlix:tristate_role", 260, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_Tristate_role>(), &validation_spec_preserve_Value42},
+    {MemberKind::element, 1000, "tristate_role", "vorlix:tristate_role", 260, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_TristateRole>(), &validation_spec_preserve_Value42},
     {MemberKind::element, 1000, "group", "vorlix:group", 261, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_Group>(), &lmx60::validation_spec_empty},
 };
 
@@ -118,13 +118,13 @@ HIPGSAbstractionDefinitionPortInfo::~HIPGSAbstractionDefinitionPortInfo() = defa
 
 void HIPGSAbstractionDefinitionPortInfo::swap(HIPGSAbstractionDefinitionPortInfo& other) noexcept
 {
-    m_Tristate_role.swap(other.m_Tristate_role);
+    m_TristateRole.swap(other.m_TristateRole);
     m_Group.swap(other.m_Group);
 }
 
 bool HIPGSAbstractionDefinitionPortInfo::operator==(const HIPGSAbstractionDefinitionPortInfo& other) const
 {
-    return m_Tristate_role == other.m_Tristate_role
+    return m_TristateRole == other.m_TristateRole
         && m_Group == other.m_Group;
 }
 
@@ -173,30 +173,25 @@ lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::marshal(lmx60::c_xml_write
     return write_element(writer, *this, s_class_info, name);
 }
 
-lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setTristate_role(const std::string& value)
+lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setTristateRole(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator42(value, "tristate_role"))
         return error;
-    m_Tristate_role.set(value);
+    m_TristateRole.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Tristate_role_values[] = {"in", "out", "tristate", nullptr};
+static const char* const HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values[] = {"in", "out", "tristate", nullptr};
 
-HIPGSAbstractionDefinitionPortInfo::e_enum_Tristate_role HIPGSAbstractionDefinitionPortInfo::getEnumTristate_role() const
+HIPGSAbstractionDefinitionPortInfo::e_enum_TristateRole HIPGSAbstractionDefinitionPortInfo::getEnumTristateRole() const
 {
-    for (int i = 0; m_Tristate_role_values[i]; ++i)
-        if (m_Tristate_role.is_set() && m_Tristate_role.get() == m_Tristate_role_values[i])
-            return static_cast<e_enum_Tristate_role>(i + 1);
-    return e_enum_Tristate_role::e_unlisted;
+    return static_cast<e_enum_TristateRole>(enum_number(HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values, m_TristateRole.is_set(), m_TristateRole.get()));
 }
 
-bool HIPGSAbstractionDefinitionPortInfo::setEnumTristate_role(e_enum_Tristate_role value)
+bool HIPGSAbstractionDefinitionPortInfo::setEnumTristateRole(e_enum_TristateRole value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setTristate_role(m_Tristate_role_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values, static_cast<int>(value));
+    return text && setTristateRole(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setGroup(const std::string& value)

@@ -12,7 +12,7 @@ namespace HIPGSpirit {
 
 class HIPGSAbstractionDefinitionPortInfo : public HIPGSBase {
 public:
-    enum class e_enum_Tristate_role {
+    enum class e_enum_TristateRole {
         e_unlisted = 0,
         in = 1,
         out = 2,
@@ -53,12 +53,12 @@ public:
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
     // vorlix:tristate_role, 0..1
-    const std::string& getTristate_role() const { return m_Tristate_role.get(); }
-    lmx60::elmx_error setTristate_role(const std::string& value);
-    bool isSetTristate_role() const { return m_Tristate_role.is_set(); }
-    void unsetTristate_role() { m_Tristate_role.unset(); }
-    e_enum_Tristate_role getEnumTristate_role() const;
-    bool setEnumTristate_role(e_enum_Tristate_role value);
+    const std::string& getTristateRole() const { return m_TristateRole.get(); }
+    lmx60::elmx_error setTristateRole(const std::string& value);
+    bool isSetTristateRole() const { return m_TristateRole.is_set(); }
+    void unsetTristateRole() { m_TristateRole.unset(); }
+    e_enum_TristateRole getEnumTristateRole() const;
+    bool setEnumTristateRole(e_enum_TristateRole value);
 
     // vorlix:group, 0..1
     const std::string& getGroup() const { return m_Group.get(); }
@@ -71,7 +71,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<std::string> m_Tristate_role;  // vorlix:tristate_role, 0..1
+    lmx60::ct_simple_optional<std::string> m_TristateRole;  // vorlix:tristate_role, 0..1
     lmx60::ct_simple_optional<std::string> m_Group;  // vorlix:group, 0..1
 
     static const MemberInfo s_members[];

@@ -19,20 +19,21 @@ const lmx60::s_event_map HIPGSAbstractionDefinitionPortsPort::attr_event_map[] =
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_3[] = {330, 359, 0};
+static const int32_t HIPGSAbstractionDefinitionPortsPort_first_events_3[] = {330, 359, 0};
 
 const MemberInfo HIPGSAbstractionDefinitionPortsPort::s_members[] = {
     {MemberKind::element, 1001, "logicalName", "spirit:logicalName", 458, 1, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortsPort::m_LogicalName>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "displayName", "spirit:displayName", 308, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortsPort::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortsPort::m_Description>(), &lmx60::validation_spec_empty},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_3, ops<&HIPGSAbstractionDefinitionPortsPort::m_AbstractionDefinitionPortsPortAnonWire>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractionDefinitionPortsPort_first_events_3, ops<&HIPGSAbstractionDefinitionPortsPort::m_AbstractionDefinitionPortsPortAnonWire>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortsPort::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "abstractionDefinitionPortInfo", "vorlix:abstractionDefinitionPortInfo", 0, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortsPort::m_AbstractionDefinitionPortInfo>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAbstractionDefinitionPortsPort::s_class_info = {
     "spirit:port", 0, "port", ContentKind::sequence,
-    s_members, 5, ns_map_writer_1,
+    s_members, 6, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -67,6 +68,7 @@ void HIPGSAbstractionDefinitionPortsPort::swap(HIPGSAbstractionDefinitionPortsPo
     m_Description.swap(other.m_Description);
     m_AbstractionDefinitionPortsPortAnonWire.swap(other.m_AbstractionDefinitionPortsPortAnonWire);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_AbstractionDefinitionPortInfo.swap(other.m_AbstractionDefinitionPortInfo);
 }
 
 bool HIPGSAbstractionDefinitionPortsPort::operator==(const HIPGSAbstractionDefinitionPortsPort& other) const
@@ -75,7 +77,8 @@ bool HIPGSAbstractionDefinitionPortsPort::operator==(const HIPGSAbstractionDefin
         && m_DisplayName == other.m_DisplayName
         && m_Description == other.m_Description
         && m_AbstractionDefinitionPortsPortAnonWire == other.m_AbstractionDefinitionPortsPortAnonWire
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_AbstractionDefinitionPortInfo == other.m_AbstractionDefinitionPortInfo;
 }
 
 void HIPGSAbstractionDefinitionPortsPort::init()
@@ -189,6 +192,31 @@ HIPGSVendorExtensions* HIPGSAbstractionDefinitionPortsPort::assignVendorExtensio
 void HIPGSAbstractionDefinitionPortsPort::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSAbstractionDefinitionPortInfo& HIPGSAbstractionDefinitionPortsPort::getAbstractionDefinitionPortInfo() const
+{
+    return m_AbstractionDefinitionPortInfo.get();
+}
+
+HIPGSAbstractionDefinitionPortInfo& HIPGSAbstractionDefinitionPortsPort::getAbstractionDefinitionPortInfo()
+{
+    return m_AbstractionDefinitionPortInfo.get();
+}
+
+void HIPGSAbstractionDefinitionPortsPort::assignAbstractionDefinitionPortInfo(const HIPGSAbstractionDefinitionPortInfo& value)
+{
+    m_AbstractionDefinitionPortInfo.assign(value);
+}
+
+HIPGSAbstractionDefinitionPortInfo* HIPGSAbstractionDefinitionPortsPort::assignAbstractionDefinitionPortInfo(HIPGSAbstractionDefinitionPortInfo* child)
+{
+    return m_AbstractionDefinitionPortInfo.assign(child);
+}
+
+void HIPGSAbstractionDefinitionPortsPort::unsetAbstractionDefinitionPortInfo()
+{
+    m_AbstractionDefinitionPortInfo.unset();
 }
 
 }  // namespace HIPGSpirit

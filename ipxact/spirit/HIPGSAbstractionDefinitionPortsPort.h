@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSAbstractionDefinitionPortInfo;
 class HIPGSAbstractionDefinitionPortsPortAnonWire;
 class HIPGSVendorExtensions;
 
@@ -70,6 +71,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:abstractionDefinitionPortInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSAbstractionDefinitionPortInfo& getAbstractionDefinitionPortInfo() const;
+    HIPGSAbstractionDefinitionPortInfo& getAbstractionDefinitionPortInfo();
+    void assignAbstractionDefinitionPortInfo(const HIPGSAbstractionDefinitionPortInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSAbstractionDefinitionPortInfo* assignAbstractionDefinitionPortInfo(HIPGSAbstractionDefinitionPortInfo* child);
+    bool isSetAbstractionDefinitionPortInfo() const { return m_AbstractionDefinitionPortInfo.is_set(); }
+    void unsetAbstractionDefinitionPortInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -80,12 +90,14 @@ protected:
     lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
     lmx60::ct_complex_single<HIPGSAbstractionDefinitionPortsPortAnonWire> m_AbstractionDefinitionPortsPortAnonWire;  // choice, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSAbstractionDefinitionPortInfo> m_AbstractionDefinitionPortInfo;  // vorlix:abstractionDefinitionPortInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSAbstractionDefinitionPortInfo.h>
 #include <ipxact/spirit/HIPGSAbstractionDefinitionPortsPortAnonWire.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 

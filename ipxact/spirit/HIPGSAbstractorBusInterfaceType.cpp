@@ -19,10 +19,10 @@ const lmx60::s_event_map HIPGSAbstractorBusInterfaceType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSAbstractorBusInterfaceType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSAbstractorBusInterfaceType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSAbstractorBusInterfaceType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAbstractorBusInterfaceType_first_events_0, ops<&HIPGSAbstractorBusInterfaceType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 1, 1, nullptr, ops<&HIPGSAbstractorBusInterfaceType::m_AbstractionType>(), nullptr},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSAbstractorBusInterfaceType::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAbstractorBusInterfaceType::m_Parameters>(), nullptr},

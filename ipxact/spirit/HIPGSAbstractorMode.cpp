@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSAbstractorMode::attr_event_map[] = {
 
 const MemberInfo HIPGSAbstractorMode::s_members[] = {
     {MemberKind::attribute, 1001, "group", "spirit:group", 408, 0, 1, nullptr, ops<&HIPGSAbstractorMode::m_GroupAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAbstractorMode::m_AbstractorMode>(), &validation_spec_preserve_Value48},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAbstractorMode::m_AbstractorMode>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -118,28 +118,23 @@ lmx60::elmx_error HIPGSAbstractorMode::setGroupAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSAbstractorMode::setAbstractorMode(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator48(value, "AbstractorMode"))
+    if (lmx60::elmx_error error = UserValidator48(value, "abstractorMode"))
         return error;
     m_AbstractorMode.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_AbstractorMode_values[] = {"master", "slave", "direct", "system", nullptr};
+static const char* const HIPGSAbstractorMode_m_AbstractorMode_values[] = {"master", "slave", "direct", "system", nullptr};
 
 HIPGSAbstractorMode::e_enum_AbstractorMode HIPGSAbstractorMode::getEnumAbstractorMode() const
 {
-    for (int i = 0; m_AbstractorMode_values[i]; ++i)
-        if (m_AbstractorMode.is_set() && m_AbstractorMode.get() == m_AbstractorMode_values[i])
-            return static_cast<e_enum_AbstractorMode>(i + 1);
-    return e_enum_AbstractorMode::e_unlisted;
+    return static_cast<e_enum_AbstractorMode>(enum_number(HIPGSAbstractorMode_m_AbstractorMode_values, m_AbstractorMode.is_set(), m_AbstractorMode.get()));
 }
 
 bool HIPGSAbstractorMode::setEnumAbstractorMode(e_enum_AbstractorMode value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setAbstractorMode(m_AbstractorMode_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAbstractorMode_m_AbstractorMode_values, static_cast<int>(value));
+    return text && setAbstractorMode(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

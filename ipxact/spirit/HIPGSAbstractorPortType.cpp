@@ -15,12 +15,12 @@ const lmx60::s_event_map HIPGSAbstractorPortType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {306, 0};
+static const int32_t HIPGSAbstractorPortType_first_events_0[] = {492, 0};
+static const int32_t HIPGSAbstractorPortType_first_events_1[] = {306, 0};
 
 const MemberInfo HIPGSAbstractorPortType::s_members[] = {
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_0, ops<&HIPGSAbstractorPortType::m_AnonNameGroupPort>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_1, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractorPortType_first_events_0, ops<&HIPGSAbstractorPortType::m_AnonNameGroupPort>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSAbstractorPortType_first_events_1, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
 };
 
 

@@ -21,7 +21,7 @@ const lmx60::s_event_map HIPGSAbstractorPortWireType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAbstractorPortWireType::s_members[] = {
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Direction>(), &validation_spec_collapse_Value41},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Direction>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "vector", "spirit:vector", 313, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Vector>(), nullptr},
     {MemberKind::element, 1001, "wireTypeDefs", "spirit:wireTypeDefs", 327, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_WireTypeDefs>(), nullptr},
     {MemberKind::element, 1001, "driver", "spirit:driver", 333, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Driver>(), nullptr},
@@ -134,22 +134,17 @@ lmx60::elmx_error HIPGSAbstractorPortWireType::setDirection(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
+static const char* const HIPGSAbstractorPortWireType_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
 
 HIPGSAbstractorPortWireType::e_enum_Direction HIPGSAbstractorPortWireType::getEnumDirection() const
 {
-    for (int i = 0; m_Direction_values[i]; ++i)
-        if (m_Direction.is_set() && m_Direction.get() == m_Direction_values[i])
-            return static_cast<e_enum_Direction>(i + 1);
-    return e_enum_Direction::e_unlisted;
+    return static_cast<e_enum_Direction>(enum_number(HIPGSAbstractorPortWireType_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSAbstractorPortWireType::setEnumDirection(e_enum_Direction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setDirection(m_Direction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAbstractorPortWireType_m_Direction_values, static_cast<int>(value));
+    return text && setDirection(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSVector& HIPGSAbstractorPortWireType::getVector() const

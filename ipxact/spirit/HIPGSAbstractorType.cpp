@@ -25,10 +25,10 @@ const lmx60::s_event_map HIPGSAbstractorType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSAbstractorType_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSAbstractorType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSAbstractorType::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractorType_first_events_0, ops<&HIPGSAbstractorType::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "abstractorMode", "spirit:abstractorMode", 286, 1, 1, nullptr, ops<&HIPGSAbstractorType::m_AbstractorMode>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSAbstractorType::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractorInterfaces", "spirit:abstractorInterfaces", 285, 1, 1, nullptr, ops<&HIPGSAbstractorType::m_AbstractorInterfaces>(), nullptr},

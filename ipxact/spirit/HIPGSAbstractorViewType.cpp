@@ -22,10 +22,10 @@ const lmx60::s_event_map HIPGSAbstractorViewType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSAbstractorViewType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSAbstractorViewType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupNMTOKEN", 0, 1, 1, first_events_0, ops<&HIPGSAbstractorViewType::m_NameGroupNMTOKEN>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupNMTOKEN", 0, 1, 1, HIPGSAbstractorViewType_first_events_0, ops<&HIPGSAbstractorViewType::m_NameGroupNMTOKEN>(), nullptr},
     {MemberKind::element, 1001, "envIdentifier", "spirit:envIdentifier", 391, 1, kUnbounded, nullptr, ops<&HIPGSAbstractorViewType::m_EnvIdentifier>(), &validation_spec_preserve_Lexical4},
     {MemberKind::element, 1001, "language", "spirit:language", 447, 0, 1, nullptr, ops<&HIPGSAbstractorViewType::m_Language>(), nullptr},
     {MemberKind::element, 1001, "modelName", "spirit:modelName", 481, 0, 1, nullptr, ops<&HIPGSAbstractorViewType::m_ModelName>(), &lmx60::validation_spec_empty},

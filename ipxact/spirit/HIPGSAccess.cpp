@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSAccess::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAccess::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAccess::m_Access>(), &validation_spec_collapse_Value62},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAccess::m_Access>(), &lmx60::validation_spec_collapse},
 };
 
 
@@ -170,28 +170,23 @@ lmx60::elmx_error HIPGSAccess::marshal(lmx60::c_xml_writer& writer, const char* 
 
 lmx60::elmx_error HIPGSAccess::setAccess(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator62(value, "Access"))
+    if (lmx60::elmx_error error = UserValidator62(value, "access"))
         return error;
     m_Access.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
+static const char* const HIPGSAccess_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
 
 HIPGSAccess::e_enum_Access HIPGSAccess::getEnumAccess() const
 {
-    for (int i = 0; m_Access_values[i]; ++i)
-        if (m_Access.is_set() && m_Access.get() == m_Access_values[i])
-            return static_cast<e_enum_Access>(i + 1);
-    return e_enum_Access::e_unlisted;
+    return static_cast<e_enum_Access>(enum_number(HIPGSAccess_m_Access_values, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSAccess::setEnumAccess(e_enum_Access value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAccess(m_Access_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAccess_m_Access_values, static_cast<int>(value));
+    return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

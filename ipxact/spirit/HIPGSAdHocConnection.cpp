@@ -18,11 +18,11 @@ const lmx60::s_event_map HIPGSAdHocConnection::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
+static const int32_t HIPGSAdHocConnection_first_events_1[] = {492, 0};
 
 const MemberInfo HIPGSAdHocConnection::s_members[] = {
     {MemberKind::attribute, 1001, "tiedValue", "spirit:tiedValue", 557, 0, 1, nullptr, ops<&HIPGSAdHocConnection::m_TiedValueAttr>(), &validation_spec_preserve_Lexical2},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_1, ops<&HIPGSAdHocConnection::m_NameGroupPort>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSAdHocConnection_first_events_1, ops<&HIPGSAdHocConnection::m_NameGroupPort>(), nullptr},
     {MemberKind::element, 1001, "internalPortReference", "spirit:internalPortReference", 429, 1, kUnbounded, nullptr, ops<&HIPGSAdHocConnection::m_InternalPortReference>(), nullptr},
     {MemberKind::element, 1001, "externalPortReference", "spirit:externalPortReference", 394, 0, kUnbounded, nullptr, ops<&HIPGSAdHocConnection::m_ExternalPortReference>(), nullptr},
 };

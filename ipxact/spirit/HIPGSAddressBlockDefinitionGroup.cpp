@@ -16,15 +16,15 @@ const lmx60::s_event_map HIPGSAddressBlockDefinitionGroup::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {509, 0};
-static const int32_t first_events_2[] = {312, 365, 488, 570, 0};
-static const int32_t first_events_3[] = {512, 513, 0};
+static const int32_t HIPGSAddressBlockDefinitionGroup_first_events_1[] = {509, 0};
+static const int32_t HIPGSAddressBlockDefinitionGroup_first_events_2[] = {312, 365, 488, 570, 0};
+static const int32_t HIPGSAddressBlockDefinitionGroup_first_events_3[] = {512, 513, 0};
 
 const MemberInfo HIPGSAddressBlockDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSAddressBlockDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, first_events_1, ops<&HIPGSAddressBlockDefinitionGroup::m_BlockSize>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, first_events_2, ops<&HIPGSAddressBlockDefinitionGroup::m_MemoryBlockData>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, first_events_3, ops<&HIPGSAddressBlockDefinitionGroup::m_RegisterData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, HIPGSAddressBlockDefinitionGroup_first_events_1, ops<&HIPGSAddressBlockDefinitionGroup::m_BlockSize>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, HIPGSAddressBlockDefinitionGroup_first_events_2, ops<&HIPGSAddressBlockDefinitionGroup::m_MemoryBlockData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, HIPGSAddressBlockDefinitionGroup_first_events_3, ops<&HIPGSAddressBlockDefinitionGroup::m_RegisterData>(), nullptr},
 };
 
 

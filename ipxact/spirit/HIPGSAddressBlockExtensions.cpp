@@ -15,12 +15,12 @@ const lmx60::s_event_map HIPGSAddressBlockExtensions::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {312, 365, 488, 570, 0};
-static const int32_t first_events_1[] = {512, 513, 0};
+static const int32_t HIPGSAddressBlockExtensions_first_events_0[] = {312, 365, 488, 570, 0};
+static const int32_t HIPGSAddressBlockExtensions_first_events_1[] = {512, 513, 0};
 
 const MemberInfo HIPGSAddressBlockExtensions::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, first_events_0, ops<&HIPGSAddressBlockExtensions::m_MemoryBlockData>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, first_events_1, ops<&HIPGSAddressBlockExtensions::m_RegisterData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, HIPGSAddressBlockExtensions_first_events_0, ops<&HIPGSAddressBlockExtensions::m_MemoryBlockData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, HIPGSAddressBlockExtensions_first_events_1, ops<&HIPGSAddressBlockExtensions::m_RegisterData>(), nullptr},
 };
 
 

@@ -236,22 +236,17 @@ lmx60::elmx_error HIPGSAddressBlockInfo::setUsage(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Usage_values[] = {"reserved", "flash", "memory", "register", nullptr};
+static const char* const HIPGSAddressBlockInfo_m_Usage_values[] = {"reserved", "flash", "memory", "register", nullptr};
 
 HIPGSAddressBlockInfo::e_enum_Usage HIPGSAddressBlockInfo::getEnumUsage() const
 {
-    for (int i = 0; m_Usage_values[i]; ++i)
-        if (m_Usage.is_set() && m_Usage.get() == m_Usage_values[i])
-            return static_cast<e_enum_Usage>(i + 1);
-    return e_enum_Usage::e_unlisted;
+    return static_cast<e_enum_Usage>(enum_number(HIPGSAddressBlockInfo_m_Usage_values, m_Usage.is_set(), m_Usage.get()));
 }
 
 bool HIPGSAddressBlockInfo::setEnumUsage(e_enum_Usage value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setUsage(m_Usage_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAddressBlockInfo_m_Usage_values, static_cast<int>(value));
+    return text && setUsage(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -28,9 +28,9 @@ const lmx60::s_event_map HIPGSAddressBlockType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_13[] = {442, 0};
-static const int32_t first_events_14[] = {509, 563, 0};
+static const int32_t HIPGSAddressBlockType_first_events_12[] = {492, 0};
+static const int32_t HIPGSAddressBlockType_first_events_13[] = {442, 0};
+static const int32_t HIPGSAddressBlockType_first_events_14[] = {509, 563, 0};
 
 const MemberInfo HIPGSAddressBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -45,17 +45,18 @@ const MemberInfo HIPGSAddressBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSAddressBlockType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, first_events_13, ops<&HIPGSAddressBlockType::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, first_events_14, ops<&HIPGSAddressBlockType::m_AddressBlockDefinitionGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_12, ops<&HIPGSAddressBlockType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlockType_first_events_13, ops<&HIPGSAddressBlockType::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_14, ops<&HIPGSAddressBlockType::m_AddressBlockDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "addressBlockInfo", "vorlix:addressBlockInfo", 0, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_AddressBlockInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSAddressBlockType::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAddressBlockType::s_class_info = {
     "spirit:addressBlockType", 0, "addressBlockType", ContentKind::sequence,
-    s_members, 17, ns_map_writer_1,
+    s_members, 18, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -101,6 +102,7 @@ void HIPGSAddressBlockType::swap(HIPGSAddressBlockType& other) noexcept
     m_AddressSpecifier.swap(other.m_AddressSpecifier);
     m_AddressBlockDefinitionGroup.swap(other.m_AddressBlockDefinitionGroup);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_AddressBlockInfo.swap(other.m_AddressBlockInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -122,6 +124,7 @@ bool HIPGSAddressBlockType::operator==(const HIPGSAddressBlockType& other) const
         && m_AddressSpecifier == other.m_AddressSpecifier
         && m_AddressBlockDefinitionGroup == other.m_AddressBlockDefinitionGroup
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_AddressBlockInfo == other.m_AddressBlockInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -178,22 +181,17 @@ lmx60::elmx_error HIPGSAddressBlockType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSAddressBlockType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSAddressBlockType::e_enum_FormatAttr HIPGSAddressBlockType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSAddressBlockType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAddressBlockType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setResolveAttr(const std::string& value)
@@ -204,22 +202,17 @@ lmx60::elmx_error HIPGSAddressBlockType::setResolveAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSAddressBlockType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSAddressBlockType::e_enum_ResolveAttr HIPGSAddressBlockType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSAddressBlockType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAddressBlockType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setIdAttr(const std::string& value)
@@ -272,22 +265,17 @@ lmx60::elmx_error HIPGSAddressBlockType::setRangeTypeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSAddressBlockType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSAddressBlockType::e_enum_RangeTypeAttr HIPGSAddressBlockType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSAddressBlockType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAddressBlockType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setPromptAttr(const std::string& value)
@@ -394,6 +382,31 @@ HIPGSVendorExtensions* HIPGSAddressBlockType::assignVendorExtensions(HIPGSVendor
 void HIPGSAddressBlockType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSAddressBlockInfo& HIPGSAddressBlockType::getAddressBlockInfo() const
+{
+    return m_AddressBlockInfo.get();
+}
+
+HIPGSAddressBlockInfo& HIPGSAddressBlockType::getAddressBlockInfo()
+{
+    return m_AddressBlockInfo.get();
+}
+
+void HIPGSAddressBlockType::assignAddressBlockInfo(const HIPGSAddressBlockInfo& value)
+{
+    m_AddressBlockInfo.assign(value);
+}
+
+HIPGSAddressBlockInfo* HIPGSAddressBlockType::assignAddressBlockInfo(HIPGSAddressBlockInfo* child)
+{
+    return m_AddressBlockInfo.assign(child);
+}
+
+void HIPGSAddressBlockType::unsetAddressBlockInfo()
+{
+    m_AddressBlockInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSAddressBlockDefinitionGroup;
+class HIPGSAddressBlockInfo;
 class HIPGSAddressSpecifier;
 class HIPGSNameGroup;
 class HIPGSVendorExtensions;
@@ -182,6 +183,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSAddressBlockInfo& getAddressBlockInfo() const;
+    HIPGSAddressBlockInfo& getAddressBlockInfo();
+    void assignAddressBlockInfo(const HIPGSAddressBlockInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSAddressBlockInfo* assignAddressBlockInfo(HIPGSAddressBlockInfo* child);
+    bool isSetAddressBlockInfo() const { return m_AddressBlockInfo.is_set(); }
+    void unsetAddressBlockInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -212,6 +222,7 @@ protected:
     lmx60::ct_complex_single<HIPGSAddressSpecifier> m_AddressSpecifier;  // group spirit:addressSpecifier, 1..1
     lmx60::ct_complex_single<HIPGSAddressBlockDefinitionGroup> m_AddressBlockDefinitionGroup;  // group spirit:addressBlockDefinitionGroup, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSAddressBlockInfo> m_AddressBlockInfo;  // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -220,6 +231,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSAddressBlockDefinitionGroup.h>
+#include <ipxact/spirit/HIPGSAddressBlockInfo.h>
 #include <ipxact/spirit/HIPGSAddressSpecifier.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

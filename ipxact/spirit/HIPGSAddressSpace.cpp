@@ -21,24 +21,25 @@ const lmx60::s_event_map HIPGSAddressSpace::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {509, 0};
+static const int32_t HIPGSAddressSpace_first_events_0[] = {492, 0};
+static const int32_t HIPGSAddressSpace_first_events_1[] = {509, 0};
 
 const MemberInfo HIPGSAddressSpace::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSAddressSpace::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, first_events_1, ops<&HIPGSAddressSpace::m_BlockSize>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressSpace_first_events_0, ops<&HIPGSAddressSpace::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, HIPGSAddressSpace_first_events_1, ops<&HIPGSAddressSpace::m_BlockSize>(), nullptr},
     {MemberKind::element, 1001, "segments", "spirit:segments", 531, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_Segments>(), nullptr},
     {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "executableImage", "spirit:executableImage", 401, 0, kUnbounded, nullptr, ops<&HIPGSAddressSpace::m_ExecutableImage>(), nullptr},
     {MemberKind::element, 1001, "localMemoryMap", "spirit:localMemoryMap", 456, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_LocalMemoryMap>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "addressSpaceInfo", "vorlix:addressSpaceInfo", 0, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_AddressSpaceInfo>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAddressSpace::s_class_info = {
     "spirit:addressSpace", 0, "addressSpace", ContentKind::sequence,
-    s_members, 8, ns_map_writer_1,
+    s_members, 9, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -76,6 +77,7 @@ void HIPGSAddressSpace::swap(HIPGSAddressSpace& other) noexcept
     m_LocalMemoryMap.swap(other.m_LocalMemoryMap);
     m_Parameters.swap(other.m_Parameters);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_AddressSpaceInfo.swap(other.m_AddressSpaceInfo);
 }
 
 bool HIPGSAddressSpace::operator==(const HIPGSAddressSpace& other) const
@@ -87,7 +89,8 @@ bool HIPGSAddressSpace::operator==(const HIPGSAddressSpace& other) const
         && m_ExecutableImage == other.m_ExecutableImage
         && m_LocalMemoryMap == other.m_LocalMemoryMap
         && m_Parameters == other.m_Parameters
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_AddressSpaceInfo == other.m_AddressSpaceInfo;
 }
 
 void HIPGSAddressSpace::init()
@@ -344,6 +347,31 @@ HIPGSVendorExtensions* HIPGSAddressSpace::assignVendorExtensions(HIPGSVendorExte
 void HIPGSAddressSpace::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSAddressSpaceInfo& HIPGSAddressSpace::getAddressSpaceInfo() const
+{
+    return m_AddressSpaceInfo.get();
+}
+
+HIPGSAddressSpaceInfo& HIPGSAddressSpace::getAddressSpaceInfo()
+{
+    return m_AddressSpaceInfo.get();
+}
+
+void HIPGSAddressSpace::assignAddressSpaceInfo(const HIPGSAddressSpaceInfo& value)
+{
+    m_AddressSpaceInfo.assign(value);
+}
+
+HIPGSAddressSpaceInfo* HIPGSAddressSpace::assignAddressSpaceInfo(HIPGSAddressSpaceInfo* child)
+{
+    return m_AddressSpaceInfo.assign(child);
+}
+
+void HIPGSAddressSpace::unsetAddressSpaceInfo()
+{
+    m_AddressSpaceInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSAddressSpaceInfo;
 class HIPGSBlockSize;
 class HIPGSExecutableImage;
 class HIPGSLocalMemoryMapType;
@@ -115,6 +116,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:addressSpaceInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSAddressSpaceInfo& getAddressSpaceInfo() const;
+    HIPGSAddressSpaceInfo& getAddressSpaceInfo();
+    void assignAddressSpaceInfo(const HIPGSAddressSpaceInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSAddressSpaceInfo* assignAddressSpaceInfo(HIPGSAddressSpaceInfo* child);
+    bool isSetAddressSpaceInfo() const { return m_AddressSpaceInfo.is_set(); }
+    void unsetAddressSpaceInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -128,12 +138,14 @@ protected:
     lmx60::ct_complex_single<HIPGSLocalMemoryMapType> m_LocalMemoryMap;  // spirit:localMemoryMap, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSAddressSpaceInfo> m_AddressSpaceInfo;  // vorlix:addressSpaceInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSAddressSpaceInfo.h>
 #include <ipxact/spirit/HIPGSBlockSize.h>
 #include <ipxact/spirit/HIPGSExecutableImage.h>
 #include <ipxact/spirit/HIPGSLocalMemoryMapType.h>

@@ -24,7 +24,7 @@ const lmx60::s_event_map HIPGSAlternateRegisterDefinitionGroup::attr_event_map[]
 const MemberInfo HIPGSAlternateRegisterDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Access>(), &validation_spec_collapse_Value62},
+    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "reset", "spirit:reset", 524, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Reset>(), nullptr},
     {MemberKind::element, 1001, "field", "spirit:field", 395, 0, kUnbounded, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Field>(), nullptr},
 };
@@ -155,22 +155,17 @@ lmx60::elmx_error HIPGSAlternateRegisterDefinitionGroup::setAccess(const std::st
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
+static const char* const HIPGSAlternateRegisterDefinitionGroup_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
 
 HIPGSAlternateRegisterDefinitionGroup::e_enum_Access HIPGSAlternateRegisterDefinitionGroup::getEnumAccess() const
 {
-    for (int i = 0; m_Access_values[i]; ++i)
-        if (m_Access.is_set() && m_Access.get() == m_Access_values[i])
-            return static_cast<e_enum_Access>(i + 1);
-    return e_enum_Access::e_unlisted;
+    return static_cast<e_enum_Access>(enum_number(HIPGSAlternateRegisterDefinitionGroup_m_Access_values, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSAlternateRegisterDefinitionGroup::setEnumAccess(e_enum_Access value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAccess(m_Access_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAlternateRegisterDefinitionGroup_m_Access_values, static_cast<int>(value));
+    return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSAlternateRegisterDefinitionGroupReset& HIPGSAlternateRegisterDefinitionGroup::getReset() const

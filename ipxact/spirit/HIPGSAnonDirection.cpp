@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSAnonDirection::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAnonDirection::s_members[] = {
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Direction>(), &validation_spec_collapse_Value41},
-    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Initiative>(), &validation_spec_preserve_Value67},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Direction>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Initiative>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -138,22 +138,17 @@ lmx60::elmx_error HIPGSAnonDirection::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
+static const char* const HIPGSAnonDirection_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
 
 HIPGSAnonDirection::e_enum_Direction HIPGSAnonDirection::getEnumDirection() const
 {
-    for (int i = 0; m_Direction_values[i]; ++i)
-        if (m_Direction.is_set() && m_Direction.get() == m_Direction_values[i])
-            return static_cast<e_enum_Direction>(i + 1);
-    return e_enum_Direction::e_unlisted;
+    return static_cast<e_enum_Direction>(enum_number(HIPGSAnonDirection_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSAnonDirection::setEnumDirection(e_enum_Direction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setDirection(m_Direction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAnonDirection_m_Direction_values, static_cast<int>(value));
+    return text && setDirection(text) == lmx60::ELMX_OK;
 }
 
 void HIPGSAnonDirection::select_Initiative()
@@ -169,22 +164,17 @@ lmx60::elmx_error HIPGSAnonDirection::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
+static const char* const HIPGSAnonDirection_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
 
 HIPGSAnonDirection::e_enum_Initiative HIPGSAnonDirection::getEnumInitiative() const
 {
-    for (int i = 0; m_Initiative_values[i]; ++i)
-        if (m_Initiative.is_set() && m_Initiative.get() == m_Initiative_values[i])
-            return static_cast<e_enum_Initiative>(i + 1);
-    return e_enum_Initiative::e_unlisted;
+    return static_cast<e_enum_Initiative>(enum_number(HIPGSAnonDirection_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSAnonDirection::setEnumInitiative(e_enum_Initiative value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setInitiative(m_Initiative_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSAnonDirection_m_Initiative_values, static_cast<int>(value));
+    return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 
 void HIPGSAnonDirection::release_choice()

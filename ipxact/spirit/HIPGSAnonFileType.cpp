@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSAnonFileType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {400, 575, 0};
+static const int32_t HIPGSAnonFileType_first_events_0[] = {400, 575, 0};
 
 const MemberInfo HIPGSAnonFileType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, kUnbounded, first_events_0, ops<&HIPGSAnonFileType::m_FileType>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, kUnbounded, HIPGSAnonFileType_first_events_0, ops<&HIPGSAnonFileType::m_FileType>(), nullptr},
 };
 
 

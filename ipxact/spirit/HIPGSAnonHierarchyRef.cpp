@@ -16,11 +16,11 @@ const lmx60::s_event_map HIPGSAnonHierarchyRef::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {312, 366, 373, 412, 447, 481, 591, 0};
+static const int32_t HIPGSAnonHierarchyRef_first_events_1[] = {312, 366, 373, 412, 447, 481, 591, 0};
 
 const MemberInfo HIPGSAnonHierarchyRef::s_members[] = {
     {MemberKind::element, 1001, "hierarchyRef", "spirit:hierarchyRef", 417, 1, 1, nullptr, ops<&HIPGSAnonHierarchyRef::m_HierarchyRef>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_1, ops<&HIPGSAnonHierarchyRef::m_AnonLanguage>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSAnonHierarchyRef_first_events_1, ops<&HIPGSAnonHierarchyRef::m_AnonLanguage>(), nullptr},
 };
 
 

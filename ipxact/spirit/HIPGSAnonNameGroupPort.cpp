@@ -15,14 +15,14 @@ const lmx60::s_event_map HIPGSAnonNameGroupPort::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {330, 359, 0};
-static const int32_t first_events_2[] = {365, 0};
+static const int32_t HIPGSAnonNameGroupPort_first_events_0[] = {492, 0};
+static const int32_t HIPGSAnonNameGroupPort_first_events_1[] = {330, 359, 0};
+static const int32_t HIPGSAnonNameGroupPort_first_events_2[] = {365, 0};
 
 const MemberInfo HIPGSAnonNameGroupPort::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSAnonNameGroupPort::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonAccess>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSAnonNameGroupPort_first_events_0, ops<&HIPGSAnonNameGroupPort::m_NameGroupPort>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSAnonNameGroupPort_first_events_1, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonWire>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSAnonNameGroupPort_first_events_2, ops<&HIPGSAnonNameGroupPort::m_AnonNameGroupPortAnonAccess>(), nullptr},
 };
 
 

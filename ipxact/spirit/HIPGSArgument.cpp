@@ -18,11 +18,11 @@ const lmx60::s_event_map HIPGSArgument::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
+static const int32_t HIPGSArgument_first_events_1[] = {492, 0};
 
 const MemberInfo HIPGSArgument::s_members[] = {
     {MemberKind::attribute, 1001, "dataType", "spirit:dataType", 370, 1, 1, nullptr, ops<&HIPGSArgument::m_DataTypeAttr>(), &validation_spec_preserve_Value44},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, first_events_1, ops<&HIPGSArgument::m_NameGroupString>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSArgument_first_events_1, ops<&HIPGSArgument::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSArgument::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSArgument::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSArgument::m_any_attribute>(), nullptr},
@@ -130,22 +130,17 @@ lmx60::elmx_error HIPGSArgument::setDataTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DataTypeAttr_values[] = {"int", "unsigned int", "long", "unsigned long", "float", "double", "char *", "void *", nullptr};
+static const char* const HIPGSArgument_m_DataTypeAttr_values[] = {"int", "unsigned int", "long", "unsigned long", "float", "double", "char *", "void *", nullptr};
 
 HIPGSArgument::e_enum_DataTypeAttr HIPGSArgument::getEnumDataTypeAttr() const
 {
-    for (int i = 0; m_DataTypeAttr_values[i]; ++i)
-        if (m_DataTypeAttr.is_set() && m_DataTypeAttr.get() == m_DataTypeAttr_values[i])
-            return static_cast<e_enum_DataTypeAttr>(i + 1);
-    return e_enum_DataTypeAttr::e_unlisted;
+    return static_cast<e_enum_DataTypeAttr>(enum_number(HIPGSArgument_m_DataTypeAttr_values, m_DataTypeAttr.is_set(), m_DataTypeAttr.get()));
 }
 
 bool HIPGSArgument::setEnumDataTypeAttr(e_enum_DataTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 8)
-        return false;
-    return setDataTypeAttr(m_DataTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSArgument_m_DataTypeAttr_values, static_cast<int>(value));
+    return text && setDataTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroupString& HIPGSArgument::getNameGroupString() const

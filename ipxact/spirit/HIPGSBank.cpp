@@ -16,15 +16,15 @@ const lmx60::s_event_map HIPGSBank::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
-static const int32_t first_events_2[] = {442, 0};
-static const int32_t first_events_3[] = {485, 514, 543, 0};
+static const int32_t HIPGSBank_first_events_1[] = {492, 0};
+static const int32_t HIPGSBank_first_events_2[] = {442, 0};
+static const int32_t HIPGSBank_first_events_3[] = {485, 514, 543, 0};
 
 const MemberInfo HIPGSBank::s_members[] = {
     {MemberKind::attribute, 1001, "bankAlignment", "spirit:bankAlignment", 309, 1, 1, nullptr, ops<&HIPGSBank::m_BankAlignmentAttr>(), &validation_spec_collapse_Value71},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_1, ops<&HIPGSBank::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, first_events_2, ops<&HIPGSBank::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, first_events_3, ops<&HIPGSBank::m_BankBase>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBank_first_events_1, ops<&HIPGSBank::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSBank_first_events_2, ops<&HIPGSBank::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, HIPGSBank_first_events_3, ops<&HIPGSBank::m_BankBase>(), nullptr},
 };
 
 
@@ -189,22 +189,17 @@ lmx60::elmx_error HIPGSBank::setBankAlignmentAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
+static const char* const HIPGSBank_m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
 
 HIPGSBank::e_enum_BankAlignmentAttr HIPGSBank::getEnumBankAlignmentAttr() const
 {
-    for (int i = 0; m_BankAlignmentAttr_values[i]; ++i)
-        if (m_BankAlignmentAttr.is_set() && m_BankAlignmentAttr.get() == m_BankAlignmentAttr_values[i])
-            return static_cast<e_enum_BankAlignmentAttr>(i + 1);
-    return e_enum_BankAlignmentAttr::e_unlisted;
+    return static_cast<e_enum_BankAlignmentAttr>(enum_number(HIPGSBank_m_BankAlignmentAttr_values, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
 }
 
 bool HIPGSBank::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setBankAlignmentAttr(m_BankAlignmentAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBank_m_BankAlignmentAttr_values, static_cast<int>(value));
+    return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSBank::getNameGroup() const

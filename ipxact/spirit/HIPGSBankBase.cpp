@@ -16,12 +16,12 @@ const lmx60::s_event_map HIPGSBankBase::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {485, 514, 543, 0};
-static const int32_t first_events_1[] = {312, 365, 488, 570, 0};
+static const int32_t HIPGSBankBase_first_events_0[] = {485, 514, 543, 0};
+static const int32_t HIPGSBankBase_first_events_1[] = {312, 365, 488, 570, 0};
 
 const MemberInfo HIPGSBankBase::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, first_events_0, ops<&HIPGSBankBase::m_AnonAddressBlock>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, first_events_1, ops<&HIPGSBankBase::m_MemoryBlockData>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, HIPGSBankBase_first_events_0, ops<&HIPGSBankBase::m_AnonAddressBlock>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryBlockData", 0, 0, 1, HIPGSBankBase_first_events_1, ops<&HIPGSBankBase::m_MemoryBlockData>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBankBase::m_VendorExtensions>(), nullptr},
 };
 

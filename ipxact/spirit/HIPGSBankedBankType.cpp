@@ -16,13 +16,13 @@ const lmx60::s_event_map HIPGSBankedBankType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
-static const int32_t first_events_2[] = {485, 514, 543, 0};
+static const int32_t HIPGSBankedBankType_first_events_1[] = {492, 0};
+static const int32_t HIPGSBankedBankType_first_events_2[] = {485, 514, 543, 0};
 
 const MemberInfo HIPGSBankedBankType::s_members[] = {
     {MemberKind::attribute, 1001, "bankAlignment", "spirit:bankAlignment", 309, 1, 1, nullptr, ops<&HIPGSBankedBankType::m_BankAlignmentAttr>(), &validation_spec_collapse_Value71},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_1, ops<&HIPGSBankedBankType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, first_events_2, ops<&HIPGSBankedBankType::m_BankBase>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBankedBankType_first_events_1, ops<&HIPGSBankedBankType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, HIPGSBankedBankType_first_events_2, ops<&HIPGSBankedBankType::m_BankBase>(), nullptr},
 };
 
 
@@ -123,22 +123,17 @@ lmx60::elmx_error HIPGSBankedBankType::setBankAlignmentAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
+static const char* const HIPGSBankedBankType_m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
 
 HIPGSBankedBankType::e_enum_BankAlignmentAttr HIPGSBankedBankType::getEnumBankAlignmentAttr() const
 {
-    for (int i = 0; m_BankAlignmentAttr_values[i]; ++i)
-        if (m_BankAlignmentAttr.is_set() && m_BankAlignmentAttr.get() == m_BankAlignmentAttr_values[i])
-            return static_cast<e_enum_BankAlignmentAttr>(i + 1);
-    return e_enum_BankAlignmentAttr::e_unlisted;
+    return static_cast<e_enum_BankAlignmentAttr>(enum_number(HIPGSBankedBankType_m_BankAlignmentAttr_values, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
 }
 
 bool HIPGSBankedBankType::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setBankAlignmentAttr(m_BankAlignmentAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBankedBankType_m_BankAlignmentAttr_values, static_cast<int>(value));
+    return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSBankedBankType::getNameGroup() const

@@ -28,9 +28,9 @@ const lmx60::s_event_map HIPGSBankedBlockType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_13[] = {509, 0};
-static const int32_t first_events_14[] = {312, 365, 488, 512, 513, 570, 0};
+static const int32_t HIPGSBankedBlockType_first_events_12[] = {492, 0};
+static const int32_t HIPGSBankedBlockType_first_events_13[] = {509, 0};
+static const int32_t HIPGSBankedBlockType_first_events_14[] = {312, 365, 488, 512, 513, 570, 0};
 
 const MemberInfo HIPGSBankedBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -45,9 +45,9 @@ const MemberInfo HIPGSBankedBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSBankedBlockType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, first_events_13, ops<&HIPGSBankedBlockType::m_BlockSize>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockExtensions", 0, 0, 1, first_events_14, ops<&HIPGSBankedBlockType::m_AddressBlockExtensions>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBankedBlockType_first_events_12, ops<&HIPGSBankedBlockType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, HIPGSBankedBlockType_first_events_13, ops<&HIPGSBankedBlockType::m_BlockSize>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressBlockExtensions", 0, 0, 1, HIPGSBankedBlockType_first_events_14, ops<&HIPGSBankedBlockType::m_AddressBlockExtensions>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBankedBlockType::m_any_attribute>(), nullptr},
 };
@@ -178,22 +178,17 @@ lmx60::elmx_error HIPGSBankedBlockType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSBankedBlockType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSBankedBlockType::e_enum_FormatAttr HIPGSBankedBlockType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSBankedBlockType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBankedBlockType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setResolveAttr(const std::string& value)
@@ -204,22 +199,17 @@ lmx60::elmx_error HIPGSBankedBlockType::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSBankedBlockType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSBankedBlockType::e_enum_ResolveAttr HIPGSBankedBlockType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSBankedBlockType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBankedBlockType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setIdAttr(const std::string& value)
@@ -272,22 +262,17 @@ lmx60::elmx_error HIPGSBankedBlockType::setRangeTypeAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSBankedBlockType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSBankedBlockType::e_enum_RangeTypeAttr HIPGSBankedBlockType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSBankedBlockType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBankedBlockType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setPromptAttr(const std::string& value)

@@ -18,11 +18,11 @@ const lmx60::s_event_map HIPGSBankedSubspaceType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {305, 308, 492, 0};
+static const int32_t HIPGSBankedSubspaceType_first_events_1[] = {305, 308, 492, 0};
 
 const MemberInfo HIPGSBankedSubspaceType::s_members[] = {
     {MemberKind::attribute, 1001, "masterRef", "spirit:masterRef", 462, 1, 1, nullptr, ops<&HIPGSBankedSubspaceType::m_MasterRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, first_events_1, ops<&HIPGSBankedSubspaceType::m_NameGroupOptional>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, HIPGSBankedSubspaceType_first_events_1, ops<&HIPGSBankedSubspaceType::m_NameGroupOptional>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBankedSubspaceType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBankedSubspaceType::m_VendorExtensions>(), nullptr},
 };

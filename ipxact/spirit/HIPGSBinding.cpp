@@ -66,7 +66,20 @@ using detail::is_in_place;
 
 bool is_content(const MemberInfo& member)
 {
-    return member.kind != MemberKind::attribute && member.kind != MemberKind::any_attribute;
+    return member.kind != MemberKind::attribute && member.kind != MemberKind::any_attribute &&
+           member.kind != MemberKind::vendor_slot;
+}
+
+bool has_slot_after(const ClassInfo& info, uint32_t index)
+{
+    return index + 1 < info.member_count && info.members[index + 1].kind == MemberKind::vendor_slot;
+}
+
+void fill_vendor_slots(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    for (uint32_t i = 0; i + 1 < info.member_count; ++i)
+        if (has_slot_after(info, i))
+            fill_vendor_slot(reader, obj, info.members[i], info.members[i + 1]);
 }
 
 // The source of a fault is reported at the element being read.
@@ -269,6 +282,7 @@ void read_body(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& inf
     if (info.content != ContentKind::empty)
         read_content(reader, obj, info);
     read_to_end_tag(reader, obj, info);
+    fill_vendor_slots(reader, obj, info);
 }
 
 void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
@@ -326,14 +340,35 @@ void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Clas
         write_all(writer, static_cast<const HIPGSAllContent&>(obj), info);
         return;
     default:
-        for (uint32_t i = 0; i < info.member_count; ++i)
-            if (is_content(info.members[i]))
+        for (uint32_t i = 0; i < info.member_count; ++i) {
+            if (has_slot_after(info, i))
+                write_vendor_extensions(writer, obj, info.members[i], info.members[i + 1]);
+            else if (is_content(info.members[i]))
                 write_member(writer, obj, info.members[i]);
+        }
         return;
     }
 }
 
 }  // namespace
+
+int enum_number(const char* const* values, bool isSet, const std::string& text)
+{
+    if (!isSet)
+        return 0;
+    for (int i = 0; values[i]; ++i)
+        if (text == values[i])
+            return i + 1;
+    return 0;
+}
+
+const char* enum_text(const char* const* values, int number)
+{
+    for (int i = 1; values[i - 1]; ++i)
+        if (i == number)
+            return values[i - 1];
+    return nullptr;
+}
 
 void register_element_events(const lmx60::s_event_map* table)
 {
@@ -437,6 +472,11 @@ lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& o
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name)
 {
+    // Groups and compositors have no element of their own: their children stand in the owner's element.
+    if (!info.local_name) {
+        detail::write_inline(writer, obj, info);
+        return lmx60::ELMX_OK;
+    }
     obj.validationAssertion(occurs_ok(obj, info), true);
     writer.conditionally_select_ns_map(document_ns_map(writer, info));
     writer.start_element(name);

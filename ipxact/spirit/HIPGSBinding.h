@@ -29,7 +29,8 @@ enum class MemberKind : uint8_t {
     choice,          // an anonymous choice, in place
     sequence,        // an anonymous sequence, in place
     any_element,     // open content kept as captured elements
-    any_attribute    // attributes kept as read
+    any_attribute,   // attributes kept as read
+    vendor_slot      // a vendor element taken out of spirit:vendorExtensions into a typed member
 };
 
 enum class ContentKind : uint8_t { sequence, choice, all, simple, empty };
@@ -50,6 +51,9 @@ public:
     // Used by choices: making an alternative current creates it, releasing it destroys it.
     virtual void create(HIPGSBase& owner) const = 0;
     virtual void clear(HIPGSBase& owner) const = 0;
+    // The child object of a single complex member, or null (absent, or not such a member).
+    virtual HIPGSBase* object(HIPGSBase& owner) const = 0;
+    virtual const HIPGSBase* object(const HIPGSBase& owner) const = 0;
 
 protected:
     ~MemberOps() = default;
@@ -113,6 +117,13 @@ lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, cons
                                const std::string& name);
 // The document entry: reads the document element, which must be this class's element.
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// Typed vendor slots: after an owner is read, the first matching vendor element of its open
+// content moves into the slot; on writing, the slot comes first inside spirit:vendorExtensions.
+void fill_vendor_slot(lmx60::c_xml_reader& reader, HIPGSBase& owner, const MemberInfo& extensions,
+                      const MemberInfo& slot);
+void write_vendor_extensions(lmx60::c_xml_writer& writer, const HIPGSBase& owner, const MemberInfo& extensions,
+                             const MemberInfo& slot);
+
 // Reads a group or compositor in place, at the reader's current element.
 lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
 // The document entry of in-place content (the root dispatcher): the document element is the
@@ -128,6 +139,11 @@ void select_alternative(HIPGSChoiceContent& obj, const ClassInfo& info, int alte
 void release_alternatives(HIPGSChoiceContent& obj, const ClassInfo& info);
 // Whether the reader's current element can start the in-place content described by `info`.
 bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info);
+
+// Enumerated members keep their text; these map it to the number of its listed value (1 up; 0 for
+// an unset or unlisted text) and back (null for a number outside the list).
+int enum_number(const char* const* values, bool isSet, const std::string& text);
+const char* enum_text(const char* const* values, int number);
 
 // Makes the names of a binding known to the readers' event lookup (done once, at load).
 void register_element_events(const lmx60::s_event_map* table);
@@ -176,19 +192,24 @@ void format_value(const lmx60::c_datetime& value, std::string& text);
 // Applies the member's whitespace rule and pattern check; false when the value must not be stored.
 bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string& text);
 
-// Checks, whitespace-normalises and converts one value; faults go through the reader.
+// Checks, whitespace-normalises and converts one value; faults go through the reader, and a value
+// refused under a continuing handler is not stored.
 template <class V>
-void read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
+bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
 {
     std::string text;
     take_text(reader, member, &text);
     if (!parse_checked(reader, member, text))
-        return;
+        return false;
     V parsed{};
-    if (parse_value(text, parsed))
-        value = std::move(parsed);
-    else
-        reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname, __FILE__, __LINE__);
+    if (!parse_value(text, parsed)) {
+        // Simple content has no name of its own: the element being read is the item.
+        reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname ? member.qname : reader.get_current_item(),
+                             __FILE__, __LINE__);
+        return false;
+    }
+    value = std::move(parsed);
+    return true;
 }
 
 template <class V>
@@ -218,8 +239,8 @@ struct holder_io<lmx60::ct_simple_optional<V>> {
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         V value = h.get();
-        read_value(r, m, value);
-        h.set(value);
+        if (read_value(r, m, value))
+            h.set(value);
     }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
     {
@@ -237,8 +258,8 @@ struct holder_io<lmx60::ct_simple_multi<V>> {
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         V value{};
-        read_value(r, m, value);
-        h.append(value);
+        if (read_value(r, m, value))
+            h.append(value);
     }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
     {
@@ -329,7 +350,8 @@ struct holder_io<lmx60::ct_simple_list_optional<V>> {
             w.capture_error(lmx60::ELMX_EMPTY_LIST, m.qname, __FILE__, __LINE__);
         write_list<V>(w, h, m);
     }
-    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
+    // A list that is present without items is no valid occurrence of the attribute.
+    static size_t count(const H& h) { return h.is_set() && h.size() > 0 ? 1 : 0; }
     static void create(H& h) { h.set_present(); }
     static void clear(H& h) { h.unset(); }
 };
@@ -439,6 +461,18 @@ struct member_pointer_traits<H C::*> {
     using holder = H;
 };
 
+template <class H>
+struct single_child {
+    static HIPGSBase* get(H&) { return nullptr; }
+    static const HIPGSBase* get(const H&) { return nullptr; }
+};
+
+template <class T>
+struct single_child<lmx60::ct_complex_single<T>> {
+    static HIPGSBase* get(lmx60::ct_complex_single<T>& h) { return h.get_ptr(); }
+    static const HIPGSBase* get(const lmx60::ct_complex_single<T>& h) { return h.get_ptr(); }
+};
+
 template <auto Member>
 class member_ops final : public MemberOps {
     using C = typename member_pointer_traits<decltype(Member)>::owner;
@@ -457,6 +491,11 @@ public:
     size_t count(const HIPGSBase& o) const override { return io::count(static_cast<const C&>(o).*Member); }
     void create(HIPGSBase& o) const override { io::create(static_cast<C&>(o).*Member); }
     void clear(HIPGSBase& o) const override { io::clear(static_cast<C&>(o).*Member); }
+    HIPGSBase* object(HIPGSBase& o) const override { return single_child<H>::get(static_cast<C&>(o).*Member); }
+    const HIPGSBase* object(const HIPGSBase& o) const override
+    {
+        return single_child<H>::get(static_cast<const C&>(o).*Member);
+    }
 
     static const member_ops instance;
 };

@@ -41,7 +41,7 @@ const MemberInfo HIPGSBitSteering::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBitSteering::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBitSteering::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBitSteering::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitSteering::m_BitSteering>(), &validation_spec_preserve_Value58},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitSteering::m_BitSteering>(), &lmx60::validation_spec_empty},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBitSteering::m_any_attribute>(), nullptr},
 };
 
@@ -167,22 +167,17 @@ lmx60::elmx_error HIPGSBitSteering::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSBitSteering_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSBitSteering::e_enum_FormatAttr HIPGSBitSteering::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSBitSteering_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBitSteering_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setResolveAttr(const std::string& value)
@@ -193,22 +188,17 @@ lmx60::elmx_error HIPGSBitSteering::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSBitSteering_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSBitSteering::e_enum_ResolveAttr HIPGSBitSteering::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSBitSteering_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBitSteering_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setIdAttr(const std::string& value)
@@ -261,22 +251,17 @@ lmx60::elmx_error HIPGSBitSteering::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSBitSteering_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSBitSteering::e_enum_RangeTypeAttr HIPGSBitSteering::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSBitSteering_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBitSteering_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setPromptAttr(const std::string& value)
@@ -287,28 +272,23 @@ lmx60::elmx_error HIPGSBitSteering::setPromptAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSBitSteering::setBitSteering(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator58(value, "BitSteering"))
+    if (lmx60::elmx_error error = UserValidator58(value, "bitSteering"))
         return error;
     m_BitSteering.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_BitSteering_values[] = {"on", "off", nullptr};
+static const char* const HIPGSBitSteering_m_BitSteering_values[] = {"on", "off", nullptr};
 
 HIPGSBitSteering::e_enum_BitSteering HIPGSBitSteering::getEnumBitSteering() const
 {
-    for (int i = 0; m_BitSteering_values[i]; ++i)
-        if (m_BitSteering.is_set() && m_BitSteering.get() == m_BitSteering_values[i])
-            return static_cast<e_enum_BitSteering>(i + 1);
-    return e_enum_BitSteering::e_unlisted;
+    return static_cast<e_enum_BitSteering>(enum_number(HIPGSBitSteering_m_BitSteering_values, m_BitSteering.is_set(), m_BitSteering.get()));
 }
 
 bool HIPGSBitSteering::setEnumBitSteering(e_enum_BitSteering value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setBitSteering(m_BitSteering_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBitSteering_m_BitSteering_values, static_cast<int>(value));
+    return text && setBitSteering(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -123,22 +123,17 @@ lmx60::elmx_error HIPGSBitVectorPortInfoType::setEndianness(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Endianness_values[] = {"little", "big", nullptr};
+static const char* const HIPGSBitVectorPortInfoType_m_Endianness_values[] = {"little", "big", nullptr};
 
 HIPGSBitVectorPortInfoType::e_enum_Endianness HIPGSBitVectorPortInfoType::getEnumEndianness() const
 {
-    for (int i = 0; m_Endianness_values[i]; ++i)
-        if (m_Endianness.is_set() && m_Endianness.get() == m_Endianness_values[i])
-            return static_cast<e_enum_Endianness>(i + 1);
-    return e_enum_Endianness::e_unlisted;
+    return static_cast<e_enum_Endianness>(enum_number(HIPGSBitVectorPortInfoType_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBitVectorPortInfoType::setEnumEndianness(e_enum_Endianness value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setEndianness(m_Endianness_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBitVectorPortInfoType_m_Endianness_values, static_cast<int>(value));
+    return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSConfigurableNonNegativeInteger& HIPGSBitVectorPortInfoType::getBinaryPoint() const

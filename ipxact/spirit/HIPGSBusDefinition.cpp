@@ -23,10 +23,10 @@ const lmx60::s_event_map HIPGSBusDefinition::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSBusDefinition_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSBusDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSBusDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSBusDefinition_first_events_0, ops<&HIPGSBusDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "directConnection", "spirit:directConnection", 378, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_DirectConnection>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "isAddressable", "spirit:isAddressable", 439, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_IsAddressable>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "extends", "spirit:extends", 296, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_Extends>(), nullptr},
@@ -35,12 +35,13 @@ const MemberInfo HIPGSBusDefinition::s_members[] = {
     {MemberKind::element, 1001, "systemGroupNames", "spirit:systemGroupNames", 552, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_SystemGroupNames>(), nullptr},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "busDefinitionInfo", "vorlix:busDefinitionInfo", 0, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_BusDefinitionInfo>(), nullptr},
 };
 
 
 const ClassInfo HIPGSBusDefinition::s_class_info = {
     "spirit:busDefinition", 1001, "busDefinition", ContentKind::sequence,
-    s_members, 9, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -141,6 +142,7 @@ void HIPGSBusDefinition::swap(HIPGSBusDefinition& other) noexcept
     m_SystemGroupNames.swap(other.m_SystemGroupNames);
     m_Description.swap(other.m_Description);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_BusDefinitionInfo.swap(other.m_BusDefinitionInfo);
 }
 
 bool HIPGSBusDefinition::operator==(const HIPGSBusDefinition& other) const
@@ -153,7 +155,8 @@ bool HIPGSBusDefinition::operator==(const HIPGSBusDefinition& other) const
         && m_MaxSlaves == other.m_MaxSlaves
         && m_SystemGroupNames == other.m_SystemGroupNames
         && m_Description == other.m_Description
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_BusDefinitionInfo == other.m_BusDefinitionInfo;
 }
 
 void HIPGSBusDefinition::init()
@@ -329,6 +332,31 @@ HIPGSVendorExtensions* HIPGSBusDefinition::assignVendorExtensions(HIPGSVendorExt
 void HIPGSBusDefinition::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSBusDefinitionInfo& HIPGSBusDefinition::getBusDefinitionInfo() const
+{
+    return m_BusDefinitionInfo.get();
+}
+
+HIPGSBusDefinitionInfo& HIPGSBusDefinition::getBusDefinitionInfo()
+{
+    return m_BusDefinitionInfo.get();
+}
+
+void HIPGSBusDefinition::assignBusDefinitionInfo(const HIPGSBusDefinitionInfo& value)
+{
+    m_BusDefinitionInfo.assign(value);
+}
+
+HIPGSBusDefinitionInfo* HIPGSBusDefinition::assignBusDefinitionInfo(HIPGSBusDefinitionInfo* child)
+{
+    return m_BusDefinitionInfo.assign(child);
+}
+
+void HIPGSBusDefinition::unsetBusDefinitionInfo()
+{
+    m_BusDefinitionInfo.unset();
 }
 
 }  // namespace HIPGSpirit

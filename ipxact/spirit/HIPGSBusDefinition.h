@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSBusDefinitionInfo;
 class HIPGSLibraryRefType2;
 class HIPGSSystemGroupNames;
 class HIPGSVendorExtensions;
@@ -112,6 +113,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:busDefinitionInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSBusDefinitionInfo& getBusDefinitionInfo() const;
+    HIPGSBusDefinitionInfo& getBusDefinitionInfo();
+    void assignBusDefinitionInfo(const HIPGSBusDefinitionInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSBusDefinitionInfo* assignBusDefinitionInfo(HIPGSBusDefinitionInfo* child);
+    bool isSetBusDefinitionInfo() const { return m_BusDefinitionInfo.is_set(); }
+    void unsetBusDefinitionInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -126,12 +136,14 @@ protected:
     lmx60::ct_complex_single<HIPGSSystemGroupNames> m_SystemGroupNames;  // spirit:systemGroupNames, 0..1
     lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSBusDefinitionInfo> m_BusDefinitionInfo;  // vorlix:busDefinitionInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSBusDefinitionInfo.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSSystemGroupNames.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

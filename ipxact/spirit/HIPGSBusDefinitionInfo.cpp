@@ -187,22 +187,17 @@ lmx60::elmx_error HIPGSBusDefinitionInfo::setDisplayCategory(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DisplayCategory_values[] = {"signal", "io", "advanced", "display_only", "user", "custom", "axi", "hidden", nullptr};
+static const char* const HIPGSBusDefinitionInfo_m_DisplayCategory_values[] = {"signal", "io", "advanced", "display_only", "user", "custom", "axi", "hidden", nullptr};
 
 HIPGSBusDefinitionInfo::e_enum_DisplayCategory HIPGSBusDefinitionInfo::getEnumDisplayCategory() const
 {
-    for (int i = 0; m_DisplayCategory_values[i]; ++i)
-        if (m_DisplayCategory.is_set() && m_DisplayCategory.get() == m_DisplayCategory_values[i])
-            return static_cast<e_enum_DisplayCategory>(i + 1);
-    return e_enum_DisplayCategory::e_unlisted;
+    return static_cast<e_enum_DisplayCategory>(enum_number(HIPGSBusDefinitionInfo_m_DisplayCategory_values, m_DisplayCategory.is_set(), m_DisplayCategory.get()));
 }
 
 bool HIPGSBusDefinitionInfo::setEnumDisplayCategory(e_enum_DisplayCategory value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 8)
-        return false;
-    return setDisplayCategory(m_DisplayCategory_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBusDefinitionInfo_m_DisplayCategory_values, static_cast<int>(value));
+    return text && setDisplayCategory(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -24,19 +24,19 @@ const lmx60::s_event_map HIPGSBusInterface::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
+static const int32_t HIPGSBusInterface_first_events_0[] = {492, 0};
+static const int32_t HIPGSBusInterface_first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
 
 const MemberInfo HIPGSBusInterface::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSBusInterface::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterface_first_events_0, ops<&HIPGSBusInterface::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterface::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterface::m_AbstractionType>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, first_events_3, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_3, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
     {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterface::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "bitSteering", "spirit:bitSteering", 314, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitSteering>(), nullptr},
-    {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Endianness>(), &validation_spec_preserve_Value28},
+    {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Endianness>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusInterface::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBusInterface::m_any_attribute>(), nullptr},
@@ -383,22 +383,17 @@ lmx60::elmx_error HIPGSBusInterface::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Endianness_values[] = {"big", "little", nullptr};
+static const char* const HIPGSBusInterface_m_Endianness_values[] = {"big", "little", nullptr};
 
 HIPGSBusInterface::e_enum_Endianness HIPGSBusInterface::getEnumEndianness() const
 {
-    for (int i = 0; m_Endianness_values[i]; ++i)
-        if (m_Endianness.is_set() && m_Endianness.get() == m_Endianness_values[i])
-            return static_cast<e_enum_Endianness>(i + 1);
-    return e_enum_Endianness::e_unlisted;
+    return static_cast<e_enum_Endianness>(enum_number(HIPGSBusInterface_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBusInterface::setEnumEndianness(e_enum_Endianness value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setEndianness(m_Endianness_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBusInterface_m_Endianness_values, static_cast<int>(value));
+    return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSParameters& HIPGSBusInterface::getParameters() const

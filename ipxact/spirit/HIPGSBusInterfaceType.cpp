@@ -24,28 +24,29 @@ const lmx60::s_event_map HIPGSBusInterfaceType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
+static const int32_t HIPGSBusInterfaceType_first_events_0[] = {492, 0};
+static const int32_t HIPGSBusInterfaceType_first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
 
 const MemberInfo HIPGSBusInterfaceType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSBusInterfaceType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterfaceType_first_events_0, ops<&HIPGSBusInterfaceType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_AbstractionType>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, first_events_3, ops<&HIPGSBusInterfaceType::m_InterfaceMode>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterfaceType_first_events_3, ops<&HIPGSBusInterfaceType::m_InterfaceMode>(), nullptr},
     {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_ConnectionRequired>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BitsInLau>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "bitSteering", "spirit:bitSteering", 314, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BitSteering>(), nullptr},
-    {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_Endianness>(), &validation_spec_preserve_Value28},
+    {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_Endianness>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "busInterfaceInfo", "vorlix:busInterfaceInfo", 0, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BusInterfaceInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBusInterfaceType::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSBusInterfaceType::s_class_info = {
     "spirit:busInterfaceType", 0, "busInterfaceType", ContentKind::sequence,
-    s_members, 12, ns_map_writer_1,
+    s_members, 13, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -86,6 +87,7 @@ void HIPGSBusInterfaceType::swap(HIPGSBusInterfaceType& other) noexcept
     m_Endianness.swap(other.m_Endianness);
     m_Parameters.swap(other.m_Parameters);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_BusInterfaceInfo.swap(other.m_BusInterfaceInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -102,6 +104,7 @@ bool HIPGSBusInterfaceType::operator==(const HIPGSBusInterfaceType& other) const
         && m_Endianness == other.m_Endianness
         && m_Parameters == other.m_Parameters
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_BusInterfaceInfo == other.m_BusInterfaceInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -321,22 +324,17 @@ lmx60::elmx_error HIPGSBusInterfaceType::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Endianness_values[] = {"big", "little", nullptr};
+static const char* const HIPGSBusInterfaceType_m_Endianness_values[] = {"big", "little", nullptr};
 
 HIPGSBusInterfaceType::e_enum_Endianness HIPGSBusInterfaceType::getEnumEndianness() const
 {
-    for (int i = 0; m_Endianness_values[i]; ++i)
-        if (m_Endianness.is_set() && m_Endianness.get() == m_Endianness_values[i])
-            return static_cast<e_enum_Endianness>(i + 1);
-    return e_enum_Endianness::e_unlisted;
+    return static_cast<e_enum_Endianness>(enum_number(HIPGSBusInterfaceType_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBusInterfaceType::setEnumEndianness(e_enum_Endianness value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setEndianness(m_Endianness_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSBusInterfaceType_m_Endianness_values, static_cast<int>(value));
+    return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSParameters& HIPGSBusInterfaceType::getParameters() const
@@ -387,6 +385,31 @@ HIPGSVendorExtensions* HIPGSBusInterfaceType::assignVendorExtensions(HIPGSVendor
 void HIPGSBusInterfaceType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSBusInterfaceInfo& HIPGSBusInterfaceType::getBusInterfaceInfo() const
+{
+    return m_BusInterfaceInfo.get();
+}
+
+HIPGSBusInterfaceInfo& HIPGSBusInterfaceType::getBusInterfaceInfo()
+{
+    return m_BusInterfaceInfo.get();
+}
+
+void HIPGSBusInterfaceType::assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value)
+{
+    m_BusInterfaceInfo.assign(value);
+}
+
+HIPGSBusInterfaceInfo* HIPGSBusInterfaceType::assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child)
+{
+    return m_BusInterfaceInfo.assign(child);
+}
+
+void HIPGSBusInterfaceType::unsetBusInterfaceInfo()
+{
+    m_BusInterfaceInfo.unset();
 }
 
 }  // namespace HIPGSpirit

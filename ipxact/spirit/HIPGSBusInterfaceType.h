@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSBitSteering;
+class HIPGSBusInterfaceInfo;
 class HIPGSInterfaceMode;
 class HIPGSLibraryRefType2;
 class HIPGSNameGroup;
@@ -138,6 +139,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSBusInterfaceInfo& getBusInterfaceInfo() const;
+    HIPGSBusInterfaceInfo& getBusInterfaceInfo();
+    void assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSBusInterfaceInfo* assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child);
+    bool isSetBusInterfaceInfo() const { return m_BusInterfaceInfo.is_set(); }
+    void unsetBusInterfaceInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -163,6 +173,7 @@ protected:
     lmx60::ct_simple_optional<std::string> m_Endianness;  // spirit:endianness, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSBusInterfaceInfo> m_BusInterfaceInfo;  // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -171,6 +182,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSBitSteering.h>
+#include <ipxact/spirit/HIPGSBusInterfaceInfo.h>
 #include <ipxact/spirit/HIPGSInterfaceMode.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>

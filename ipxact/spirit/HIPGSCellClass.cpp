@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSCellClass::attr_event_map[] = {
 
 const MemberInfo HIPGSCellClass::s_members[] = {
     {MemberKind::attribute, 1001, "cellStrength", "spirit:cellStrength", 332, 0, 1, nullptr, ops<&HIPGSCellClass::m_CellStrengthAttr>(), &validation_spec_collapse_Value47},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSCellClass::m_CellClass>(), &validation_spec_collapse_Value32},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSCellClass::m_CellClass>(), &lmx60::validation_spec_collapse},
 };
 
 
@@ -118,48 +118,38 @@ lmx60::elmx_error HIPGSCellClass::setCellStrengthAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
+static const char* const HIPGSCellClass_m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
 
 HIPGSCellClass::e_enum_CellStrengthAttr HIPGSCellClass::getEnumCellStrengthAttr() const
 {
-    for (int i = 0; m_CellStrengthAttr_values[i]; ++i)
-        if (m_CellStrengthAttr.is_set() && m_CellStrengthAttr.get() == m_CellStrengthAttr_values[i])
-            return static_cast<e_enum_CellStrengthAttr>(i + 1);
-    return e_enum_CellStrengthAttr::e_unlisted;
+    return static_cast<e_enum_CellStrengthAttr>(enum_number(HIPGSCellClass_m_CellStrengthAttr_values, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
 }
 
 bool HIPGSCellClass::setEnumCellStrengthAttr(e_enum_CellStrengthAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setCellStrengthAttr(m_CellStrengthAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCellClass_m_CellStrengthAttr_values, static_cast<int>(value));
+    return text && setCellStrengthAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCellClass::setCellClass(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator32(value, "CellClass"))
+    if (lmx60::elmx_error error = UserValidator32(value, "cellClass"))
         return error;
     m_CellClass.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_CellClass_values[] = {"combinational", "sequential", nullptr};
+static const char* const HIPGSCellClass_m_CellClass_values[] = {"combinational", "sequential", nullptr};
 
 HIPGSCellClass::e_enum_CellClass HIPGSCellClass::getEnumCellClass() const
 {
-    for (int i = 0; m_CellClass_values[i]; ++i)
-        if (m_CellClass.is_set() && m_CellClass.get() == m_CellClass_values[i])
-            return static_cast<e_enum_CellClass>(i + 1);
-    return e_enum_CellClass::e_unlisted;
+    return static_cast<e_enum_CellClass>(enum_number(HIPGSCellClass_m_CellClass_values, m_CellClass.is_set(), m_CellClass.get()));
 }
 
 bool HIPGSCellClass::setEnumCellClass(e_enum_CellClass value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setCellClass(m_CellClass_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCellClass_m_CellClass_values, static_cast<int>(value));
+    return text && setCellClass(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSCellFunction::attr_event_map[] = {
 
 const MemberInfo HIPGSCellFunction::s_members[] = {
     {MemberKind::attribute, 1001, "cellStrength", "spirit:cellStrength", 332, 0, 1, nullptr, ops<&HIPGSCellFunction::m_CellStrengthAttr>(), &validation_spec_collapse_Value47},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSCellFunction::m_CellFunction>(), &validation_spec_collapse_Value53},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSCellFunction::m_CellFunction>(), &lmx60::validation_spec_collapse},
 };
 
 
@@ -118,48 +118,38 @@ lmx60::elmx_error HIPGSCellFunction::setCellStrengthAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
+static const char* const HIPGSCellFunction_m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
 
 HIPGSCellFunction::e_enum_CellStrengthAttr HIPGSCellFunction::getEnumCellStrengthAttr() const
 {
-    for (int i = 0; m_CellStrengthAttr_values[i]; ++i)
-        if (m_CellStrengthAttr.is_set() && m_CellStrengthAttr.get() == m_CellStrengthAttr_values[i])
-            return static_cast<e_enum_CellStrengthAttr>(i + 1);
-    return e_enum_CellStrengthAttr::e_unlisted;
+    return static_cast<e_enum_CellStrengthAttr>(enum_number(HIPGSCellFunction_m_CellStrengthAttr_values, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
 }
 
 bool HIPGSCellFunction::setEnumCellStrengthAttr(e_enum_CellStrengthAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setCellStrengthAttr(m_CellStrengthAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCellFunction_m_CellStrengthAttr_values, static_cast<int>(value));
+    return text && setCellStrengthAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCellFunction::setCellFunction(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator53(value, "CellFunction"))
+    if (lmx60::elmx_error error = UserValidator53(value, "cellFunction"))
         return error;
     m_CellFunction.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_CellFunction_values[] = {"nand2", "buf", "inv", "mux21", "dff", "latch", "xor2", nullptr};
+static const char* const HIPGSCellFunction_m_CellFunction_values[] = {"nand2", "buf", "inv", "mux21", "dff", "latch", "xor2", nullptr};
 
 HIPGSCellFunction::e_enum_CellFunction HIPGSCellFunction::getEnumCellFunction() const
 {
-    for (int i = 0; m_CellFunction_values[i]; ++i)
-        if (m_CellFunction.is_set() && m_CellFunction.get() == m_CellFunction_values[i])
-            return static_cast<e_enum_CellFunction>(i + 1);
-    return e_enum_CellFunction::e_unlisted;
+    return static_cast<e_enum_CellFunction>(enum_number(HIPGSCellFunction_m_CellFunction_values, m_CellFunction.is_set(), m_CellFunction.get()));
 }
 
 bool HIPGSCellFunction::setEnumCellFunction(e_enum_CellFunction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 7)
-        return false;
-    return setCellFunction(m_CellFunction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCellFunction_m_CellFunction_values, static_cast<int>(value));
+    return text && setCellFunction(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

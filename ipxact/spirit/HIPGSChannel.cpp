@@ -16,10 +16,10 @@ const lmx60::s_event_map HIPGSChannel::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSChannel_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSChannel::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSChannel::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSChannel_first_events_0, ops<&HIPGSChannel::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "busInterfaceRef", "spirit:busInterfaceRef", 321, 2, kUnbounded, nullptr, ops<&HIPGSChannel::m_BusInterfaceRef>(), &lmx60::validation_spec_collapse},
 };
 

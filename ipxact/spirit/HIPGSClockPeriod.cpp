@@ -172,22 +172,17 @@ lmx60::elmx_error HIPGSClockPeriod::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSClockPeriod_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSClockPeriod::e_enum_FormatAttr HIPGSClockPeriod::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSClockPeriod_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSClockPeriod::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSClockPeriod_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPeriod::setResolveAttr(const std::string& value)
@@ -198,22 +193,17 @@ lmx60::elmx_error HIPGSClockPeriod::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSClockPeriod_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSClockPeriod::e_enum_ResolveAttr HIPGSClockPeriod::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSClockPeriod_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSClockPeriod::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSClockPeriod_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPeriod::setIdAttr(const std::string& value)
@@ -266,22 +256,17 @@ lmx60::elmx_error HIPGSClockPeriod::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSClockPeriod_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSClockPeriod::e_enum_RangeTypeAttr HIPGSClockPeriod::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSClockPeriod_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSClockPeriod::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSClockPeriod_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPeriod::setPromptAttr(const std::string& value)
@@ -298,22 +283,17 @@ lmx60::elmx_error HIPGSClockPeriod::setUnitsAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_UnitsAttr_values[] = {"ps", "ns", nullptr};
+static const char* const HIPGSClockPeriod_m_UnitsAttr_values[] = {"ps", "ns", nullptr};
 
 HIPGSClockPeriod::e_enum_UnitsAttr HIPGSClockPeriod::getEnumUnitsAttr() const
 {
-    for (int i = 0; m_UnitsAttr_values[i]; ++i)
-        if (m_UnitsAttr.is_set() && m_UnitsAttr.get() == m_UnitsAttr_values[i])
-            return static_cast<e_enum_UnitsAttr>(i + 1);
-    return e_enum_UnitsAttr::e_unlisted;
+    return static_cast<e_enum_UnitsAttr>(enum_number(HIPGSClockPeriod_m_UnitsAttr_values, m_UnitsAttr.is_set(), m_UnitsAttr.get()));
 }
 
 bool HIPGSClockPeriod::setEnumUnitsAttr(e_enum_UnitsAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setUnitsAttr(m_UnitsAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSClockPeriod_m_UnitsAttr_values, static_cast<int>(value));
+    return text && setUnitsAttr(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

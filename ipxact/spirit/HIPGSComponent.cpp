@@ -30,10 +30,10 @@ const lmx60::s_event_map HIPGSComponent::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSComponent_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSComponent::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSComponent::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponent_first_events_0, ops<&HIPGSComponent::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 0, 1, nullptr, ops<&HIPGSComponent::m_BusInterfaces>(), nullptr},
     {MemberKind::element, 1001, "channels", "spirit:channels", 468, 0, 1, nullptr, ops<&HIPGSComponent::m_Channels>(), nullptr},
     {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 0, 1, nullptr, ops<&HIPGSComponent::m_RemapStates>(), nullptr},

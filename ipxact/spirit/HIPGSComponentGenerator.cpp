@@ -24,15 +24,15 @@ const lmx60::s_event_map HIPGSComponentGenerator::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {492, 0};
+static const int32_t HIPGSComponentGenerator_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSComponentGenerator::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_ScopeAttr>(), &validation_spec_preserve_Value43},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_2, ops<&HIPGSComponentGenerator::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSComponentGenerator_first_events_2, ops<&HIPGSComponentGenerator::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_ApiType>(), &validation_spec_collapse_Value25},
+    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_ApiType>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "transportMethods", "spirit:transportMethods", 561, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_TransportMethods>(), nullptr},
     {MemberKind::element, 1001, "generatorExe", "spirit:generatorExe", 407, 1, 1, nullptr, ops<&HIPGSComponentGenerator::m_GeneratorExe>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_VendorExtensions>(), nullptr},
@@ -221,22 +221,17 @@ lmx60::elmx_error HIPGSComponentGenerator::setScopeAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ScopeAttr_values[] = {"instance", "entity", nullptr};
+static const char* const HIPGSComponentGenerator_m_ScopeAttr_values[] = {"instance", "entity", nullptr};
 
 HIPGSComponentGenerator::e_enum_ScopeAttr HIPGSComponentGenerator::getEnumScopeAttr() const
 {
-    for (int i = 0; m_ScopeAttr_values[i]; ++i)
-        if (m_ScopeAttr.is_set() && m_ScopeAttr.get() == m_ScopeAttr_values[i])
-            return static_cast<e_enum_ScopeAttr>(i + 1);
-    return e_enum_ScopeAttr::e_unlisted;
+    return static_cast<e_enum_ScopeAttr>(enum_number(HIPGSComponentGenerator_m_ScopeAttr_values, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
 }
 
 bool HIPGSComponentGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setScopeAttr(m_ScopeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSComponentGenerator_m_ScopeAttr_values, static_cast<int>(value));
+    return text && setScopeAttr(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSComponentGenerator::getNameGroup() const
@@ -322,22 +317,17 @@ lmx60::elmx_error HIPGSComponentGenerator::setApiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ApiType_values[] = {"TGI", "none", nullptr};
+static const char* const HIPGSComponentGenerator_m_ApiType_values[] = {"TGI", "none", nullptr};
 
 HIPGSComponentGenerator::e_enum_ApiType HIPGSComponentGenerator::getEnumApiType() const
 {
-    for (int i = 0; m_ApiType_values[i]; ++i)
-        if (m_ApiType.is_set() && m_ApiType.get() == m_ApiType_values[i])
-            return static_cast<e_enum_ApiType>(i + 1);
-    return e_enum_ApiType::e_unlisted;
+    return static_cast<e_enum_ApiType>(enum_number(HIPGSComponentGenerator_m_ApiType_values, m_ApiType.is_set(), m_ApiType.get()));
 }
 
 bool HIPGSComponentGenerator::setEnumApiType(e_enum_ApiType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setApiType(m_ApiType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSComponentGenerator_m_ApiType_values, static_cast<int>(value));
+    return text && setApiType(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSTransportMethods& HIPGSComponentGenerator::getTransportMethods() const

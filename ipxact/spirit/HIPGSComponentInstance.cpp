@@ -29,12 +29,13 @@ const MemberInfo HIPGSComponentInstance::s_members[] = {
     {MemberKind::element, 1001, "componentRef", "spirit:componentRef", 355, 1, 1, nullptr, ops<&HIPGSComponentInstance::m_ComponentRef>(), nullptr},
     {MemberKind::element, 1001, "configurableElementValues", "spirit:configurableElementValues", 544, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_ConfigurableElementValues>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "componentInstanceExtensions", "vorlix:componentInstanceExtensions", 0, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_ComponentInstanceExtensions>(), nullptr},
 };
 
 
 const ClassInfo HIPGSComponentInstance::s_class_info = {
     "spirit:componentInstance", 1001, "componentInstance", ContentKind::sequence,
-    s_members, 6, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -132,6 +133,7 @@ void HIPGSComponentInstance::swap(HIPGSComponentInstance& other) noexcept
     m_ComponentRef.swap(other.m_ComponentRef);
     m_ConfigurableElementValues.swap(other.m_ConfigurableElementValues);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_ComponentInstanceExtensions.swap(other.m_ComponentInstanceExtensions);
 }
 
 bool HIPGSComponentInstance::operator==(const HIPGSComponentInstance& other) const
@@ -141,7 +143,8 @@ bool HIPGSComponentInstance::operator==(const HIPGSComponentInstance& other) con
         && m_Description == other.m_Description
         && m_ComponentRef == other.m_ComponentRef
         && m_ConfigurableElementValues == other.m_ConfigurableElementValues
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_ComponentInstanceExtensions == other.m_ComponentInstanceExtensions;
 }
 
 void HIPGSComponentInstance::init()
@@ -280,6 +283,31 @@ HIPGSVendorExtensions* HIPGSComponentInstance::assignVendorExtensions(HIPGSVendo
 void HIPGSComponentInstance::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSComponentInstanceExtensions& HIPGSComponentInstance::getComponentInstanceExtensions() const
+{
+    return m_ComponentInstanceExtensions.get();
+}
+
+HIPGSComponentInstanceExtensions& HIPGSComponentInstance::getComponentInstanceExtensions()
+{
+    return m_ComponentInstanceExtensions.get();
+}
+
+void HIPGSComponentInstance::assignComponentInstanceExtensions(const HIPGSComponentInstanceExtensions& value)
+{
+    m_ComponentInstanceExtensions.assign(value);
+}
+
+HIPGSComponentInstanceExtensions* HIPGSComponentInstance::assignComponentInstanceExtensions(HIPGSComponentInstanceExtensions* child)
+{
+    return m_ComponentInstanceExtensions.assign(child);
+}
+
+void HIPGSComponentInstance::unsetComponentInstanceExtensions()
+{
+    m_ComponentInstanceExtensions.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSComponentInstanceExtensions;
 class HIPGSConfigurableElementValues;
 class HIPGSLibraryRefType2;
 class HIPGSVendorExtensions;
@@ -92,6 +93,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:componentInstanceExtensions, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSComponentInstanceExtensions& getComponentInstanceExtensions() const;
+    HIPGSComponentInstanceExtensions& getComponentInstanceExtensions();
+    void assignComponentInstanceExtensions(const HIPGSComponentInstanceExtensions& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSComponentInstanceExtensions* assignComponentInstanceExtensions(HIPGSComponentInstanceExtensions* child);
+    bool isSetComponentInstanceExtensions() const { return m_ComponentInstanceExtensions.is_set(); }
+    void unsetComponentInstanceExtensions();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -103,12 +113,14 @@ protected:
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_ComponentRef;  // spirit:componentRef, 1..1
     lmx60::ct_complex_single<HIPGSConfigurableElementValues> m_ConfigurableElementValues;  // spirit:configurableElementValues, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSComponentInstanceExtensions> m_ComponentInstanceExtensions;  // vorlix:componentInstanceExtensions, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSComponentInstanceExtensions.h>
 #include <ipxact/spirit/HIPGSConfigurableElementValues.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

@@ -30,10 +30,10 @@ const lmx60::s_event_map HIPGSComponentType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSComponentType_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSComponentType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSComponentType::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponentType_first_events_0, ops<&HIPGSComponentType::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 0, 1, nullptr, ops<&HIPGSComponentType::m_BusInterfaces>(), nullptr},
     {MemberKind::element, 1001, "channels", "spirit:channels", 468, 0, 1, nullptr, ops<&HIPGSComponentType::m_Channels>(), nullptr},
     {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 0, 1, nullptr, ops<&HIPGSComponentType::m_RemapStates>(), nullptr},

@@ -126,22 +126,17 @@ lmx60::elmx_error HIPGSConfigurableBoolean::setResolveAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
+static const char* const HIPGSConfigurableBoolean_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
 
 HIPGSConfigurableBoolean::e_enum_ResolveAttr HIPGSConfigurableBoolean::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableBoolean_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableBoolean::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSConfigurableBoolean_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigurableBoolean::setIdAttr(const std::string& value)

@@ -126,22 +126,17 @@ lmx60::elmx_error HIPGSConfigurableNonNegativeInteger::setResolveAttr(const std:
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
+static const char* const HIPGSConfigurableNonNegativeInteger_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
 
 HIPGSConfigurableNonNegativeInteger::e_enum_ResolveAttr HIPGSConfigurableNonNegativeInteger::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableNonNegativeInteger_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableNonNegativeInteger::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSConfigurableNonNegativeInteger_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigurableNonNegativeInteger::setIdAttr(const std::string& value)

@@ -126,22 +126,17 @@ lmx60::elmx_error HIPGSConfigurableSignType::setResolveAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
+static const char* const HIPGSConfigurableSignType_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
 
 HIPGSConfigurableSignType::e_enum_ResolveAttr HIPGSConfigurableSignType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableSignType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableSignType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSConfigurableSignType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigurableSignType::setIdAttr(const std::string& value)
@@ -158,28 +153,23 @@ lmx60::elmx_error HIPGSConfigurableSignType::setDependencyAttr(const std::string
 
 lmx60::elmx_error HIPGSConfigurableSignType::setConfigurableSignType(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator76(value, "ConfigurableSignType"))
+    if (lmx60::elmx_error error = UserValidator76(value, "configurableSignType"))
         return error;
     m_ConfigurableSignType.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ConfigurableSignType_values[] = {"unsigned", "unknown", "signed", nullptr};
+static const char* const HIPGSConfigurableSignType_m_ConfigurableSignType_values[] = {"unsigned", "unknown", "signed", nullptr};
 
 HIPGSConfigurableSignType::e_enum_ConfigurableSignType HIPGSConfigurableSignType::getEnumConfigurableSignType() const
 {
-    for (int i = 0; m_ConfigurableSignType_values[i]; ++i)
-        if (m_ConfigurableSignType.is_set() && m_ConfigurableSignType.get() == m_ConfigurableSignType_values[i])
-            return static_cast<e_enum_ConfigurableSignType>(i + 1);
-    return e_enum_ConfigurableSignType::e_unlisted;
+    return static_cast<e_enum_ConfigurableSignType>(enum_number(HIPGSConfigurableSignType_m_ConfigurableSignType_values, m_ConfigurableSignType.is_set(), m_ConfigurableSignType.get()));
 }
 
 bool HIPGSConfigurableSignType::setEnumConfigurableSignType(e_enum_ConfigurableSignType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setConfigurableSignType(m_ConfigurableSignType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSConfigurableSignType_m_ConfigurableSignType_values, static_cast<int>(value));
+    return text && setConfigurableSignType(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

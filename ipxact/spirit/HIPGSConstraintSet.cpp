@@ -20,11 +20,11 @@ const lmx60::s_event_map HIPGSConstraintSet::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {305, 308, 492, 0};
+static const int32_t HIPGSConstraintSet_first_events_1[] = {305, 308, 492, 0};
 
 const MemberInfo HIPGSConstraintSet::s_members[] = {
     {MemberKind::attribute, 1001, "constraintSetId", "spirit:constraintSetId", 362, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_ConstraintSetIdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, first_events_1, ops<&HIPGSConstraintSet::m_NameGroupOptional>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, HIPGSConstraintSet_first_events_1, ops<&HIPGSConstraintSet::m_NameGroupOptional>(), nullptr},
     {MemberKind::element, 1001, "vector", "spirit:vector", 313, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_Vector>(), nullptr},
     {MemberKind::element, 1001, "driveConstraint", "spirit:driveConstraint", 349, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_DriveConstraint>(), nullptr},
     {MemberKind::element, 1001, "loadConstraint", "spirit:loadConstraint", 354, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_LoadConstraint>(), nullptr},

@@ -446,22 +446,17 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsOOC(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_SupportsOOC_values[] = {"none", "singular", "hierarchical", nullptr};
+static const char* const HIPGSCoreExtensions_m_SupportsOOC_values[] = {"none", "singular", "hierarchical", nullptr};
 
 HIPGSCoreExtensions::e_enum_SupportsOOC HIPGSCoreExtensions::getEnumSupportsOOC() const
 {
-    for (int i = 0; m_SupportsOOC_values[i]; ++i)
-        if (m_SupportsOOC.is_set() && m_SupportsOOC.get() == m_SupportsOOC_values[i])
-            return static_cast<e_enum_SupportsOOC>(i + 1);
-    return e_enum_SupportsOOC::e_unlisted;
+    return static_cast<e_enum_SupportsOOC>(enum_number(HIPGSCoreExtensions_m_SupportsOOC_values, m_SupportsOOC.is_set(), m_SupportsOOC.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsOOC(e_enum_SupportsOOC value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setSupportsOOC(m_SupportsOOC_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsOOC_values, static_cast<int>(value));
+    return text && setSupportsOOC(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCoreExtensions::setDebugCoreInfo(const bool& value)
@@ -478,22 +473,17 @@ lmx60::elmx_error HIPGSCoreExtensions::setAutoFamilySupportLevel(const std::stri
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_AutoFamilySupportLevel_values[] = {"level_0", "level_1", "level_2", "level_beta", "level_discontinued", nullptr};
+static const char* const HIPGSCoreExtensions_m_AutoFamilySupportLevel_values[] = {"level_0", "level_1", "level_2", "level_beta", "level_discontinued", nullptr};
 
 HIPGSCoreExtensions::e_enum_AutoFamilySupportLevel HIPGSCoreExtensions::getEnumAutoFamilySupportLevel() const
 {
-    for (int i = 0; m_AutoFamilySupportLevel_values[i]; ++i)
-        if (m_AutoFamilySupportLevel.is_set() && m_AutoFamilySupportLevel.get() == m_AutoFamilySupportLevel_values[i])
-            return static_cast<e_enum_AutoFamilySupportLevel>(i + 1);
-    return e_enum_AutoFamilySupportLevel::e_unlisted;
+    return static_cast<e_enum_AutoFamilySupportLevel>(enum_number(HIPGSCoreExtensions_m_AutoFamilySupportLevel_values, m_AutoFamilySupportLevel.is_set(), m_AutoFamilySupportLevel.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumAutoFamilySupportLevel(e_enum_AutoFamilySupportLevel value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAutoFamilySupportLevel(m_AutoFamilySupportLevel_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCoreExtensions_m_AutoFamilySupportLevel_values, static_cast<int>(value));
+    return text && setAutoFamilySupportLevel(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCoreExtensions::setAutoDevicePropertiesFilter(const std::string& value)
@@ -534,22 +524,17 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsIPCache(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_SupportsIPCache_values[] = {"off", "per_instance_name", "per_configuration", nullptr};
+static const char* const HIPGSCoreExtensions_m_SupportsIPCache_values[] = {"off", "per_instance_name", "per_configuration", nullptr};
 
 HIPGSCoreExtensions::e_enum_SupportsIPCache HIPGSCoreExtensions::getEnumSupportsIPCache() const
 {
-    for (int i = 0; m_SupportsIPCache_values[i]; ++i)
-        if (m_SupportsIPCache.is_set() && m_SupportsIPCache.get() == m_SupportsIPCache_values[i])
-            return static_cast<e_enum_SupportsIPCache>(i + 1);
-    return e_enum_SupportsIPCache::e_unlisted;
+    return static_cast<e_enum_SupportsIPCache>(enum_number(HIPGSCoreExtensions_m_SupportsIPCache_values, m_SupportsIPCache.is_set(), m_SupportsIPCache.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsIPCache(e_enum_SupportsIPCache value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setSupportsIPCache(m_SupportsIPCache_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsIPCache_values, static_cast<int>(value));
+    return text && setSupportsIPCache(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCoreExtensions::setDeviceIndependentSynth(const bool& value)
@@ -566,22 +551,17 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsAutoXDC(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_SupportsAutoXDC_values[] = {"off", "static_user_params", "dynamic_params", nullptr};
+static const char* const HIPGSCoreExtensions_m_SupportsAutoXDC_values[] = {"off", "static_user_params", "dynamic_params", nullptr};
 
 HIPGSCoreExtensions::e_enum_SupportsAutoXDC HIPGSCoreExtensions::getEnumSupportsAutoXDC() const
 {
-    for (int i = 0; m_SupportsAutoXDC_values[i]; ++i)
-        if (m_SupportsAutoXDC.is_set() && m_SupportsAutoXDC.get() == m_SupportsAutoXDC_values[i])
-            return static_cast<e_enum_SupportsAutoXDC>(i + 1);
-    return e_enum_SupportsAutoXDC::e_unlisted;
+    return static_cast<e_enum_SupportsAutoXDC>(enum_number(HIPGSCoreExtensions_m_SupportsAutoXDC_values, m_SupportsAutoXDC.is_set(), m_SupportsAutoXDC.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsAutoXDC(e_enum_SupportsAutoXDC value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setSupportsAutoXDC(m_SupportsAutoXDC_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsAutoXDC_values, static_cast<int>(value));
+    return text && setSupportsAutoXDC(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCoreExtensions::setSupportsAutoSLRs(const bool& value)
@@ -604,22 +584,17 @@ lmx60::elmx_error HIPGSCoreExtensions::setDefinitionSource(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DefinitionSource_values[] = {"IPI", "HLS", "sysforge", "package_project", "bom", "module_ref", "checkpoint", "block_design", "unknown", nullptr};
+static const char* const HIPGSCoreExtensions_m_DefinitionSource_values[] = {"IPI", "HLS", "sysforge", "package_project", "bom", "module_ref", "checkpoint", "block_design", "unknown", nullptr};
 
 HIPGSCoreExtensions::e_enum_DefinitionSource HIPGSCoreExtensions::getEnumDefinitionSource() const
 {
-    for (int i = 0; m_DefinitionSource_values[i]; ++i)
-        if (m_DefinitionSource.is_set() && m_DefinitionSource.get() == m_DefinitionSource_values[i])
-            return static_cast<e_enum_DefinitionSource>(i + 1);
-    return e_enum_DefinitionSource::e_unlisted;
+    return static_cast<e_enum_DefinitionSource>(enum_number(HIPGSCoreExtensions_m_DefinitionSource_values, m_DefinitionSource.is_set(), m_DefinitionSource.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumDefinitionSource(e_enum_DefinitionSource value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 9)
-        return false;
-    return setDefinitionSource(m_DefinitionSource_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCoreExtensions_m_DefinitionSource_values, static_cast<int>(value));
+    return text && setDefinitionSource(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSVpmLibraries& HIPGSCoreExtensions::getVpmLibraries() const

@@ -18,10 +18,10 @@ const lmx60::s_event_map HIPGSCpu::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSCpu_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSCpu::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSCpu::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSCpu_first_events_0, ops<&HIPGSCpu::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "addressSpaceRef", "spirit:addressSpaceRef", 441, 1, kUnbounded, nullptr, ops<&HIPGSCpu::m_AddressSpaceRef>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSCpu::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSCpu::m_VendorExtensions>(), nullptr},

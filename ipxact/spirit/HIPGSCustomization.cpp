@@ -139,22 +139,17 @@ lmx60::elmx_error HIPGSCustomization::setCustomizer(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Customizer_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
+static const char* const HIPGSCustomization_m_Customizer_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
 
 HIPGSCustomization::e_enum_Customizer HIPGSCustomization::getEnumCustomizer() const
 {
-    for (int i = 0; m_Customizer_values[i]; ++i)
-        if (m_Customizer.is_set() && m_Customizer.get() == m_Customizer_values[i])
-            return static_cast<e_enum_Customizer>(i + 1);
-    return e_enum_Customizer::e_unlisted;
+    return static_cast<e_enum_Customizer>(enum_number(HIPGSCustomization_m_Customizer_values, m_Customizer.is_set(), m_Customizer.get()));
 }
 
 bool HIPGSCustomization::setEnumCustomizer(e_enum_Customizer value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setCustomizer(m_Customizer_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCustomization_m_Customizer_values, static_cast<int>(value));
+    return text && setCustomizer(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCustomization::setElaborator(const std::string& value)
@@ -165,22 +160,17 @@ lmx60::elmx_error HIPGSCustomization::setElaborator(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Elaborator_values[] = {"Fixed", "Foreign", "Sim", nullptr};
+static const char* const HIPGSCustomization_m_Elaborator_values[] = {"Fixed", "Foreign", "Sim", nullptr};
 
 HIPGSCustomization::e_enum_Elaborator HIPGSCustomization::getEnumElaborator() const
 {
-    for (int i = 0; m_Elaborator_values[i]; ++i)
-        if (m_Elaborator.is_set() && m_Elaborator.get() == m_Elaborator_values[i])
-            return static_cast<e_enum_Elaborator>(i + 1);
-    return e_enum_Elaborator::e_unlisted;
+    return static_cast<e_enum_Elaborator>(enum_number(HIPGSCustomization_m_Elaborator_values, m_Elaborator.is_set(), m_Elaborator.get()));
 }
 
 bool HIPGSCustomization::setEnumElaborator(e_enum_Elaborator value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setElaborator(m_Elaborator_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCustomization_m_Elaborator_values, static_cast<int>(value));
+    return text && setElaborator(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCustomization::setCustomizationTarget(const std::string& value)
@@ -197,22 +187,17 @@ lmx60::elmx_error HIPGSCustomization::setGuiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_GuiType_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
+static const char* const HIPGSCustomization_m_GuiType_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
 
 HIPGSCustomization::e_enum_GuiType HIPGSCustomization::getEnumGuiType() const
 {
-    for (int i = 0; m_GuiType_values[i]; ++i)
-        if (m_GuiType.is_set() && m_GuiType.get() == m_GuiType_values[i])
-            return static_cast<e_enum_GuiType>(i + 1);
-    return e_enum_GuiType::e_unlisted;
+    return static_cast<e_enum_GuiType>(enum_number(HIPGSCustomization_m_GuiType_values, m_GuiType.is_set(), m_GuiType.get()));
 }
 
 bool HIPGSCustomization::setEnumGuiType(e_enum_GuiType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setGuiType(m_GuiType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSCustomization_m_GuiType_values, static_cast<int>(value));
+    return text && setGuiType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSCustomization::setCoreMixedCaseComponentName(const bool& value)

@@ -21,10 +21,10 @@ const lmx60::s_event_map HIPGSDesign::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSDesign_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSDesign::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSDesign::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesign_first_events_0, ops<&HIPGSDesign::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "componentInstances", "spirit:componentInstances", 550, 0, 1, nullptr, ops<&HIPGSDesign::m_ComponentInstances>(), nullptr},
     {MemberKind::element, 1001, "interconnections", "spirit:interconnections", 564, 0, 1, nullptr, ops<&HIPGSDesign::m_Interconnections>(), nullptr},
     {MemberKind::element, 1001, "adHocConnections", "spirit:adHocConnections", 559, 0, 1, nullptr, ops<&HIPGSDesign::m_AdHocConnections>(), nullptr},

@@ -21,10 +21,10 @@ const lmx60::s_event_map HIPGSDesignConfiguration::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSDesignConfiguration_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSDesignConfiguration::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSDesignConfiguration::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesignConfiguration_first_events_0, ops<&HIPGSDesignConfiguration::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "designRef", "spirit:designRef", 376, 1, 1, nullptr, ops<&HIPGSDesignConfiguration::m_DesignRef>(), nullptr},
     {MemberKind::element, 1001, "generatorChainConfiguration", "spirit:generatorChainConfiguration", 404, 0, kUnbounded, nullptr, ops<&HIPGSDesignConfiguration::m_GeneratorChainConfiguration>(), nullptr},
     {MemberKind::element, 1001, "interconnectionConfiguration", "spirit:interconnectionConfiguration", 422, 0, kUnbounded, nullptr, ops<&HIPGSDesignConfiguration::m_InterconnectionConfiguration>(), nullptr},

@@ -173,22 +173,17 @@ lmx60::elmx_error HIPGSDisplay::setIpType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_IpType_values[] = {"CoreLine", "AllyLine", "PreVorlix", "ReferenceDesign", "QDK", "PSF", "FabricWizard", "Spirit", nullptr};
+static const char* const HIPGSDisplay_m_IpType_values[] = {"CoreLine", "AllyLine", "PreVorlix", "ReferenceDesign", "QDK", "PSF", "FabricWizard", "Spirit", nullptr};
 
 HIPGSDisplay::e_enum_IpType HIPGSDisplay::getEnumIpType() const
 {
-    for (int i = 0; m_IpType_values[i]; ++i)
-        if (m_IpType.is_set() && m_IpType.get() == m_IpType_values[i])
-            return static_cast<e_enum_IpType>(i + 1);
-    return e_enum_IpType::e_unlisted;
+    return static_cast<e_enum_IpType>(enum_number(HIPGSDisplay_m_IpType_values, m_IpType.is_set(), m_IpType.get()));
 }
 
 bool HIPGSDisplay::setEnumIpType(e_enum_IpType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 8)
-        return false;
-    return setIpType(m_IpType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSDisplay_m_IpType_values, static_cast<int>(value));
+    return text && setIpType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSDisplay::setKSBConfigurable(const bool& value)

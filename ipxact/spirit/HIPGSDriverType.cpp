@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSDriverType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {334, 335, 342, 0};
+static const int32_t HIPGSDriverType_first_events_0[] = {334, 335, 342, 0};
 
 const MemberInfo HIPGSDriverType::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, first_events_0, ops<&HIPGSDriverType::m_InnerDriverType>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriverType_first_events_0, ops<&HIPGSDriverType::m_InnerDriverType>(), nullptr},
 };
 
 

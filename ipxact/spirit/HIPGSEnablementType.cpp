@@ -123,22 +123,17 @@ lmx60::elmx_error HIPGSEnablementType::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Presence_values[] = {"illegal", "optional", "required", nullptr};
+static const char* const HIPGSEnablementType_m_Presence_values[] = {"illegal", "optional", "required", nullptr};
 
 HIPGSEnablementType::e_enum_Presence HIPGSEnablementType::getEnumPresence() const
 {
-    for (int i = 0; m_Presence_values[i]; ++i)
-        if (m_Presence.is_set() && m_Presence.get() == m_Presence_values[i])
-            return static_cast<e_enum_Presence>(i + 1);
-    return e_enum_Presence::e_unlisted;
+    return static_cast<e_enum_Presence>(enum_number(HIPGSEnablementType_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSEnablementType::setEnumPresence(e_enum_Presence value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setPresence(m_Presence_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSEnablementType_m_Presence_values, static_cast<int>(value));
+    return text && setPresence(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSConfigurableBoolean& HIPGSEnablementType::getIsEnabled() const

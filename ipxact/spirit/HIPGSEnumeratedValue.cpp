@@ -18,11 +18,11 @@ const lmx60::s_event_map HIPGSEnumeratedValue::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
+static const int32_t HIPGSEnumeratedValue_first_events_1[] = {492, 0};
 
 const MemberInfo HIPGSEnumeratedValue::s_members[] = {
     {MemberKind::attribute, 1001, "usage", "spirit:usage", 571, 0, 1, nullptr, ops<&HIPGSEnumeratedValue::m_UsageAttr>(), &validation_spec_preserve_Value61},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_1, ops<&HIPGSEnumeratedValue::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSEnumeratedValue_first_events_1, ops<&HIPGSEnumeratedValue::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSEnumeratedValue::m_Value>(), &validation_spec_preserve_Lexical1},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSEnumeratedValue::m_VendorExtensions>(), nullptr},
 };
@@ -128,22 +128,17 @@ lmx60::elmx_error HIPGSEnumeratedValue::setUsageAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_UsageAttr_values[] = {"read", "write", "read-write", nullptr};
+static const char* const HIPGSEnumeratedValue_m_UsageAttr_values[] = {"read", "write", "read-write", nullptr};
 
 HIPGSEnumeratedValue::e_enum_UsageAttr HIPGSEnumeratedValue::getEnumUsageAttr() const
 {
-    for (int i = 0; m_UsageAttr_values[i]; ++i)
-        if (m_UsageAttr.is_set() && m_UsageAttr.get() == m_UsageAttr_values[i])
-            return static_cast<e_enum_UsageAttr>(i + 1);
-    return e_enum_UsageAttr::e_unlisted;
+    return static_cast<e_enum_UsageAttr>(enum_number(HIPGSEnumeratedValue_m_UsageAttr_values, m_UsageAttr.is_set(), m_UsageAttr.get()));
 }
 
 bool HIPGSEnumeratedValue::setEnumUsageAttr(e_enum_UsageAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setUsageAttr(m_UsageAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSEnumeratedValue_m_UsageAttr_values, static_cast<int>(value));
+    return text && setUsageAttr(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSEnumeratedValue::getNameGroup() const

@@ -118,22 +118,17 @@ lmx60::elmx_error HIPGSFamily::setLifeCycleAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_LifeCycleAttr_values[] = {"Pre-Production", "Production", "Discontinued", "Superseded", "Not-Supported", "Hidden", "Beta", "Removed", nullptr};
+static const char* const HIPGSFamily_m_LifeCycleAttr_values[] = {"Pre-Production", "Production", "Discontinued", "Superseded", "Not-Supported", "Hidden", "Beta", "Removed", nullptr};
 
 HIPGSFamily::e_enum_LifeCycleAttr HIPGSFamily::getEnumLifeCycleAttr() const
 {
-    for (int i = 0; m_LifeCycleAttr_values[i]; ++i)
-        if (m_LifeCycleAttr.is_set() && m_LifeCycleAttr.get() == m_LifeCycleAttr_values[i])
-            return static_cast<e_enum_LifeCycleAttr>(i + 1);
-    return e_enum_LifeCycleAttr::e_unlisted;
+    return static_cast<e_enum_LifeCycleAttr>(enum_number(HIPGSFamily_m_LifeCycleAttr_values, m_LifeCycleAttr.is_set(), m_LifeCycleAttr.get()));
 }
 
 bool HIPGSFamily::setEnumLifeCycleAttr(e_enum_LifeCycleAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 8)
-        return false;
-    return setLifeCycleAttr(m_LifeCycleAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFamily_m_LifeCycleAttr_values, static_cast<int>(value));
+    return text && setLifeCycleAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFamily::setFamily(const std::string& value)

@@ -25,11 +25,11 @@ const lmx60::s_event_map HIPGSFieldData::attr_event_map[] = {
 
 const MemberInfo HIPGSFieldData::s_members[] = {
     {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSFieldData::m_Volatile>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSFieldData::m_Access>(), &validation_spec_collapse_Value62},
+    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSFieldData::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "enumeratedValues", "spirit:enumeratedValues", 497, 0, 1, nullptr, ops<&HIPGSFieldData::m_EnumeratedValues>(), nullptr},
-    {MemberKind::element, 1001, "modifiedWriteValue", "spirit:modifiedWriteValue", 486, 0, 1, nullptr, ops<&HIPGSFieldData::m_ModifiedWriteValue>(), &validation_spec_collapse_Value59},
+    {MemberKind::element, 1001, "modifiedWriteValue", "spirit:modifiedWriteValue", 486, 0, 1, nullptr, ops<&HIPGSFieldData::m_ModifiedWriteValue>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "writeValueConstraint", "spirit:writeValueConstraint", 597, 0, 1, nullptr, ops<&HIPGSFieldData::m_WriteValueConstraint>(), nullptr},
-    {MemberKind::element, 1001, "readAction", "spirit:readAction", 510, 0, 1, nullptr, ops<&HIPGSFieldData::m_ReadAction>(), &validation_spec_collapse_Value30},
+    {MemberKind::element, 1001, "readAction", "spirit:readAction", 510, 0, 1, nullptr, ops<&HIPGSFieldData::m_ReadAction>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "testable", "spirit:testable", 555, 0, 1, nullptr, ops<&HIPGSFieldData::m_Testable>(), nullptr},
 };
 
@@ -157,22 +157,17 @@ lmx60::elmx_error HIPGSFieldData::setAccess(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
+static const char* const HIPGSFieldData_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
 
 HIPGSFieldData::e_enum_Access HIPGSFieldData::getEnumAccess() const
 {
-    for (int i = 0; m_Access_values[i]; ++i)
-        if (m_Access.is_set() && m_Access.get() == m_Access_values[i])
-            return static_cast<e_enum_Access>(i + 1);
-    return e_enum_Access::e_unlisted;
+    return static_cast<e_enum_Access>(enum_number(HIPGSFieldData_m_Access_values, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSFieldData::setEnumAccess(e_enum_Access value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAccess(m_Access_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldData_m_Access_values, static_cast<int>(value));
+    return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSEnumeratedValues& HIPGSFieldData::getEnumeratedValues() const
@@ -208,22 +203,17 @@ lmx60::elmx_error HIPGSFieldData::setModifiedWriteValue(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ModifiedWriteValue_values[] = {"oneToClear", "oneToSet", "oneToToggle", "zeroToClear", "zeroToSet", "zeroToToggle", "clear", "set", "modify", nullptr};
+static const char* const HIPGSFieldData_m_ModifiedWriteValue_values[] = {"oneToClear", "oneToSet", "oneToToggle", "zeroToClear", "zeroToSet", "zeroToToggle", "clear", "set", "modify", nullptr};
 
 HIPGSFieldData::e_enum_ModifiedWriteValue HIPGSFieldData::getEnumModifiedWriteValue() const
 {
-    for (int i = 0; m_ModifiedWriteValue_values[i]; ++i)
-        if (m_ModifiedWriteValue.is_set() && m_ModifiedWriteValue.get() == m_ModifiedWriteValue_values[i])
-            return static_cast<e_enum_ModifiedWriteValue>(i + 1);
-    return e_enum_ModifiedWriteValue::e_unlisted;
+    return static_cast<e_enum_ModifiedWriteValue>(enum_number(HIPGSFieldData_m_ModifiedWriteValue_values, m_ModifiedWriteValue.is_set(), m_ModifiedWriteValue.get()));
 }
 
 bool HIPGSFieldData::setEnumModifiedWriteValue(e_enum_ModifiedWriteValue value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 9)
-        return false;
-    return setModifiedWriteValue(m_ModifiedWriteValue_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldData_m_ModifiedWriteValue_values, static_cast<int>(value));
+    return text && setModifiedWriteValue(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSWriteValueConstraintType& HIPGSFieldData::getWriteValueConstraint() const
@@ -259,22 +249,17 @@ lmx60::elmx_error HIPGSFieldData::setReadAction(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ReadAction_values[] = {"clear", "set", "modify", nullptr};
+static const char* const HIPGSFieldData_m_ReadAction_values[] = {"clear", "set", "modify", nullptr};
 
 HIPGSFieldData::e_enum_ReadAction HIPGSFieldData::getEnumReadAction() const
 {
-    for (int i = 0; m_ReadAction_values[i]; ++i)
-        if (m_ReadAction.is_set() && m_ReadAction.get() == m_ReadAction_values[i])
-            return static_cast<e_enum_ReadAction>(i + 1);
-    return e_enum_ReadAction::e_unlisted;
+    return static_cast<e_enum_ReadAction>(enum_number(HIPGSFieldData_m_ReadAction_values, m_ReadAction.is_set(), m_ReadAction.get()));
 }
 
 bool HIPGSFieldData::setEnumReadAction(e_enum_ReadAction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setReadAction(m_ReadAction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldData_m_ReadAction_values, static_cast<int>(value));
+    return text && setReadAction(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSTestable& HIPGSFieldData::getTestable() const

@@ -17,12 +17,12 @@ const lmx60::s_event_map HIPGSFieldDefinitionGroup::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {365, 486, 488, 497, 510, 555, 597, 0};
+static const int32_t HIPGSFieldDefinitionGroup_first_events_2[] = {365, 486, 488, 497, 510, 555, 597, 0};
 
 const MemberInfo HIPGSFieldDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSFieldDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "bitWidth", "spirit:bitWidth", 315, 1, 1, nullptr, ops<&HIPGSFieldDefinitionGroup::m_BitWidth>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:fieldData", 0, 0, 1, first_events_2, ops<&HIPGSFieldDefinitionGroup::m_FieldData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fieldData", 0, 0, 1, HIPGSFieldDefinitionGroup_first_events_2, ops<&HIPGSFieldDefinitionGroup::m_FieldData>(), nullptr},
 };
 
 

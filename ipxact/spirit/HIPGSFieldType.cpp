@@ -30,8 +30,8 @@ const lmx60::s_event_map HIPGSFieldType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_14[] = {315, 563, 0};
+static const int32_t HIPGSFieldType_first_events_12[] = {492, 0};
+static const int32_t HIPGSFieldType_first_events_14[] = {315, 563, 0};
 
 const MemberInfo HIPGSFieldType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSFieldType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -46,9 +46,9 @@ const MemberInfo HIPGSFieldType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSFieldType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSFieldType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSFieldType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSFieldType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFieldType_first_events_12, ops<&HIPGSFieldType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "bitOffset", "spirit:bitOffset", 311, 1, 1, nullptr, ops<&HIPGSFieldType::m_BitOffset>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:fieldDefinitionGroup", 0, 1, 1, first_events_14, ops<&HIPGSFieldType::m_FieldDefinitionGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fieldDefinitionGroup", 0, 1, 1, HIPGSFieldType_first_events_14, ops<&HIPGSFieldType::m_FieldDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSFieldType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFieldType::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSFieldType::m_any_attribute>(), nullptr},
@@ -182,22 +182,17 @@ lmx60::elmx_error HIPGSFieldType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSFieldType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSFieldType::e_enum_FormatAttr HIPGSFieldType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSFieldType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSFieldType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFieldType::setResolveAttr(const std::string& value)
@@ -208,22 +203,17 @@ lmx60::elmx_error HIPGSFieldType::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSFieldType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSFieldType::e_enum_ResolveAttr HIPGSFieldType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSFieldType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSFieldType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFieldType::setIdAttr(const std::string& value)
@@ -276,22 +266,17 @@ lmx60::elmx_error HIPGSFieldType::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSFieldType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSFieldType::e_enum_RangeTypeAttr HIPGSFieldType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSFieldType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSFieldType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFieldType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFieldType::setPromptAttr(const std::string& value)

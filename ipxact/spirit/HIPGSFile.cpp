@@ -26,12 +26,12 @@ const lmx60::s_event_map HIPGSFile::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {400, 575, 0};
+static const int32_t HIPGSFile_first_events_2[] = {400, 575, 0};
 
 const MemberInfo HIPGSFile::s_members[] = {
     {MemberKind::attribute, 1001, "fileId", "spirit:fileId", 397, 0, 1, nullptr, ops<&HIPGSFile::m_FileIdAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "name", "spirit:name", 492, 1, 1, nullptr, ops<&HIPGSFile::m_Name>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSFile::m_AnonFileType>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSFile_first_events_2, ops<&HIPGSFile::m_AnonFileType>(), nullptr},
     {MemberKind::element, 1001, "isIncludeFile", "spirit:isIncludeFile", 444, 0, 1, nullptr, ops<&HIPGSFile::m_IsIncludeFile>(), nullptr},
     {MemberKind::element, 1001, "logicalName", "spirit:logicalName", 458, 0, 1, nullptr, ops<&HIPGSFile::m_LogicalName>(), nullptr},
     {MemberKind::element, 1001, "exportedName", "spirit:exportedName", 392, 0, kUnbounded, nullptr, ops<&HIPGSFile::m_ExportedName>(), &lmx60::validation_spec_collapse},
@@ -41,13 +41,14 @@ const MemberInfo HIPGSFile::s_members[] = {
     {MemberKind::element, 1001, "imageType", "spirit:imageType", 418, 0, kUnbounded, nullptr, ops<&HIPGSFile::m_ImageType>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSFile::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFile::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "fileInfo", "vorlix:fileInfo", 0, 0, 1, nullptr, ops<&HIPGSFile::m_FileInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSFile::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSFile::s_class_info = {
     "spirit:file", 1001, "file", ContentKind::sequence,
-    s_members, 13, ns_map_writer_2,
+    s_members, 14, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -151,6 +152,7 @@ void HIPGSFile::swap(HIPGSFile& other) noexcept
     m_ImageType.swap(other.m_ImageType);
     m_Description.swap(other.m_Description);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_FileInfo.swap(other.m_FileInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -168,6 +170,7 @@ bool HIPGSFile::operator==(const HIPGSFile& other) const
         && m_ImageType == other.m_ImageType
         && m_Description == other.m_Description
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_FileInfo == other.m_FileInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -485,6 +488,31 @@ HIPGSVendorExtensions* HIPGSFile::assignVendorExtensions(HIPGSVendorExtensions* 
 void HIPGSFile::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSFileInfo& HIPGSFile::getFileInfo() const
+{
+    return m_FileInfo.get();
+}
+
+HIPGSFileInfo& HIPGSFile::getFileInfo()
+{
+    return m_FileInfo.get();
+}
+
+void HIPGSFile::assignFileInfo(const HIPGSFileInfo& value)
+{
+    m_FileInfo.assign(value);
+}
+
+HIPGSFileInfo* HIPGSFile::assignFileInfo(HIPGSFileInfo* child)
+{
+    return m_FileInfo.assign(child);
+}
+
+void HIPGSFile::unsetFileInfo()
+{
+    m_FileInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -11,6 +11,7 @@ namespace HIPGSpirit {
 
 class HIPGSAnonFileType;
 class HIPGSBuildCommand;
+class HIPGSFileInfo;
 class HIPGSIsIncludeFile;
 class HIPGSLogicalName;
 class HIPGSName;
@@ -160,6 +161,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:fileInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSFileInfo& getFileInfo() const;
+    HIPGSFileInfo& getFileInfo();
+    void assignFileInfo(const HIPGSFileInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSFileInfo* assignFileInfo(HIPGSFileInfo* child);
+    bool isSetFileInfo() const { return m_FileInfo.is_set(); }
+    void unsetFileInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -186,6 +196,7 @@ protected:
     lmx60::ct_simple_multi<std::string> m_ImageType;  // spirit:imageType, 0..unbounded
     lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSFileInfo> m_FileInfo;  // vorlix:fileInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -195,6 +206,7 @@ protected:
 
 #include <ipxact/spirit/HIPGSAnonFileType.h>
 #include <ipxact/spirit/HIPGSBuildCommand.h>
+#include <ipxact/spirit/HIPGSFileInfo.h>
 #include <ipxact/spirit/HIPGSIsIncludeFile.h>
 #include <ipxact/spirit/HIPGSLogicalName.h>
 #include <ipxact/spirit/HIPGSName.h>

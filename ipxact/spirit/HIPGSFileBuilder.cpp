@@ -19,10 +19,10 @@ const lmx60::s_event_map HIPGSFileBuilder::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {400, 575, 0};
+static const int32_t HIPGSFileBuilder_first_events_0[] = {400, 575, 0};
 
 const MemberInfo HIPGSFileBuilder::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, first_events_0, ops<&HIPGSFileBuilder::m_FileType>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, HIPGSFileBuilder_first_events_0, ops<&HIPGSFileBuilder::m_FileType>(), nullptr},
     {MemberKind::element, 1001, "command", "spirit:command", 351, 1, 1, nullptr, ops<&HIPGSFileBuilder::m_Command>(), nullptr},
     {MemberKind::element, 1001, "flags", "spirit:flags", 402, 0, 1, nullptr, ops<&HIPGSFileBuilder::m_Flags>(), nullptr},
     {MemberKind::element, 1001, "replaceDefaultFlags", "spirit:replaceDefaultFlags", 522, 0, 1, nullptr, ops<&HIPGSFileBuilder::m_ReplaceDefaultFlags>(), nullptr},

@@ -18,10 +18,10 @@ const lmx60::s_event_map HIPGSFileBuilderType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {400, 575, 0};
+static const int32_t HIPGSFileBuilderType_first_events_0[] = {400, 575, 0};
 
 const MemberInfo HIPGSFileBuilderType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, first_events_0, ops<&HIPGSFileBuilderType::m_FileType>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, HIPGSFileBuilderType_first_events_0, ops<&HIPGSFileBuilderType::m_FileType>(), nullptr},
     {MemberKind::element, 1001, "command", "spirit:command", 351, 0, 1, nullptr, ops<&HIPGSFileBuilderType::m_Command>(), nullptr},
     {MemberKind::element, 1001, "flags", "spirit:flags", 402, 0, 1, nullptr, ops<&HIPGSFileBuilderType::m_Flags>(), nullptr},
     {MemberKind::element, 1001, "replaceDefaultFlags", "spirit:replaceDefaultFlags", 522, 0, 1, nullptr, ops<&HIPGSFileBuilderType::m_ReplaceDefaultFlags>(), nullptr},

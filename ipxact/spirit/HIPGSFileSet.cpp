@@ -21,10 +21,10 @@ const lmx60::s_event_map HIPGSFileSet::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSFileSet_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSFileSet::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSFileSet::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSet_first_events_0, ops<&HIPGSFileSet::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Group>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "file", "spirit:file", 371, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_File>(), nullptr},
     {MemberKind::element, 1001, "defaultFileBuilder", "spirit:defaultFileBuilder", 373, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_DefaultFileBuilder>(), nullptr},

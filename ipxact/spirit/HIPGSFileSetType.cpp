@@ -21,22 +21,23 @@ const lmx60::s_event_map HIPGSFileSetType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSFileSetType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSFileSetType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSFileSetType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSetType_first_events_0, ops<&HIPGSFileSetType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_Group>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "file", "spirit:file", 371, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_File>(), nullptr},
     {MemberKind::element, 1001, "defaultFileBuilder", "spirit:defaultFileBuilder", 373, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_DefaultFileBuilder>(), nullptr},
     {MemberKind::element, 1001, "dependency", "spirit:dependency", 386, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_Dependency>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "function", "spirit:function", 403, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_Function>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFileSetType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "subCoreRef", "vorlix:subCoreRef", 0, 0, 1, nullptr, ops<&HIPGSFileSetType::m_SubCoreRef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSFileSetType::s_class_info = {
     "spirit:fileSetType", 0, "fileSetType", ContentKind::sequence,
-    s_members, 7, ns_map_writer_1,
+    s_members, 8, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -73,6 +74,7 @@ void HIPGSFileSetType::swap(HIPGSFileSetType& other) noexcept
     m_Dependency.swap(other.m_Dependency);
     m_Function.swap(other.m_Function);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_SubCoreRef.swap(other.m_SubCoreRef);
 }
 
 bool HIPGSFileSetType::operator==(const HIPGSFileSetType& other) const
@@ -83,7 +85,8 @@ bool HIPGSFileSetType::operator==(const HIPGSFileSetType& other) const
         && m_DefaultFileBuilder == other.m_DefaultFileBuilder
         && m_Dependency == other.m_Dependency
         && m_Function == other.m_Function
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_SubCoreRef == other.m_SubCoreRef;
 }
 
 void HIPGSFileSetType::init()
@@ -380,6 +383,31 @@ HIPGSVendorExtensions* HIPGSFileSetType::assignVendorExtensions(HIPGSVendorExten
 void HIPGSFileSetType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSSubCoreRefType& HIPGSFileSetType::getSubCoreRef() const
+{
+    return m_SubCoreRef.get();
+}
+
+HIPGSSubCoreRefType& HIPGSFileSetType::getSubCoreRef()
+{
+    return m_SubCoreRef.get();
+}
+
+void HIPGSFileSetType::assignSubCoreRef(const HIPGSSubCoreRefType& value)
+{
+    m_SubCoreRef.assign(value);
+}
+
+HIPGSSubCoreRefType* HIPGSFileSetType::assignSubCoreRef(HIPGSSubCoreRefType* child)
+{
+    return m_SubCoreRef.assign(child);
+}
+
+void HIPGSFileSetType::unsetSubCoreRef()
+{
+    m_SubCoreRef.unset();
 }
 
 }  // namespace HIPGSpirit

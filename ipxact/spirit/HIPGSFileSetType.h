@@ -13,6 +13,7 @@ class HIPGSFile;
 class HIPGSFileBuilderType;
 class HIPGSFunction;
 class HIPGSNameGroup;
+class HIPGSSubCoreRefType;
 class HIPGSVendorExtensions;
 
 class HIPGSFileSetType : public HIPGSBase {
@@ -117,6 +118,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSSubCoreRefType& getSubCoreRef() const;
+    HIPGSSubCoreRefType& getSubCoreRef();
+    void assignSubCoreRef(const HIPGSSubCoreRefType& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSSubCoreRefType* assignSubCoreRef(HIPGSSubCoreRefType* child);
+    bool isSetSubCoreRef() const { return m_SubCoreRef.is_set(); }
+    void unsetSubCoreRef();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
@@ -129,6 +139,7 @@ protected:
     lmx60::ct_simple_multi<std::string> m_Dependency;  // spirit:dependency, 0..unbounded
     lmx60::ct_complex_multi<HIPGSFunction> m_Function;  // spirit:function, 0..unbounded
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSSubCoreRefType> m_SubCoreRef;  // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
@@ -139,6 +150,7 @@ protected:
 #include <ipxact/spirit/HIPGSFileBuilderType.h>
 #include <ipxact/spirit/HIPGSFunction.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>
+#include <ipxact/spirit/HIPGSSubCoreRefType.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

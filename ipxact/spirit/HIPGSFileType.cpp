@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSFileType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSFileType::s_members[] = {
-    {MemberKind::element, 1001, "fileType", "spirit:fileType", 400, 1, 1, nullptr, ops<&HIPGSFileType::m_FileType>(), &validation_spec_preserve_Value75},
+    {MemberKind::element, 1001, "fileType", "spirit:fileType", 400, 1, 1, nullptr, ops<&HIPGSFileType::m_FileType>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "userFileType", "spirit:userFileType", 575, 1, 1, nullptr, ops<&HIPGSFileType::m_UserFileType>(), &lmx60::validation_spec_empty},
 };
 
@@ -137,22 +137,17 @@ lmx60::elmx_error HIPGSFileType::setFileType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FileType_values[] = {"unknown", "cSource", "cppSource", "asmSource", "vhdlSource", "vhdlSource-87", "vhdlSource-93", "verilogSource", "verilogSource-95", "verilogSource-2001", "swObject", "swObjectLibrary", "vhdlBinaryLibrary", "verilogBinaryLibrary", "unelaboratedHdl", "executableHdl", "systemVerilogSource", "systemVerilogSource-3.0", "systemVerilogSource-3.1", "systemCSource", "systemCSource-2.0", "systemCSource-2.0.1", "systemCSource-2.1", "systemCSource-2.2", "veraSource", "eSource", "perlSource", "tclSource", "OVASource", "SVASource", "pslSource", "systemVerilogSource-3.1a", "SDC", nullptr};
+static const char* const HIPGSFileType_m_FileType_values[] = {"unknown", "cSource", "cppSource", "asmSource", "vhdlSource", "vhdlSource-87", "vhdlSource-93", "verilogSource", "verilogSource-95", "verilogSource-2001", "swObject", "swObjectLibrary", "vhdlBinaryLibrary", "verilogBinaryLibrary", "unelaboratedHdl", "executableHdl", "systemVerilogSource", "systemVerilogSource-3.0", "systemVerilogSource-3.1", "systemCSource", "systemCSource-2.0", "systemCSource-2.0.1", "systemCSource-2.1", "systemCSource-2.2", "veraSource", "eSource", "perlSource", "tclSource", "OVASource", "SVASource", "pslSource", "systemVerilogSource-3.1a", "SDC", nullptr};
 
 HIPGSFileType::e_enum_FileType HIPGSFileType::getEnumFileType() const
 {
-    for (int i = 0; m_FileType_values[i]; ++i)
-        if (m_FileType.is_set() && m_FileType.get() == m_FileType_values[i])
-            return static_cast<e_enum_FileType>(i + 1);
-    return e_enum_FileType::e_unlisted;
+    return static_cast<e_enum_FileType>(enum_number(HIPGSFileType_m_FileType_values, m_FileType.is_set(), m_FileType.get()));
 }
 
 bool HIPGSFileType::setEnumFileType(e_enum_FileType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 33)
-        return false;
-    return setFileType(m_FileType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFileType_m_FileType_values, static_cast<int>(value));
+    return text && setFileType(text) == lmx60::ELMX_OK;
 }
 
 void HIPGSFileType::select_UserFileType()

@@ -148,22 +148,17 @@ lmx60::elmx_error HIPGSFlowOptions::setBusFormat(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_BusFormat_values[] = {"BusFormatAngleBracket", "BusFormatSquareBracket", "BusFormatParen", "BusFormatAngleBracketNotRipped", "BusFormatSquareBracketNotRipped", "BusFormatParenNotRipped", "BusFormatNoDelimiter", nullptr};
+static const char* const HIPGSFlowOptions_m_BusFormat_values[] = {"BusFormatAngleBracket", "BusFormatSquareBracket", "BusFormatParen", "BusFormatAngleBracketNotRipped", "BusFormatSquareBracketNotRipped", "BusFormatParenNotRipped", "BusFormatNoDelimiter", nullptr};
 
 HIPGSFlowOptions::e_enum_BusFormat HIPGSFlowOptions::getEnumBusFormat() const
 {
-    for (int i = 0; m_BusFormat_values[i]; ++i)
-        if (m_BusFormat.is_set() && m_BusFormat.get() == m_BusFormat_values[i])
-            return static_cast<e_enum_BusFormat>(i + 1);
-    return e_enum_BusFormat::e_unlisted;
+    return static_cast<e_enum_BusFormat>(enum_number(HIPGSFlowOptions_m_BusFormat_values, m_BusFormat.is_set(), m_BusFormat.get()));
 }
 
 bool HIPGSFlowOptions::setEnumBusFormat(e_enum_BusFormat value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 7)
-        return false;
-    return setBusFormat(m_BusFormat_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFlowOptions_m_BusFormat_values, static_cast<int>(value));
+    return text && setBusFormat(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFlowOptions::setDesignEntry(const std::string& value)
@@ -174,22 +169,17 @@ lmx60::elmx_error HIPGSFlowOptions::setDesignEntry(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DesignEntry_values[] = {"Advanced", "Schematic", "VHDL", "Verilog", nullptr};
+static const char* const HIPGSFlowOptions_m_DesignEntry_values[] = {"Advanced", "Schematic", "VHDL", "Verilog", nullptr};
 
 HIPGSFlowOptions::e_enum_DesignEntry HIPGSFlowOptions::getEnumDesignEntry() const
 {
-    for (int i = 0; m_DesignEntry_values[i]; ++i)
-        if (m_DesignEntry.is_set() && m_DesignEntry.get() == m_DesignEntry_values[i])
-            return static_cast<e_enum_DesignEntry>(i + 1);
-    return e_enum_DesignEntry::e_unlisted;
+    return static_cast<e_enum_DesignEntry>(enum_number(HIPGSFlowOptions_m_DesignEntry_values, m_DesignEntry.is_set(), m_DesignEntry.get()));
 }
 
 bool HIPGSFlowOptions::setEnumDesignEntry(e_enum_DesignEntry value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setDesignEntry(m_DesignEntry_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFlowOptions_m_DesignEntry_values, static_cast<int>(value));
+    return text && setDesignEntry(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFlowOptions::setAsySymbol(const bool& value)
@@ -206,22 +196,17 @@ lmx60::elmx_error HIPGSFlowOptions::setFlowVendor(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FlowVendor_values[] = {"ePD", "MentorHDL", "MentorSchematic", "Synopsys", "Synplicity", "Cadence", "Foundation_IXE", "Innoveda", "Other", nullptr};
+static const char* const HIPGSFlowOptions_m_FlowVendor_values[] = {"ePD", "MentorHDL", "MentorSchematic", "Synopsys", "Synplicity", "Cadence", "Foundation_IXE", "Innoveda", "Other", nullptr};
 
 HIPGSFlowOptions::e_enum_FlowVendor HIPGSFlowOptions::getEnumFlowVendor() const
 {
-    for (int i = 0; m_FlowVendor_values[i]; ++i)
-        if (m_FlowVendor.is_set() && m_FlowVendor.get() == m_FlowVendor_values[i])
-            return static_cast<e_enum_FlowVendor>(i + 1);
-    return e_enum_FlowVendor::e_unlisted;
+    return static_cast<e_enum_FlowVendor>(enum_number(HIPGSFlowOptions_m_FlowVendor_values, m_FlowVendor.is_set(), m_FlowVendor.get()));
 }
 
 bool HIPGSFlowOptions::setEnumFlowVendor(e_enum_FlowVendor value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 9)
-        return false;
-    return setFlowVendor(m_FlowVendor_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFlowOptions_m_FlowVendor_values, static_cast<int>(value));
+    return text && setFlowVendor(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFlowOptions::setAddPads(const bool& value)
@@ -250,22 +235,17 @@ lmx60::elmx_error HIPGSFlowOptions::setImplementationFileType(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ImplementationFileType_values[] = {"Edif", "None", "Ngc", nullptr};
+static const char* const HIPGSFlowOptions_m_ImplementationFileType_values[] = {"Edif", "None", "Ngc", nullptr};
 
 HIPGSFlowOptions::e_enum_ImplementationFileType HIPGSFlowOptions::getEnumImplementationFileType() const
 {
-    for (int i = 0; m_ImplementationFileType_values[i]; ++i)
-        if (m_ImplementationFileType.is_set() && m_ImplementationFileType.get() == m_ImplementationFileType_values[i])
-            return static_cast<e_enum_ImplementationFileType>(i + 1);
-    return e_enum_ImplementationFileType::e_unlisted;
+    return static_cast<e_enum_ImplementationFileType>(enum_number(HIPGSFlowOptions_m_ImplementationFileType_values, m_ImplementationFileType.is_set(), m_ImplementationFileType.get()));
 }
 
 bool HIPGSFlowOptions::setEnumImplementationFileType(e_enum_ImplementationFileType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setImplementationFileType(m_ImplementationFileType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFlowOptions_m_ImplementationFileType_values, static_cast<int>(value));
+    return text && setImplementationFileType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFlowOptions::setFormalVerification(const bool& value)

@@ -27,7 +27,7 @@ const MemberInfo HIPGSFunction::s_members[] = {
     {MemberKind::attribute, 1001, "replicate", "spirit:replicate", 523, 0, 1, nullptr, ops<&HIPGSFunction::m_ReplicateAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "entryPoint", "spirit:entryPoint", 385, 0, 1, nullptr, ops<&HIPGSFunction::m_EntryPoint>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "fileRef", "spirit:fileRef", 398, 1, 1, nullptr, ops<&HIPGSFunction::m_FileRef>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "returnType", "spirit:returnType", 525, 0, 1, nullptr, ops<&HIPGSFunction::m_ReturnType>(), &validation_spec_preserve_Value78},
+    {MemberKind::element, 1001, "returnType", "spirit:returnType", 525, 0, 1, nullptr, ops<&HIPGSFunction::m_ReturnType>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "argument", "spirit:argument", 304, 0, kUnbounded, nullptr, ops<&HIPGSFunction::m_Argument>(), nullptr},
     {MemberKind::element, 1001, "disabled", "spirit:disabled", 380, 0, 1, nullptr, ops<&HIPGSFunction::m_Disabled>(), nullptr},
     {MemberKind::element, 1001, "sourceFile", "spirit:sourceFile", 539, 0, kUnbounded, nullptr, ops<&HIPGSFunction::m_SourceFile>(), nullptr},
@@ -158,22 +158,17 @@ lmx60::elmx_error HIPGSFunction::setReturnType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ReturnType_values[] = {"void", "int", nullptr};
+static const char* const HIPGSFunction_m_ReturnType_values[] = {"void", "int", nullptr};
 
 HIPGSFunction::e_enum_ReturnType HIPGSFunction::getEnumReturnType() const
 {
-    for (int i = 0; m_ReturnType_values[i]; ++i)
-        if (m_ReturnType.is_set() && m_ReturnType.get() == m_ReturnType_values[i])
-            return static_cast<e_enum_ReturnType>(i + 1);
-    return e_enum_ReturnType::e_unlisted;
+    return static_cast<e_enum_ReturnType>(enum_number(HIPGSFunction_m_ReturnType_values, m_ReturnType.is_set(), m_ReturnType.get()));
 }
 
 bool HIPGSFunction::setEnumReturnType(e_enum_ReturnType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setReturnType(m_ReturnType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSFunction_m_ReturnType_values, static_cast<int>(value));
+    return text && setReturnType(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSArgument& HIPGSFunction::getArgument(size_t index) const

@@ -243,22 +243,17 @@ lmx60::elmx_error HIPGSGeneration::setGenerationFlow(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_GenerationFlow_values[] = {"Exe", "Spirit", "Java", "Tcl", nullptr};
+static const char* const HIPGSGeneration_m_GenerationFlow_values[] = {"Exe", "Spirit", "Java", "Tcl", nullptr};
 
 HIPGSGeneration::e_enum_GenerationFlow HIPGSGeneration::getEnumGenerationFlow() const
 {
-    for (int i = 0; m_GenerationFlow_values[i]; ++i)
-        if (m_GenerationFlow.is_set() && m_GenerationFlow.get() == m_GenerationFlow_values[i])
-            return static_cast<e_enum_GenerationFlow>(i + 1);
-    return e_enum_GenerationFlow::e_unlisted;
+    return static_cast<e_enum_GenerationFlow>(enum_number(HIPGSGeneration_m_GenerationFlow_values, m_GenerationFlow.is_set(), m_GenerationFlow.get()));
 }
 
 bool HIPGSGeneration::setEnumGenerationFlow(e_enum_GenerationFlow value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setGenerationFlow(m_GenerationFlow_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneration_m_GenerationFlow_values, static_cast<int>(value));
+    return text && setGenerationFlow(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSTopLevelComponents& HIPGSGeneration::getTopLevelComponents() const
@@ -354,22 +349,17 @@ lmx60::elmx_error HIPGSGeneration::setCorePrimaryOutputProduct(const std::string
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_CorePrimaryOutputProduct_values[] = {"Source", "Netlist", nullptr};
+static const char* const HIPGSGeneration_m_CorePrimaryOutputProduct_values[] = {"Source", "Netlist", nullptr};
 
 HIPGSGeneration::e_enum_CorePrimaryOutputProduct HIPGSGeneration::getEnumCorePrimaryOutputProduct() const
 {
-    for (int i = 0; m_CorePrimaryOutputProduct_values[i]; ++i)
-        if (m_CorePrimaryOutputProduct.is_set() && m_CorePrimaryOutputProduct.get() == m_CorePrimaryOutputProduct_values[i])
-            return static_cast<e_enum_CorePrimaryOutputProduct>(i + 1);
-    return e_enum_CorePrimaryOutputProduct::e_unlisted;
+    return static_cast<e_enum_CorePrimaryOutputProduct>(enum_number(HIPGSGeneration_m_CorePrimaryOutputProduct_values, m_CorePrimaryOutputProduct.is_set(), m_CorePrimaryOutputProduct.get()));
 }
 
 bool HIPGSGeneration::setEnumCorePrimaryOutputProduct(e_enum_CorePrimaryOutputProduct value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setCorePrimaryOutputProduct(m_CorePrimaryOutputProduct_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneration_m_CorePrimaryOutputProduct_values, static_cast<int>(value));
+    return text && setCorePrimaryOutputProduct(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSGeneration::setGenerateNgc2HdlVhdlModel(const bool& value)
@@ -428,22 +418,17 @@ lmx60::elmx_error HIPGSGeneration::setOverrideImplementationFileType(const std::
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_OverrideImplementationFileType_values[] = {"EDIF", "NGC", nullptr};
+static const char* const HIPGSGeneration_m_OverrideImplementationFileType_values[] = {"EDIF", "NGC", nullptr};
 
 HIPGSGeneration::e_enum_OverrideImplementationFileType HIPGSGeneration::getEnumOverrideImplementationFileType() const
 {
-    for (int i = 0; m_OverrideImplementationFileType_values[i]; ++i)
-        if (m_OverrideImplementationFileType.is_set() && m_OverrideImplementationFileType.get() == m_OverrideImplementationFileType_values[i])
-            return static_cast<e_enum_OverrideImplementationFileType>(i + 1);
-    return e_enum_OverrideImplementationFileType::e_unlisted;
+    return static_cast<e_enum_OverrideImplementationFileType>(enum_number(HIPGSGeneration_m_OverrideImplementationFileType_values, m_OverrideImplementationFileType.is_set(), m_OverrideImplementationFileType.get()));
 }
 
 bool HIPGSGeneration::setEnumOverrideImplementationFileType(e_enum_OverrideImplementationFileType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setOverrideImplementationFileType(m_OverrideImplementationFileType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneration_m_OverrideImplementationFileType_values, static_cast<int>(value));
+    return text && setOverrideImplementationFileType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSGeneration::setOverrideSimulationFiles(const std::string& value)
@@ -454,22 +439,17 @@ lmx60::elmx_error HIPGSGeneration::setOverrideSimulationFiles(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_OverrideSimulationFiles_values[] = {"Structural", "Behavioral", nullptr};
+static const char* const HIPGSGeneration_m_OverrideSimulationFiles_values[] = {"Structural", "Behavioral", nullptr};
 
 HIPGSGeneration::e_enum_OverrideSimulationFiles HIPGSGeneration::getEnumOverrideSimulationFiles() const
 {
-    for (int i = 0; m_OverrideSimulationFiles_values[i]; ++i)
-        if (m_OverrideSimulationFiles.is_set() && m_OverrideSimulationFiles.get() == m_OverrideSimulationFiles_values[i])
-            return static_cast<e_enum_OverrideSimulationFiles>(i + 1);
-    return e_enum_OverrideSimulationFiles::e_unlisted;
+    return static_cast<e_enum_OverrideSimulationFiles>(enum_number(HIPGSGeneration_m_OverrideSimulationFiles_values, m_OverrideSimulationFiles.is_set(), m_OverrideSimulationFiles.get()));
 }
 
 bool HIPGSGeneration::setEnumOverrideSimulationFiles(e_enum_OverrideSimulationFiles value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setOverrideSimulationFiles(m_OverrideSimulationFiles_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneration_m_OverrideSimulationFiles_values, static_cast<int>(value));
+    return text && setOverrideSimulationFiles(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSUnsupportedOutputs& HIPGSGeneration::getUnsupportedOutputs() const
@@ -535,22 +515,17 @@ lmx60::elmx_error HIPGSGeneration::setVerilogParamConvention(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_VerilogParamConvention_values[] = {"upper", "lower", "sorted", nullptr};
+static const char* const HIPGSGeneration_m_VerilogParamConvention_values[] = {"upper", "lower", "sorted", nullptr};
 
 HIPGSGeneration::e_enum_VerilogParamConvention HIPGSGeneration::getEnumVerilogParamConvention() const
 {
-    for (int i = 0; m_VerilogParamConvention_values[i]; ++i)
-        if (m_VerilogParamConvention.is_set() && m_VerilogParamConvention.get() == m_VerilogParamConvention_values[i])
-            return static_cast<e_enum_VerilogParamConvention>(i + 1);
-    return e_enum_VerilogParamConvention::e_unlisted;
+    return static_cast<e_enum_VerilogParamConvention>(enum_number(HIPGSGeneration_m_VerilogParamConvention_values, m_VerilogParamConvention.is_set(), m_VerilogParamConvention.get()));
 }
 
 bool HIPGSGeneration::setEnumVerilogParamConvention(e_enum_VerilogParamConvention value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setVerilogParamConvention(m_VerilogParamConvention_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneration_m_VerilogParamConvention_values, static_cast<int>(value));
+    return text && setVerilogParamConvention(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSDeliverLegacyOutputs& HIPGSGeneration::getDeliverLegacyOutputs() const

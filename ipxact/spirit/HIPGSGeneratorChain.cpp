@@ -21,13 +21,13 @@ const lmx60::s_event_map HIPGSGeneratorChain::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {577, 0};
-static const int32_t first_events_2[] = {353, 406, 423, 0};
+static const int32_t HIPGSGeneratorChain_first_events_1[] = {577, 0};
+static const int32_t HIPGSGeneratorChain_first_events_2[] = {353, 406, 423, 0};
 
 const MemberInfo HIPGSGeneratorChain::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_1, ops<&HIPGSGeneratorChain::m_VersionedIdentifier>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, first_events_2, ops<&HIPGSGeneratorChain::m_AnonGeneratorChainSelector>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSGeneratorChain_first_events_1, ops<&HIPGSGeneratorChain::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, HIPGSGeneratorChain_first_events_2, ops<&HIPGSGeneratorChain::m_AnonGeneratorChainSelector>(), nullptr},
     {MemberKind::element, 1001, "chainGroup", "spirit:chainGroup", 336, 0, kUnbounded, nullptr, ops<&HIPGSGeneratorChain::m_ChainGroup>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "displayName", "spirit:displayName", 308, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_Description>(), &lmx60::validation_spec_empty},

@@ -23,20 +23,20 @@ const lmx60::s_event_map HIPGSGeneratorType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
+static const int32_t HIPGSGeneratorType_first_events_1[] = {492, 0};
 
 const MemberInfo HIPGSGeneratorType::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_1, ops<&HIPGSGeneratorType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSGeneratorType_first_events_1, ops<&HIPGSGeneratorType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_ApiType>(), &validation_spec_collapse_Value25},
+    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_ApiType>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "transportMethods", "spirit:transportMethods", 561, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_TransportMethods>(), nullptr},
     {MemberKind::element, 1001, "generatorExe", "spirit:generatorExe", 407, 1, 1, nullptr, ops<&HIPGSGeneratorType::m_GeneratorExe>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSGeneratorType::m_VendorExtensions>(), nullptr},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSGeneratorType_derived_types[] = {
     {1001, "instanceGeneratorType", [] () -> HIPGSBase* { return new HIPGSInstanceGeneratorType(); }},
     {0, nullptr, nullptr},
 };
@@ -44,7 +44,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSGeneratorType::s_class_info = {
     "spirit:generatorType", 0, "generatorType", ContentKind::sequence,
     s_members, 8, ns_map_writer_1,
-    4, "spirit:generatorType", s_derived_types,
+    4, "spirit:generatorType", HIPGSGeneratorType_derived_types,
 };
 
 HIPGSGeneratorType::HIPGSGeneratorType()
@@ -235,22 +235,17 @@ lmx60::elmx_error HIPGSGeneratorType::setApiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ApiType_values[] = {"TGI", "none", nullptr};
+static const char* const HIPGSGeneratorType_m_ApiType_values[] = {"TGI", "none", nullptr};
 
 HIPGSGeneratorType::e_enum_ApiType HIPGSGeneratorType::getEnumApiType() const
 {
-    for (int i = 0; m_ApiType_values[i]; ++i)
-        if (m_ApiType.is_set() && m_ApiType.get() == m_ApiType_values[i])
-            return static_cast<e_enum_ApiType>(i + 1);
-    return e_enum_ApiType::e_unlisted;
+    return static_cast<e_enum_ApiType>(enum_number(HIPGSGeneratorType_m_ApiType_values, m_ApiType.is_set(), m_ApiType.get()));
 }
 
 bool HIPGSGeneratorType::setEnumApiType(e_enum_ApiType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setApiType(m_ApiType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGeneratorType_m_ApiType_values, static_cast<int>(value));
+    return text && setApiType(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSTransportMethods& HIPGSGeneratorType::getTransportMethods() const

@@ -182,22 +182,17 @@ lmx60::elmx_error HIPGSGroupSelector::setMultipleGroupSelectionOperatorAttr(cons
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_MultipleGroupSelectionOperatorAttr_values[] = {"and", "or", nullptr};
+static const char* const HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values[] = {"and", "or", nullptr};
 
 HIPGSGroupSelector::e_enum_MultipleGroupSelectionOperatorAttr HIPGSGroupSelector::getEnumMultipleGroupSelectionOperatorAttr() const
 {
-    for (int i = 0; m_MultipleGroupSelectionOperatorAttr_values[i]; ++i)
-        if (m_MultipleGroupSelectionOperatorAttr.is_set() && m_MultipleGroupSelectionOperatorAttr.get() == m_MultipleGroupSelectionOperatorAttr_values[i])
-            return static_cast<e_enum_MultipleGroupSelectionOperatorAttr>(i + 1);
-    return e_enum_MultipleGroupSelectionOperatorAttr::e_unlisted;
+    return static_cast<e_enum_MultipleGroupSelectionOperatorAttr>(enum_number(HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values, m_MultipleGroupSelectionOperatorAttr.is_set(), m_MultipleGroupSelectionOperatorAttr.get()));
 }
 
 bool HIPGSGroupSelector::setEnumMultipleGroupSelectionOperatorAttr(e_enum_MultipleGroupSelectionOperatorAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setMultipleGroupSelectionOperatorAttr(m_MultipleGroupSelectionOperatorAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values, static_cast<int>(value));
+    return text && setMultipleGroupSelectionOperatorAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSGroupSelector::appendName(const std::string& value)

@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSInitiative::attr_event_map[] = {
 
 
 const MemberInfo HIPGSInitiative::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSInitiative::m_Initiative>(), &validation_spec_preserve_Value67},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSInitiative::m_Initiative>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -170,28 +170,23 @@ lmx60::elmx_error HIPGSInitiative::marshal(lmx60::c_xml_writer& writer, const ch
 
 lmx60::elmx_error HIPGSInitiative::setInitiative(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator67(value, "Initiative"))
+    if (lmx60::elmx_error error = UserValidator67(value, "initiative"))
         return error;
     m_Initiative.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
+static const char* const HIPGSInitiative_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
 
 HIPGSInitiative::e_enum_Initiative HIPGSInitiative::getEnumInitiative() const
 {
-    for (int i = 0; m_Initiative_values[i]; ++i)
-        if (m_Initiative.is_set() && m_Initiative.get() == m_Initiative_values[i])
-            return static_cast<e_enum_Initiative>(i + 1);
-    return e_enum_Initiative::e_unlisted;
+    return static_cast<e_enum_Initiative>(enum_number(HIPGSInitiative_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSInitiative::setEnumInitiative(e_enum_Initiative value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setInitiative(m_Initiative_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSInitiative_m_Initiative_values, static_cast<int>(value));
+    return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

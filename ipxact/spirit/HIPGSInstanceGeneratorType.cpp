@@ -17,14 +17,14 @@ const lmx60::s_event_map HIPGSInstanceGeneratorType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {492, 0};
+static const int32_t HIPGSInstanceGeneratorType_first_events_1[] = {492, 0};
 
 const MemberInfo HIPGSInstanceGeneratorType::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_1, ops<&HIPGSInstanceGeneratorType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSInstanceGeneratorType_first_events_1, ops<&HIPGSInstanceGeneratorType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_ApiType>(), &validation_spec_collapse_Value25},
+    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_ApiType>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "transportMethods", "spirit:transportMethods", 561, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_TransportMethods>(), nullptr},
     {MemberKind::element, 1001, "generatorExe", "spirit:generatorExe", 407, 1, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_GeneratorExe>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_VendorExtensions>(), nullptr},
@@ -136,22 +136,17 @@ lmx60::elmx_error HIPGSInstanceGeneratorType::setScopeAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ScopeAttr_values[] = {"instance", "entity", nullptr};
+static const char* const HIPGSInstanceGeneratorType_m_ScopeAttr_values[] = {"instance", "entity", nullptr};
 
 HIPGSInstanceGeneratorType::e_enum_ScopeAttr HIPGSInstanceGeneratorType::getEnumScopeAttr() const
 {
-    for (int i = 0; m_ScopeAttr_values[i]; ++i)
-        if (m_ScopeAttr.is_set() && m_ScopeAttr.get() == m_ScopeAttr_values[i])
-            return static_cast<e_enum_ScopeAttr>(i + 1);
-    return e_enum_ScopeAttr::e_unlisted;
+    return static_cast<e_enum_ScopeAttr>(enum_number(HIPGSInstanceGeneratorType_m_ScopeAttr_values, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
 }
 
 bool HIPGSInstanceGeneratorType::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setScopeAttr(m_ScopeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSInstanceGeneratorType_m_ScopeAttr_values, static_cast<int>(value));
+    return text && setScopeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSInstanceGeneratorType::appendGroup(const std::string& value)

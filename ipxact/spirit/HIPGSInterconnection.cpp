@@ -16,10 +16,10 @@ const lmx60::s_event_map HIPGSInterconnection::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSInterconnection_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSInterconnection::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSInterconnection::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSInterconnection_first_events_0, ops<&HIPGSInterconnection::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "activeInterface", "spirit:activeInterface", 290, 2, 2, nullptr, ops<&HIPGSInterconnection::m_ActiveInterface>(), nullptr},
 };
 

@@ -24,7 +24,7 @@ const MemberInfo HIPGSInterface::s_members[] = {
     {MemberKind::attribute, 1001, "busRef", "spirit:busRef", 323, 1, 1, nullptr, ops<&HIPGSInterface::m_BusRefAttr>(), &lmx60::validation_spec_collapse},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSInterface_derived_types[] = {
     {1001, "hierInterface", [] () -> HIPGSBase* { return new HIPGSHierInterface(); }},
     {0, nullptr, nullptr},
 };
@@ -32,7 +32,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSInterface::s_class_info = {
     "spirit:interface", 0, "interface", ContentKind::empty,
     s_members, 2, ns_map_writer_1,
-    7, "spirit:interface", s_derived_types,
+    7, "spirit:interface", HIPGSInterface_derived_types,
 };
 
 HIPGSInterface::HIPGSInterface()

@@ -126,22 +126,17 @@ lmx60::elmx_error HIPGSInterfaceRefType::setModeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ModeAttr_values[] = {"mirroredSystem", "master", "slave", "system", "mirroredMaster", "mirroredSlave", nullptr};
+static const char* const HIPGSInterfaceRefType_m_ModeAttr_values[] = {"mirroredSystem", "master", "slave", "system", "mirroredMaster", "mirroredSlave", nullptr};
 
 HIPGSInterfaceRefType::e_enum_ModeAttr HIPGSInterfaceRefType::getEnumModeAttr() const
 {
-    for (int i = 0; m_ModeAttr_values[i]; ++i)
-        if (m_ModeAttr.is_set() && m_ModeAttr.get() == m_ModeAttr_values[i])
-            return static_cast<e_enum_ModeAttr>(i + 1);
-    return e_enum_ModeAttr::e_unlisted;
+    return static_cast<e_enum_ModeAttr>(enum_number(HIPGSInterfaceRefType_m_ModeAttr_values, m_ModeAttr.is_set(), m_ModeAttr.get()));
 }
 
 bool HIPGSInterfaceRefType::setEnumModeAttr(e_enum_ModeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 6)
-        return false;
-    return setModeAttr(m_ModeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSInterfaceRefType_m_ModeAttr_values, static_cast<int>(value));
+    return text && setModeAttr(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -28,7 +28,7 @@ const MemberInfo HIPGSLibraryRefType::s_members[] = {
     {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSLibraryRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSLibraryRefType_derived_types[] = {
     {1000, "componentRefType", [] () -> HIPGSBase* { return new HIPGSComponentRefType(); }},
     {0, nullptr, nullptr},
 };
@@ -36,7 +36,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSLibraryRefType::s_class_info = {
     "vorlix:libraryRefType", 0, "libraryRefType", ContentKind::empty,
     s_members, 4, ns_map_writer_1,
-    9, "vorlix:libraryRefType", s_derived_types,
+    9, "vorlix:libraryRefType", HIPGSLibraryRefType_derived_types,
 };
 
 HIPGSLibraryRefType::HIPGSLibraryRefType()

@@ -27,8 +27,8 @@ const lmx60::s_event_map HIPGSLocalMemoryMapType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_13[] = {485, 514, 543, 0};
+static const int32_t HIPGSLocalMemoryMapType_first_events_12[] = {492, 0};
+static const int32_t HIPGSLocalMemoryMapType_first_events_13[] = {485, 514, 543, 0};
 
 const MemberInfo HIPGSLocalMemoryMapType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSLocalMemoryMapType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -43,8 +43,8 @@ const MemberInfo HIPGSLocalMemoryMapType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSLocalMemoryMapType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSLocalMemoryMapType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSLocalMemoryMapType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSLocalMemoryMapType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:memoryMap", 0, 0, kUnbounded, first_events_13, ops<&HIPGSLocalMemoryMapType::m_MemoryMap>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSLocalMemoryMapType_first_events_12, ops<&HIPGSLocalMemoryMapType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryMap", 0, 0, kUnbounded, HIPGSLocalMemoryMapType_first_events_13, ops<&HIPGSLocalMemoryMapType::m_MemoryMap>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSLocalMemoryMapType::m_any_attribute>(), nullptr},
 };
 
@@ -170,22 +170,17 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setFormatAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSLocalMemoryMapType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSLocalMemoryMapType::e_enum_FormatAttr HIPGSLocalMemoryMapType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSLocalMemoryMapType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSLocalMemoryMapType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSLocalMemoryMapType::setResolveAttr(const std::string& value)
@@ -196,22 +191,17 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setResolveAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSLocalMemoryMapType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSLocalMemoryMapType::e_enum_ResolveAttr HIPGSLocalMemoryMapType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSLocalMemoryMapType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSLocalMemoryMapType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSLocalMemoryMapType::setIdAttr(const std::string& value)
@@ -264,22 +254,17 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setRangeTypeAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSLocalMemoryMapType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSLocalMemoryMapType::e_enum_RangeTypeAttr HIPGSLocalMemoryMapType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSLocalMemoryMapType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSLocalMemoryMapType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSLocalMemoryMapType::setPromptAttr(const std::string& value)

@@ -21,9 +21,9 @@ const lmx60::s_event_map HIPGSMemoryBlockData::attr_event_map[] = {
 
 
 const MemberInfo HIPGSMemoryBlockData::s_members[] = {
-    {MemberKind::element, 1001, "usage", "spirit:usage", 570, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Usage>(), &validation_spec_collapse_Value50},
+    {MemberKind::element, 1001, "usage", "spirit:usage", 570, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Usage>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Volatile>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Access>(), &validation_spec_collapse_Value62},
+    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Parameters>(), nullptr},
 };
 
@@ -139,22 +139,17 @@ lmx60::elmx_error HIPGSMemoryBlockData::setUsage(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Usage_values[] = {"memory", "register", "reserved", nullptr};
+static const char* const HIPGSMemoryBlockData_m_Usage_values[] = {"memory", "register", "reserved", nullptr};
 
 HIPGSMemoryBlockData::e_enum_Usage HIPGSMemoryBlockData::getEnumUsage() const
 {
-    for (int i = 0; m_Usage_values[i]; ++i)
-        if (m_Usage.is_set() && m_Usage.get() == m_Usage_values[i])
-            return static_cast<e_enum_Usage>(i + 1);
-    return e_enum_Usage::e_unlisted;
+    return static_cast<e_enum_Usage>(enum_number(HIPGSMemoryBlockData_m_Usage_values, m_Usage.is_set(), m_Usage.get()));
 }
 
 bool HIPGSMemoryBlockData::setEnumUsage(e_enum_Usage value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setUsage(m_Usage_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMemoryBlockData_m_Usage_values, static_cast<int>(value));
+    return text && setUsage(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSMemoryBlockData::setVolatile(const bool& value)
@@ -171,22 +166,17 @@ lmx60::elmx_error HIPGSMemoryBlockData::setAccess(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
+static const char* const HIPGSMemoryBlockData_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
 
 HIPGSMemoryBlockData::e_enum_Access HIPGSMemoryBlockData::getEnumAccess() const
 {
-    for (int i = 0; m_Access_values[i]; ++i)
-        if (m_Access.is_set() && m_Access.get() == m_Access_values[i])
-            return static_cast<e_enum_Access>(i + 1);
-    return e_enum_Access::e_unlisted;
+    return static_cast<e_enum_Access>(enum_number(HIPGSMemoryBlockData_m_Access_values, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSMemoryBlockData::setEnumAccess(e_enum_Access value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAccess(m_Access_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMemoryBlockData_m_Access_values, static_cast<int>(value));
+    return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSParameters& HIPGSMemoryBlockData::getParameters() const

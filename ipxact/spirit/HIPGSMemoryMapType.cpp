@@ -30,8 +30,8 @@ const lmx60::s_event_map HIPGSMemoryMapType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_13[] = {485, 514, 543, 0};
+static const int32_t HIPGSMemoryMapType_first_events_12[] = {492, 0};
+static const int32_t HIPGSMemoryMapType_first_events_13[] = {485, 514, 543, 0};
 
 const MemberInfo HIPGSMemoryMapType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -46,18 +46,19 @@ const MemberInfo HIPGSMemoryMapType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSMemoryMapType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:memoryMap", 0, 0, kUnbounded, first_events_13, ops<&HIPGSMemoryMapType::m_MemoryMap>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSMemoryMapType_first_events_12, ops<&HIPGSMemoryMapType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:memoryMap", 0, 0, kUnbounded, HIPGSMemoryMapType_first_events_13, ops<&HIPGSMemoryMapType::m_MemoryMap>(), nullptr},
     {MemberKind::element, 1001, "memoryRemap", "spirit:memoryRemap", 472, 0, kUnbounded, nullptr, ops<&HIPGSMemoryMapType::m_MemoryRemap>(), nullptr},
     {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "memoryMapInfo", "vorlix:memoryMapInfo", 0, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_MemoryMapInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSMemoryMapType::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSMemoryMapType::s_class_info = {
     "spirit:memoryMapType", 0, "memoryMapType", ContentKind::sequence,
-    s_members, 18, ns_map_writer_1,
+    s_members, 19, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -104,6 +105,7 @@ void HIPGSMemoryMapType::swap(HIPGSMemoryMapType& other) noexcept
     m_MemoryRemap.swap(other.m_MemoryRemap);
     m_AddressUnitBits.swap(other.m_AddressUnitBits);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_MemoryMapInfo.swap(other.m_MemoryMapInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -126,6 +128,7 @@ bool HIPGSMemoryMapType::operator==(const HIPGSMemoryMapType& other) const
         && m_MemoryRemap == other.m_MemoryRemap
         && m_AddressUnitBits == other.m_AddressUnitBits
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_MemoryMapInfo == other.m_MemoryMapInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -182,22 +185,17 @@ lmx60::elmx_error HIPGSMemoryMapType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSMemoryMapType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSMemoryMapType::e_enum_FormatAttr HIPGSMemoryMapType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSMemoryMapType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSMemoryMapType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMemoryMapType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSMemoryMapType::setResolveAttr(const std::string& value)
@@ -208,22 +206,17 @@ lmx60::elmx_error HIPGSMemoryMapType::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSMemoryMapType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSMemoryMapType::e_enum_ResolveAttr HIPGSMemoryMapType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSMemoryMapType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSMemoryMapType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMemoryMapType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSMemoryMapType::setIdAttr(const std::string& value)
@@ -276,22 +269,17 @@ lmx60::elmx_error HIPGSMemoryMapType::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSMemoryMapType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSMemoryMapType::e_enum_RangeTypeAttr HIPGSMemoryMapType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSMemoryMapType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSMemoryMapType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMemoryMapType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSMemoryMapType::setPromptAttr(const std::string& value)
@@ -464,6 +452,31 @@ HIPGSVendorExtensions* HIPGSMemoryMapType::assignVendorExtensions(HIPGSVendorExt
 void HIPGSMemoryMapType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSMemoryMapInfo& HIPGSMemoryMapType::getMemoryMapInfo() const
+{
+    return m_MemoryMapInfo.get();
+}
+
+HIPGSMemoryMapInfo& HIPGSMemoryMapType::getMemoryMapInfo()
+{
+    return m_MemoryMapInfo.get();
+}
+
+void HIPGSMemoryMapType::assignMemoryMapInfo(const HIPGSMemoryMapInfo& value)
+{
+    m_MemoryMapInfo.assign(value);
+}
+
+HIPGSMemoryMapInfo* HIPGSMemoryMapType::assignMemoryMapInfo(HIPGSMemoryMapInfo* child)
+{
+    return m_MemoryMapInfo.assign(child);
+}
+
+void HIPGSMemoryMapType::unsetMemoryMapInfo()
+{
+    m_MemoryMapInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSMemoryMap;
+class HIPGSMemoryMapInfo;
 class HIPGSMemoryRemapType;
 class HIPGSNameGroup;
 class HIPGSVendorExtensions;
@@ -198,6 +199,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:memoryMapInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSMemoryMapInfo& getMemoryMapInfo() const;
+    HIPGSMemoryMapInfo& getMemoryMapInfo();
+    void assignMemoryMapInfo(const HIPGSMemoryMapInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSMemoryMapInfo* assignMemoryMapInfo(HIPGSMemoryMapInfo* child);
+    bool isSetMemoryMapInfo() const { return m_MemoryMapInfo.is_set(); }
+    void unsetMemoryMapInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -229,6 +239,7 @@ protected:
     lmx60::ct_complex_multi<HIPGSMemoryRemapType> m_MemoryRemap;  // spirit:memoryRemap, 0..unbounded
     lmx60::ct_simple_optional<lmx60::c_big_int> m_AddressUnitBits;  // spirit:addressUnitBits, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSMemoryMapInfo> m_MemoryMapInfo;  // vorlix:memoryMapInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -237,6 +248,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSMemoryMap.h>
+#include <ipxact/spirit/HIPGSMemoryMapInfo.h>
 #include <ipxact/spirit/HIPGSMemoryRemapType.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSMirroredSlave::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {310, 0};
+static const int32_t HIPGSMirroredSlave_first_events_0[] = {310, 0};
 
 const MemberInfo HIPGSMirroredSlave::s_members[] = {
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_0, ops<&HIPGSMirroredSlave::m_InnerMirroredSlave>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSMirroredSlave_first_events_0, ops<&HIPGSMirroredSlave::m_InnerMirroredSlave>(), nullptr},
 };
 
 

@@ -119,22 +119,17 @@ lmx60::elmx_error HIPGSMonitor::setInterfaceModeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_InterfaceModeAttr_values[] = {"master", "slave", "system", "mirroredMaster", "mirroredSlave", "mirroredSystem", nullptr};
+static const char* const HIPGSMonitor_m_InterfaceModeAttr_values[] = {"master", "slave", "system", "mirroredMaster", "mirroredSlave", "mirroredSystem", nullptr};
 
 HIPGSMonitor::e_enum_InterfaceModeAttr HIPGSMonitor::getEnumInterfaceModeAttr() const
 {
-    for (int i = 0; m_InterfaceModeAttr_values[i]; ++i)
-        if (m_InterfaceModeAttr.is_set() && m_InterfaceModeAttr.get() == m_InterfaceModeAttr_values[i])
-            return static_cast<e_enum_InterfaceModeAttr>(i + 1);
-    return e_enum_InterfaceModeAttr::e_unlisted;
+    return static_cast<e_enum_InterfaceModeAttr>(enum_number(HIPGSMonitor_m_InterfaceModeAttr_values, m_InterfaceModeAttr.is_set(), m_InterfaceModeAttr.get()));
 }
 
 bool HIPGSMonitor::setEnumInterfaceModeAttr(e_enum_InterfaceModeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 6)
-        return false;
-    return setInterfaceModeAttr(m_InterfaceModeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSMonitor_m_InterfaceModeAttr_values, static_cast<int>(value));
+    return text && setInterfaceModeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSMonitor::setGroup(const std::string& value)

@@ -17,10 +17,10 @@ const lmx60::s_event_map HIPGSMonitorInterconnection::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSMonitorInterconnection_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSMonitorInterconnection::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSMonitorInterconnection::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSMonitorInterconnection_first_events_0, ops<&HIPGSMonitorInterconnection::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "monitoredActiveInterface", "spirit:monitoredActiveInterface", 490, 1, 1, nullptr, ops<&HIPGSMonitorInterconnection::m_MonitoredActiveInterface>(), nullptr},
     {MemberKind::element, 1001, "monitorInterface", "spirit:monitorInterface", 489, 1, kUnbounded, nullptr, ops<&HIPGSMonitorInterconnection::m_MonitorInterface>(), nullptr},
 };

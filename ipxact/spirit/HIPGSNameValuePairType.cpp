@@ -18,24 +18,25 @@ const lmx60::s_event_map HIPGSNameValuePairType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSNameValuePairType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSNameValuePairType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, first_events_0, ops<&HIPGSNameValuePairType::m_NameGroupString>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValuePairType_first_events_0, ops<&HIPGSNameValuePairType::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSNameValuePairType::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_ParameterInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSNameValuePairType::m_any_attribute>(), nullptr},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSNameValuePairType_derived_types[] = {
     {1001, "nameValueTypeType", [] () -> HIPGSBase* { return new HIPGSNameValueTypeType(); }},
     {0, nullptr, nullptr},
 };
 
 const ClassInfo HIPGSNameValuePairType::s_class_info = {
     "spirit:nameValuePairType", 0, "nameValuePairType", ContentKind::sequence,
-    s_members, 4, ns_map_writer_1,
-    10, "spirit:nameValuePairType", s_derived_types,
+    s_members, 5, ns_map_writer_1,
+    10, "spirit:nameValuePairType", HIPGSNameValuePairType_derived_types,
 };
 
 HIPGSNameValuePairType::HIPGSNameValuePairType()
@@ -67,6 +68,7 @@ void HIPGSNameValuePairType::swap(HIPGSNameValuePairType& other) noexcept
     m_NameGroupString.swap(other.m_NameGroupString);
     m_Value.swap(other.m_Value);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_ParameterInfo.swap(other.m_ParameterInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -75,6 +77,7 @@ bool HIPGSNameValuePairType::operator==(const HIPGSNameValuePairType& other) con
     return m_NameGroupString == other.m_NameGroupString
         && m_Value == other.m_Value
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_ParameterInfo == other.m_ParameterInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -201,6 +204,31 @@ HIPGSVendorExtensions* HIPGSNameValuePairType::assignVendorExtensions(HIPGSVendo
 void HIPGSNameValuePairType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSParameterInfo& HIPGSNameValuePairType::getParameterInfo() const
+{
+    return m_ParameterInfo.get();
+}
+
+HIPGSParameterInfo& HIPGSNameValuePairType::getParameterInfo()
+{
+    return m_ParameterInfo.get();
+}
+
+void HIPGSNameValuePairType::assignParameterInfo(const HIPGSParameterInfo& value)
+{
+    m_ParameterInfo.assign(value);
+}
+
+HIPGSParameterInfo* HIPGSNameValuePairType::assignParameterInfo(HIPGSParameterInfo* child)
+{
+    return m_ParameterInfo.assign(child);
+}
+
+void HIPGSNameValuePairType::unsetParameterInfo()
+{
+    m_ParameterInfo.unset();
 }
 
 }  // namespace HIPGSpirit

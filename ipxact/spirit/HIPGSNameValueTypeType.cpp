@@ -17,12 +17,13 @@ const lmx60::s_event_map HIPGSNameValueTypeType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSNameValueTypeType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSNameValueTypeType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, first_events_0, ops<&HIPGSNameValueTypeType::m_NameGroupString>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValueTypeType_first_events_0, ops<&HIPGSNameValueTypeType::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSNameValueTypeType::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_ParameterInfo>(), nullptr},
     {MemberKind::attribute, 1001, "dataType", "spirit:dataType", 370, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_DataTypeAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "usageType", "spirit:usageType", 572, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_UsageTypeAttr>(), &validation_spec_preserve_Value55},
 };
@@ -30,7 +31,7 @@ const MemberInfo HIPGSNameValueTypeType::s_members[] = {
 
 const ClassInfo HIPGSNameValueTypeType::s_class_info = {
     "spirit:nameValueTypeType", 0, "nameValueTypeType", ContentKind::empty,
-    s_members, 5, ns_map_writer_1,
+    s_members, 6, ns_map_writer_1,
     11, "spirit:nameValueTypeType", nullptr,
 };
 
@@ -137,22 +138,17 @@ lmx60::elmx_error HIPGSNameValueTypeType::setUsageTypeAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_UsageTypeAttr_values[] = {"nontyped", "typed", nullptr};
+static const char* const HIPGSNameValueTypeType_m_UsageTypeAttr_values[] = {"nontyped", "typed", nullptr};
 
 HIPGSNameValueTypeType::e_enum_UsageTypeAttr HIPGSNameValueTypeType::getEnumUsageTypeAttr() const
 {
-    for (int i = 0; m_UsageTypeAttr_values[i]; ++i)
-        if (m_UsageTypeAttr.is_set() && m_UsageTypeAttr.get() == m_UsageTypeAttr_values[i])
-            return static_cast<e_enum_UsageTypeAttr>(i + 1);
-    return e_enum_UsageTypeAttr::e_unlisted;
+    return static_cast<e_enum_UsageTypeAttr>(enum_number(HIPGSNameValueTypeType_m_UsageTypeAttr_values, m_UsageTypeAttr.is_set(), m_UsageTypeAttr.get()));
 }
 
 bool HIPGSNameValueTypeType::setEnumUsageTypeAttr(e_enum_UsageTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setUsageTypeAttr(m_UsageTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSNameValueTypeType_m_UsageTypeAttr_values, static_cast<int>(value));
+    return text && setUsageTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSOnSlave::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {379, 480, 583, 595, 0};
+static const int32_t HIPGSOnSlave_first_events_0[] = {379, 480, 583, 595, 0};
 
 const MemberInfo HIPGSOnSlave::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:wirePort", 0, 0, 1, first_events_0, ops<&HIPGSOnSlave::m_WirePort>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:wirePort", 0, 0, 1, HIPGSOnSlave_first_events_0, ops<&HIPGSOnSlave::m_WirePort>(), nullptr},
 };
 
 

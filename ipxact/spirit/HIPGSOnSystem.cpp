@@ -16,11 +16,11 @@ const lmx60::s_event_map HIPGSOnSystem::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {379, 480, 583, 595, 0};
+static const int32_t HIPGSOnSystem_first_events_1[] = {379, 480, 583, 595, 0};
 
 const MemberInfo HIPGSOnSystem::s_members[] = {
     {MemberKind::element, 1001, "group", "spirit:group", 390, 1, 1, nullptr, ops<&HIPGSOnSystem::m_Group>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:wirePort", 0, 0, 1, first_events_1, ops<&HIPGSOnSystem::m_WirePort>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:wirePort", 0, 0, 1, HIPGSOnSystem_first_events_1, ops<&HIPGSOnSystem::m_WirePort>(), nullptr},
 };
 
 

@@ -17,10 +17,10 @@ const lmx60::s_event_map HIPGSParameter::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSParameter_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSParameter::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, first_events_0, ops<&HIPGSParameter::m_NameGroupString>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSParameter_first_events_0, ops<&HIPGSParameter::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSParameter::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSParameter::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSParameter::m_any_attribute>(), nullptr},

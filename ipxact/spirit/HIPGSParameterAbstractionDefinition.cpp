@@ -22,10 +22,10 @@ const lmx60::s_event_map HIPGSParameterAbstractionDefinition::attr_event_map[] =
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {577, 0};
+static const int32_t HIPGSParameterAbstractionDefinition_first_events_0[] = {577, 0};
 
 const MemberInfo HIPGSParameterAbstractionDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, first_events_0, ops<&HIPGSParameterAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSParameterAbstractionDefinition_first_events_0, ops<&HIPGSParameterAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1000, "displayName", "vorlix:displayName", 105, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "description", "vorlix:description", 88, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "scope", "vorlix:scope", 202, 1, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_Scope>(), nullptr},

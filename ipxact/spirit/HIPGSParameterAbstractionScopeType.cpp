@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSParameterAbstractionScopeType::attr_event_map[] = 
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {18, 51, 60, 73, 232, 0};
+static const int32_t HIPGSParameterAbstractionScopeType_first_events_0[] = {18, 51, 60, 73, 232, 0};
 
 const MemberInfo HIPGSParameterAbstractionScopeType::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_0, ops<&HIPGSParameterAbstractionScopeType::m_AnonBusType>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSParameterAbstractionScopeType_first_events_0, ops<&HIPGSParameterAbstractionScopeType::m_AnonBusType>(), nullptr},
 };
 
 

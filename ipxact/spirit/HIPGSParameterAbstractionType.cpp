@@ -194,22 +194,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setFormatAttr(const std::string
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_FormatAttr HIPGSParameterAbstractionType::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSParameterAbstractionType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setResolveAttr(const std::string& value)
@@ -220,22 +215,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setResolveAttr(const std::strin
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_ResolveAttr HIPGSParameterAbstractionType::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSParameterAbstractionType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setIdAttr(const std::string& value)
@@ -288,22 +278,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setRangeTypeAttr(const std::str
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_RangeTypeAttr HIPGSParameterAbstractionType::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSParameterAbstractionType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setPromptAttr(const std::string& value)
@@ -326,22 +311,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setProvisionAttr(const std::str
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ProvisionAttr_values[] = {"IP_Consumes", "IP_Provides", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_ProvisionAttr_values[] = {"IP_Consumes", "IP_Provides", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_ProvisionAttr HIPGSParameterAbstractionType::getEnumProvisionAttr() const
 {
-    for (int i = 0; m_ProvisionAttr_values[i]; ++i)
-        if (m_ProvisionAttr.is_set() && m_ProvisionAttr.get() == m_ProvisionAttr_values[i])
-            return static_cast<e_enum_ProvisionAttr>(i + 1);
-    return e_enum_ProvisionAttr::e_unlisted;
+    return static_cast<e_enum_ProvisionAttr>(enum_number(HIPGSParameterAbstractionType_m_ProvisionAttr_values, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setProvisionAttr(m_ProvisionAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_ProvisionAttr_values, static_cast<int>(value));
+    return text && setProvisionAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setDefaultAttr(const std::string& value)
@@ -376,22 +356,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationSourceAttr(const 
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_PropagationSourceAttr_values[] = {"sink", "none", "strength", "driver", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_PropagationSourceAttr_values[] = {"sink", "none", "strength", "driver", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_PropagationSourceAttr HIPGSParameterAbstractionType::getEnumPropagationSourceAttr() const
 {
-    for (int i = 0; m_PropagationSourceAttr_values[i]; ++i)
-        if (m_PropagationSourceAttr.is_set() && m_PropagationSourceAttr.get() == m_PropagationSourceAttr_values[i])
-            return static_cast<e_enum_PropagationSourceAttr>(i + 1);
-    return e_enum_PropagationSourceAttr::e_unlisted;
+    return static_cast<e_enum_PropagationSourceAttr>(enum_number(HIPGSParameterAbstractionType_m_PropagationSourceAttr_values, m_PropagationSourceAttr.is_set(), m_PropagationSourceAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationSourceAttr(e_enum_PropagationSourceAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setPropagationSourceAttr(m_PropagationSourceAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_PropagationSourceAttr_values, static_cast<int>(value));
+    return text && setPropagationSourceAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationConflictSeverityAttr(const std::string& value)
@@ -402,22 +377,17 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationConflictSeverityA
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_PropagationConflictSeverityAttr_values[] = {"error", "critical_warning", "warning", "info", "none", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values[] = {"error", "critical_warning", "warning", "info", "none", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_PropagationConflictSeverityAttr HIPGSParameterAbstractionType::getEnumPropagationConflictSeverityAttr() const
 {
-    for (int i = 0; m_PropagationConflictSeverityAttr_values[i]; ++i)
-        if (m_PropagationConflictSeverityAttr.is_set() && m_PropagationConflictSeverityAttr.get() == m_PropagationConflictSeverityAttr_values[i])
-            return static_cast<e_enum_PropagationConflictSeverityAttr>(i + 1);
-    return e_enum_PropagationConflictSeverityAttr::e_unlisted;
+    return static_cast<e_enum_PropagationConflictSeverityAttr>(enum_number(HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values, m_PropagationConflictSeverityAttr.is_set(), m_PropagationConflictSeverityAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationConflictSeverityAttr(e_enum_PropagationConflictSeverityAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setPropagationConflictSeverityAttr(m_PropagationConflictSeverityAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values, static_cast<int>(value));
+    return text && setPropagationConflictSeverityAttr(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

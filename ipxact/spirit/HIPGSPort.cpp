@@ -16,14 +16,14 @@ const lmx60::s_event_map HIPGSPort::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {330, 359, 0};
-static const int32_t first_events_2[] = {365, 0};
+static const int32_t HIPGSPort_first_events_0[] = {492, 0};
+static const int32_t HIPGSPort_first_events_1[] = {330, 359, 0};
+static const int32_t HIPGSPort_first_events_2[] = {365, 0};
 
 const MemberInfo HIPGSPort::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSPort::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSPort::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSPort::m_AnonAccess>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPort_first_events_0, ops<&HIPGSPort::m_NameGroupPort>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPort_first_events_1, ops<&HIPGSPort::m_AnonWire>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPort_first_events_2, ops<&HIPGSPort::m_AnonAccess>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPort::m_VendorExtensions>(), nullptr},
 };
 

@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSPortAccessType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSPortAccessType::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPortAccessType::m_PortAccessType>(), &validation_spec_preserve_Value63},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPortAccessType::m_PortAccessType>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -170,28 +170,23 @@ lmx60::elmx_error HIPGSPortAccessType::marshal(lmx60::c_xml_writer& writer, cons
 
 lmx60::elmx_error HIPGSPortAccessType::setPortAccessType(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator63(value, "PortAccessType"))
+    if (lmx60::elmx_error error = UserValidator63(value, "portAccessType"))
         return error;
     m_PortAccessType.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_PortAccessType_values[] = {"ref", "ptr", nullptr};
+static const char* const HIPGSPortAccessType_m_PortAccessType_values[] = {"ref", "ptr", nullptr};
 
 HIPGSPortAccessType::e_enum_PortAccessType HIPGSPortAccessType::getEnumPortAccessType() const
 {
-    for (int i = 0; m_PortAccessType_values[i]; ++i)
-        if (m_PortAccessType.is_set() && m_PortAccessType.get() == m_PortAccessType_values[i])
-            return static_cast<e_enum_PortAccessType>(i + 1);
-    return e_enum_PortAccessType::e_unlisted;
+    return static_cast<e_enum_PortAccessType>(enum_number(HIPGSPortAccessType_m_PortAccessType_values, m_PortAccessType.is_set(), m_PortAccessType.get()));
 }
 
 bool HIPGSPortAccessType::setEnumPortAccessType(e_enum_PortAccessType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setPortAccessType(m_PortAccessType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPortAccessType_m_PortAccessType_values, static_cast<int>(value));
+    return text && setPortAccessType(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

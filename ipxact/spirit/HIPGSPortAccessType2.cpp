@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSPortAccessType2::attr_event_map[] = {
 
 
 const MemberInfo HIPGSPortAccessType2::s_members[] = {
-    {MemberKind::element, 1001, "portAccessType", "spirit:portAccessType", 317, 0, 1, nullptr, ops<&HIPGSPortAccessType2::m_PortAccessType>(), &validation_spec_preserve_Value63},
+    {MemberKind::element, 1001, "portAccessType", "spirit:portAccessType", 317, 0, 1, nullptr, ops<&HIPGSPortAccessType2::m_PortAccessType>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "portAccessHandle", "spirit:portAccessHandle", 328, 0, 1, nullptr, ops<&HIPGSPortAccessType2::m_PortAccessHandle>(), &lmx60::validation_spec_empty},
 };
 
@@ -119,22 +119,17 @@ lmx60::elmx_error HIPGSPortAccessType2::setPortAccessType(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_PortAccessType_values[] = {"ref", "ptr", nullptr};
+static const char* const HIPGSPortAccessType2_m_PortAccessType_values[] = {"ref", "ptr", nullptr};
 
 HIPGSPortAccessType2::e_enum_PortAccessType HIPGSPortAccessType2::getEnumPortAccessType() const
 {
-    for (int i = 0; m_PortAccessType_values[i]; ++i)
-        if (m_PortAccessType.is_set() && m_PortAccessType.get() == m_PortAccessType_values[i])
-            return static_cast<e_enum_PortAccessType>(i + 1);
-    return e_enum_PortAccessType::e_unlisted;
+    return static_cast<e_enum_PortAccessType>(enum_number(HIPGSPortAccessType2_m_PortAccessType_values, m_PortAccessType.is_set(), m_PortAccessType.get()));
 }
 
 bool HIPGSPortAccessType2::setEnumPortAccessType(e_enum_PortAccessType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setPortAccessType(m_PortAccessType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPortAccessType2_m_PortAccessType_values, static_cast<int>(value));
+    return text && setPortAccessType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPortAccessType2::setPortAccessHandle(const std::string& value)

@@ -17,17 +17,17 @@ const lmx60::s_event_map HIPGSPortDeclarationType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {330, 359, 0};
-static const int32_t first_events_2[] = {365, 0};
+static const int32_t HIPGSPortDeclarationType_first_events_0[] = {492, 0};
+static const int32_t HIPGSPortDeclarationType_first_events_1[] = {330, 359, 0};
+static const int32_t HIPGSPortDeclarationType_first_events_2[] = {365, 0};
 
 const MemberInfo HIPGSPortDeclarationType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSPortDeclarationType::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSPortDeclarationType::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSPortDeclarationType::m_AnonAccess>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPortDeclarationType_first_events_0, ops<&HIPGSPortDeclarationType::m_NameGroupPort>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPortDeclarationType_first_events_1, ops<&HIPGSPortDeclarationType::m_AnonWire>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPortDeclarationType_first_events_2, ops<&HIPGSPortDeclarationType::m_AnonAccess>(), nullptr},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSPortDeclarationType_derived_types[] = {
     {1001, "abstractorPortType", [] () -> HIPGSBase* { return new HIPGSAbstractorPortType(); }},
     {1001, "portType", [] () -> HIPGSBase* { return new HIPGSPortType(); }},
     {0, nullptr, nullptr},
@@ -36,7 +36,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSPortDeclarationType::s_class_info = {
     "spirit:portDeclarationType", 0, "portDeclarationType", ContentKind::sequence,
     s_members, 3, ns_map_writer_1,
-    12, "spirit:portDeclarationType", s_derived_types,
+    12, "spirit:portDeclarationType", HIPGSPortDeclarationType_derived_types,
 };
 
 HIPGSPortDeclarationType::HIPGSPortDeclarationType()

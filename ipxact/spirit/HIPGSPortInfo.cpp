@@ -205,22 +205,17 @@ lmx60::elmx_error HIPGSPortInfo::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Endianness_values[] = {"little", "big", nullptr};
+static const char* const HIPGSPortInfo_m_Endianness_values[] = {"little", "big", nullptr};
 
 HIPGSPortInfo::e_enum_Endianness HIPGSPortInfo::getEnumEndianness() const
 {
-    for (int i = 0; m_Endianness_values[i]; ++i)
-        if (m_Endianness.is_set() && m_Endianness.get() == m_Endianness_values[i])
-            return static_cast<e_enum_Endianness>(i + 1);
-    return e_enum_Endianness::e_unlisted;
+    return static_cast<e_enum_Endianness>(enum_number(HIPGSPortInfo_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSPortInfo::setEnumEndianness(e_enum_Endianness value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setEndianness(m_Endianness_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPortInfo_m_Endianness_values, static_cast<int>(value));
+    return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPortInfo::setBufferType(const std::string& value)
@@ -231,22 +226,17 @@ lmx60::elmx_error HIPGSPortInfo::setBufferType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_BufferType_values[] = {"BUFG", "BUFGDS", "BUF", nullptr};
+static const char* const HIPGSPortInfo_m_BufferType_values[] = {"BUFG", "BUFGDS", "BUF", nullptr};
 
 HIPGSPortInfo::e_enum_BufferType HIPGSPortInfo::getEnumBufferType() const
 {
-    for (int i = 0; m_BufferType_values[i]; ++i)
-        if (m_BufferType.is_set() && m_BufferType.get() == m_BufferType_values[i])
-            return static_cast<e_enum_BufferType>(i + 1);
-    return e_enum_BufferType::e_unlisted;
+    return static_cast<e_enum_BufferType>(enum_number(HIPGSPortInfo_m_BufferType_values, m_BufferType.is_set(), m_BufferType.get()));
 }
 
 bool HIPGSPortInfo::setEnumBufferType(e_enum_BufferType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setBufferType(m_BufferType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPortInfo_m_BufferType_values, static_cast<int>(value));
+    return text && setBufferType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPortInfo::setSampleRate(const std::string& value)

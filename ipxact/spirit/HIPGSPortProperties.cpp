@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSPortProperties::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {316, 379, 0};
+static const int32_t HIPGSPortProperties_first_events_0[] = {316, 379, 0};
 
 const MemberInfo HIPGSPortProperties::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, first_events_0, ops<&HIPGSPortProperties::m_AnonDirection>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSPortProperties_first_events_0, ops<&HIPGSPortProperties::m_AnonDirection>(), nullptr},
 };
 
 

@@ -17,26 +17,27 @@ const lmx60::s_event_map HIPGSPortType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_1[] = {330, 359, 0};
-static const int32_t first_events_2[] = {365, 0};
+static const int32_t HIPGSPortType_first_events_0[] = {492, 0};
+static const int32_t HIPGSPortType_first_events_1[] = {330, 359, 0};
+static const int32_t HIPGSPortType_first_events_2[] = {365, 0};
 
 const MemberInfo HIPGSPortType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, first_events_0, ops<&HIPGSPortType::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_1, ops<&HIPGSPortType::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSPortType::m_AnonAccess>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPortType_first_events_0, ops<&HIPGSPortType::m_NameGroupPort>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPortType_first_events_1, ops<&HIPGSPortType::m_AnonWire>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPortType_first_events_2, ops<&HIPGSPortType::m_AnonAccess>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPortType::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "portInfo", "vorlix:portInfo", 0, 0, 1, nullptr, ops<&HIPGSPortType::m_PortInfo>(), nullptr},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSPortType_derived_types[] = {
     {1001, "abstractorPortType", [] () -> HIPGSBase* { return new HIPGSAbstractorPortType(); }},
     {0, nullptr, nullptr},
 };
 
 const ClassInfo HIPGSPortType::s_class_info = {
     "spirit:portType", 0, "portType", ContentKind::sequence,
-    s_members, 4, ns_map_writer_1,
-    13, "spirit:portType", s_derived_types,
+    s_members, 5, ns_map_writer_1,
+    13, "spirit:portType", HIPGSPortType_derived_types,
 };
 
 HIPGSPortType::HIPGSPortType()
@@ -66,13 +67,15 @@ HIPGSPortType::~HIPGSPortType() = default;
 void HIPGSPortType::swap(HIPGSPortType& other) noexcept
 {
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_PortInfo.swap(other.m_PortInfo);
     HIPGSPortDeclarationType::swap(other);
 }
 
 bool HIPGSPortType::operator==(const HIPGSPortType& other) const
 {
     return HIPGSPortDeclarationType::operator==(other)
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_PortInfo == other.m_PortInfo;
 }
 
 void HIPGSPortType::init()
@@ -148,6 +151,31 @@ HIPGSVendorExtensions* HIPGSPortType::assignVendorExtensions(HIPGSVendorExtensio
 void HIPGSPortType::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSPortInfo& HIPGSPortType::getPortInfo() const
+{
+    return m_PortInfo.get();
+}
+
+HIPGSPortInfo& HIPGSPortType::getPortInfo()
+{
+    return m_PortInfo.get();
+}
+
+void HIPGSPortType::assignPortInfo(const HIPGSPortInfo& value)
+{
+    m_PortInfo.assign(value);
+}
+
+HIPGSPortInfo* HIPGSPortType::assignPortInfo(HIPGSPortInfo* child)
+{
+    return m_PortInfo.assign(child);
+}
+
+void HIPGSPortType::unsetPortInfo()
+{
+    m_PortInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -10,6 +10,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSPortInfo;
 class HIPGSVendorExtensions;
 
 class HIPGSPortType : public HIPGSPortDeclarationType {
@@ -49,18 +50,29 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSPortInfo& getPortInfo() const;
+    HIPGSPortInfo& getPortInfo();
+    void assignPortInfo(const HIPGSPortInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSPortInfo* assignPortInfo(HIPGSPortInfo* child);
+    bool isSetPortInfo() const { return m_PortInfo.is_set(); }
+    void unsetPortInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSPortInfo> m_PortInfo;  // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSPortInfo.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -25,14 +25,14 @@ const lmx60::s_event_map HIPGSPortWireType::attr_event_map[] = {
 
 const MemberInfo HIPGSPortWireType::s_members[] = {
     {MemberKind::attribute, 1001, "allLogicalDirectionsAllowed", "spirit:allLogicalDirectionsAllowed", 295, 0, 1, nullptr, ops<&HIPGSPortWireType::m_AllLogicalDirectionsAllowedAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSPortWireType::m_Direction>(), &validation_spec_collapse_Value41},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSPortWireType::m_Direction>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "vector", "spirit:vector", 313, 0, 1, nullptr, ops<&HIPGSPortWireType::m_Vector>(), nullptr},
     {MemberKind::element, 1001, "wireTypeDefs", "spirit:wireTypeDefs", 327, 0, 1, nullptr, ops<&HIPGSPortWireType::m_WireTypeDefs>(), nullptr},
     {MemberKind::element, 1001, "driver", "spirit:driver", 333, 0, 1, nullptr, ops<&HIPGSPortWireType::m_Driver>(), nullptr},
     {MemberKind::element, 1001, "constraintSets", "spirit:constraintSets", 346, 0, 1, nullptr, ops<&HIPGSPortWireType::m_ConstraintSets>(), nullptr},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSPortWireType_derived_types[] = {
     {1001, "abstractorPortWireType", [] () -> HIPGSBase* { return new HIPGSAbstractorPortWireType(); }},
     {0, nullptr, nullptr},
 };
@@ -40,7 +40,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSPortWireType::s_class_info = {
     "spirit:portWireType", 0, "portWireType", ContentKind::sequence,
     s_members, 6, ns_map_writer_1,
-    14, "spirit:portWireType", s_derived_types,
+    14, "spirit:portWireType", HIPGSPortWireType_derived_types,
 };
 
 HIPGSPortWireType::HIPGSPortWireType()
@@ -152,22 +152,17 @@ lmx60::elmx_error HIPGSPortWireType::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
+static const char* const HIPGSPortWireType_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
 
 HIPGSPortWireType::e_enum_Direction HIPGSPortWireType::getEnumDirection() const
 {
-    for (int i = 0; m_Direction_values[i]; ++i)
-        if (m_Direction.is_set() && m_Direction.get() == m_Direction_values[i])
-            return static_cast<e_enum_Direction>(i + 1);
-    return e_enum_Direction::e_unlisted;
+    return static_cast<e_enum_Direction>(enum_number(HIPGSPortWireType_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSPortWireType::setEnumDirection(e_enum_Direction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setDirection(m_Direction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPortWireType_m_Direction_values, static_cast<int>(value));
+    return text && setDirection(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSVector& HIPGSPortWireType::getVector() const

@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSPresence::attr_event_map[] = {
 
 
 const MemberInfo HIPGSPresence::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPresence::m_Presence>(), &validation_spec_preserve_Value65},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPresence::m_Presence>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -171,28 +171,23 @@ lmx60::elmx_error HIPGSPresence::marshal(lmx60::c_xml_writer& writer, const char
 
 lmx60::elmx_error HIPGSPresence::setPresence(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator65(value, "Presence"))
+    if (lmx60::elmx_error error = UserValidator65(value, "presence"))
         return error;
     m_Presence.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Presence_values[] = {"required", "illegal", "optional", nullptr};
+static const char* const HIPGSPresence_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
 
 HIPGSPresence::e_enum_Presence HIPGSPresence::getEnumPresence() const
 {
-    for (int i = 0; m_Presence_values[i]; ++i)
-        if (m_Presence.is_set() && m_Presence.get() == m_Presence_values[i])
-            return static_cast<e_enum_Presence>(i + 1);
-    return e_enum_Presence::e_unlisted;
+    return static_cast<e_enum_Presence>(enum_number(HIPGSPresence_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSPresence::setEnumPresence(e_enum_Presence value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setPresence(m_Presence_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSPresence_m_Presence_values, static_cast<int>(value));
+    return text && setPresence(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -21,10 +21,10 @@ const lmx60::s_event_map HIPGSQdxKernelAttributes::attr_event_map[] = {
 
 
 const MemberInfo HIPGSQdxKernelAttributes::s_members[] = {
-    {MemberKind::element, 1000, "qdx_kernel", "vorlix:qdx_kernel", 186, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_Qdx_kernel>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1000, "qdx_kernel_type", "vorlix:qdx_kernel_type", 189, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_Qdx_kernel_type>(), &validation_spec_preserve_Value70},
-    {MemberKind::element, 1000, "qdx_kernel_sim_inst", "vorlix:qdx_kernel_sim_inst", 187, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_Qdx_kernel_sim_inst>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1000, "qdx_kernel_synth_inst", "vorlix:qdx_kernel_synth_inst", 188, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_Qdx_kernel_synth_inst>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1000, "qdx_kernel", "vorlix:qdx_kernel", 186, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_QdxKernel>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1000, "qdx_kernel_type", "vorlix:qdx_kernel_type", 189, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_QdxKernelType>(), &validation_spec_preserve_Value70},
+    {MemberKind::element, 1000, "qdx_kernel_sim_inst", "vorlix:qdx_kernel_sim_inst", 187, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_QdxKernelSimInst>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1000, "qdx_kernel_synth_inst", "vorlix:qdx_kernel_synth_inst", 188, 0, 1, nullptr, ops<&HIPGSQdxKernelAttributes::m_QdxKernelSynthInst>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -60,18 +60,18 @@ HIPGSQdxKernelAttributes::~HIPGSQdxKernelAttributes() = default;
 
 void HIPGSQdxKernelAttributes::swap(HIPGSQdxKernelAttributes& other) noexcept
 {
-    m_Qdx_kernel.swap(other.m_Qdx_kernel);
-    m_Qdx_kernel_type.swap(other.m_Qdx_kernel_type);
-    m_Qdx_kernel_sim_inst.swap(other.m_Qdx_kernel_sim_inst);
-    m_Qdx_kernel_synth_inst.swap(other.m_Qdx_kernel_synth_inst);
+    m_QdxKernel.swap(other.m_QdxKernel);
+    m_QdxKernelType.swap(other.m_QdxKernelType);
+    m_QdxKernelSimInst.swap(other.m_QdxKernelSimInst);
+    m_QdxKernelSynthInst.swap(other.m_QdxKernelSynthInst);
 }
 
 bool HIPGSQdxKernelAttributes::operator==(const HIPGSQdxKernelAttributes& other) const
 {
-    return m_Qdx_kernel == other.m_Qdx_kernel
-        && m_Qdx_kernel_type == other.m_Qdx_kernel_type
-        && m_Qdx_kernel_sim_inst == other.m_Qdx_kernel_sim_inst
-        && m_Qdx_kernel_synth_inst == other.m_Qdx_kernel_synth_inst;
+    return m_QdxKernel == other.m_QdxKernel
+        && m_QdxKernelType == other.m_QdxKernelType
+        && m_QdxKernelSimInst == other.m_QdxKernelSimInst
+        && m_QdxKernelSynthInst == other.m_QdxKernelSynthInst;
 }
 
 void HIPGSQdxKernelAttributes::init()
@@ -119,47 +119,42 @@ lmx60::elmx_error HIPGSQdxKernelAttributes::marshal(lmx60::c_xml_writer& writer,
     return write_element(writer, *this, s_class_info, name);
 }
 
-lmx60::elmx_error HIPGSQdxKernelAttributes::setQdx_kernel(const bool& value)
+lmx60::elmx_error HIPGSQdxKernelAttributes::setQdxKernel(const bool& value)
 {
-    m_Qdx_kernel.set(value);
+    m_QdxKernel.set(value);
     return lmx60::ELMX_OK;
 }
 
-lmx60::elmx_error HIPGSQdxKernelAttributes::setQdx_kernel_type(const std::string& value)
+lmx60::elmx_error HIPGSQdxKernelAttributes::setQdxKernelType(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator70(value, "qdx_kernel_type"))
         return error;
-    m_Qdx_kernel_type.set(value);
+    m_QdxKernelType.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Qdx_kernel_type_values[] = {"rtl", "c", "cpp", "opencl", "hls", nullptr};
+static const char* const HIPGSQdxKernelAttributes_m_QdxKernelType_values[] = {"rtl", "c", "cpp", "opencl", "hls", nullptr};
 
-HIPGSQdxKernelAttributes::e_enum_Qdx_kernel_type HIPGSQdxKernelAttributes::getEnumQdx_kernel_type() const
+HIPGSQdxKernelAttributes::e_enum_QdxKernelType HIPGSQdxKernelAttributes::getEnumQdxKernelType() const
 {
-    for (int i = 0; m_Qdx_kernel_type_values[i]; ++i)
-        if (m_Qdx_kernel_type.is_set() && m_Qdx_kernel_type.get() == m_Qdx_kernel_type_values[i])
-            return static_cast<e_enum_Qdx_kernel_type>(i + 1);
-    return e_enum_Qdx_kernel_type::e_unlisted;
+    return static_cast<e_enum_QdxKernelType>(enum_number(HIPGSQdxKernelAttributes_m_QdxKernelType_values, m_QdxKernelType.is_set(), m_QdxKernelType.get()));
 }
 
-bool HIPGSQdxKernelAttributes::setEnumQdx_kernel_type(e_enum_Qdx_kernel_type value)
+bool HIPGSQdxKernelAttributes::setEnumQdxKernelType(e_enum_QdxKernelType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setQdx_kernel_type(m_Qdx_kernel_type_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSQdxKernelAttributes_m_QdxKernelType_values, static_cast<int>(value));
+    return text && setQdxKernelType(text) == lmx60::ELMX_OK;
 }
 
-lmx60::elmx_error HIPGSQdxKernelAttributes::setQdx_kernel_sim_inst(const std::string& value)
+lmx60::elmx_error HIPGSQdxKernelAttributes::setQdxKernelSimInst(const std::string& value)
 {
-    m_Qdx_kernel_sim_inst.set(value);
+    m_QdxKernelSimInst.set(value);
     return lmx60::ELMX_OK;
 }
 
-lmx60::elmx_error HIPGSQdxKernelAttributes::setQdx_kernel_synth_inst(const std::string& value)
+lmx60::elmx_error HIPGSQdxKernelAttributes::setQdxKernelSynthInst(const std::string& value)
 {
-    m_Qdx_kernel_synth_inst.set(value);
+    m_QdxKernelSynthInst.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -12,7 +12,7 @@ namespace HIPGSpirit {
 
 class HIPGSQdxKernelAttributes : public HIPGSBase {
 public:
-    enum class e_enum_Qdx_kernel_type {
+    enum class e_enum_QdxKernelType {
         e_unlisted = 0,
         rtl = 1,
         c = 2,
@@ -43,40 +43,40 @@ public:
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
     // vorlix:qdx_kernel, 0..1
-    const bool& getQdx_kernel() const { return m_Qdx_kernel.get(); }
-    lmx60::elmx_error setQdx_kernel(const bool& value);
-    bool isSetQdx_kernel() const { return m_Qdx_kernel.is_set(); }
-    void unsetQdx_kernel() { m_Qdx_kernel.unset(); }
+    const bool& getQdxKernel() const { return m_QdxKernel.get(); }
+    lmx60::elmx_error setQdxKernel(const bool& value);
+    bool isSetQdxKernel() const { return m_QdxKernel.is_set(); }
+    void unsetQdxKernel() { m_QdxKernel.unset(); }
 
     // vorlix:qdx_kernel_type, 0..1
-    const std::string& getQdx_kernel_type() const { return m_Qdx_kernel_type.get(); }
-    lmx60::elmx_error setQdx_kernel_type(const std::string& value);
-    bool isSetQdx_kernel_type() const { return m_Qdx_kernel_type.is_set(); }
-    void unsetQdx_kernel_type() { m_Qdx_kernel_type.unset(); }
-    e_enum_Qdx_kernel_type getEnumQdx_kernel_type() const;
-    bool setEnumQdx_kernel_type(e_enum_Qdx_kernel_type value);
+    const std::string& getQdxKernelType() const { return m_QdxKernelType.get(); }
+    lmx60::elmx_error setQdxKernelType(const std::string& value);
+    bool isSetQdxKernelType() const { return m_QdxKernelType.is_set(); }
+    void unsetQdxKernelType() { m_QdxKernelType.unset(); }
+    e_enum_QdxKernelType getEnumQdxKernelType() const;
+    bool setEnumQdxKernelType(e_enum_QdxKernelType value);
 
     // vorlix:qdx_kernel_sim_inst, 0..1
-    const std::string& getQdx_kernel_sim_inst() const { return m_Qdx_kernel_sim_inst.get(); }
-    lmx60::elmx_error setQdx_kernel_sim_inst(const std::string& value);
-    bool isSetQdx_kernel_sim_inst() const { return m_Qdx_kernel_sim_inst.is_set(); }
-    void unsetQdx_kernel_sim_inst() { m_Qdx_kernel_sim_inst.unset(); }
+    const std::string& getQdxKernelSimInst() const { return m_QdxKernelSimInst.get(); }
+    lmx60::elmx_error setQdxKernelSimInst(const std::string& value);
+    bool isSetQdxKernelSimInst() const { return m_QdxKernelSimInst.is_set(); }
+    void unsetQdxKernelSimInst() { m_QdxKernelSimInst.unset(); }
 
     // vorlix:qdx_kernel_synth_inst, 0..1
-    const std::string& getQdx_kernel_synth_inst() const { return m_Qdx_kernel_synth_inst.get(); }
-    lmx60::elmx_error setQdx_kernel_synth_inst(const std::string& value);
-    bool isSetQdx_kernel_synth_inst() const { return m_Qdx_kernel_synth_inst.is_set(); }
-    void unsetQdx_kernel_synth_inst() { m_Qdx_kernel_synth_inst.unset(); }
+    const std::string& getQdxKernelSynthInst() const { return m_QdxKernelSynthInst.get(); }
+    lmx60::elmx_error setQdxKernelSynthInst(const std::string& value);
+    bool isSetQdxKernelSynthInst() const { return m_QdxKernelSynthInst.is_set(); }
+    void unsetQdxKernelSynthInst() { m_QdxKernelSynthInst.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<bool> m_Qdx_kernel;  // vorlix:qdx_kernel, 0..1
-    lmx60::ct_simple_optional<std::string> m_Qdx_kernel_type;  // vorlix:qdx_kernel_type, 0..1
-    lmx60::ct_simple_optional<std::string> m_Qdx_kernel_sim_inst;  // vorlix:qdx_kernel_sim_inst, 0..1
-    lmx60::ct_simple_optional<std::string> m_Qdx_kernel_synth_inst;  // vorlix:qdx_kernel_synth_inst, 0..1
+    lmx60::ct_simple_optional<bool> m_QdxKernel;  // vorlix:qdx_kernel, 0..1
+    lmx60::ct_simple_optional<std::string> m_QdxKernelType;  // vorlix:qdx_kernel_type, 0..1
+    lmx60::ct_simple_optional<std::string> m_QdxKernelSimInst;  // vorlix:qdx_kernel_sim_inst, 0..1
+    lmx60::ct_simple_optional<std::string> m_QdxKernelSynthInst;  // vorlix:qdx_kernel_synth_inst, 0..1
 
     static const MemberInfo s_members[];
 };

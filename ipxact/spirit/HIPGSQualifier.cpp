@@ -17,10 +17,10 @@ const lmx60::s_event_map HIPGSQualifier::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {430, 443, 0};
+static const int32_t HIPGSQualifier_first_events_0[] = {430, 443, 0};
 
 const MemberInfo HIPGSQualifier::s_members[] = {
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_0, ops<&HIPGSQualifier::m_AnonIsAddress>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSQualifier_first_events_0, ops<&HIPGSQualifier::m_AnonIsAddress>(), nullptr},
     {MemberKind::element, 1001, "isClock", "spirit:isClock", 440, 0, 1, nullptr, ops<&HIPGSQualifier::m_IsClock>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "isReset", "spirit:isReset", 446, 0, 1, nullptr, ops<&HIPGSQualifier::m_IsReset>(), &lmx60::validation_spec_collapse},
 };

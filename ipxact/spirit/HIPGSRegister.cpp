@@ -32,8 +32,8 @@ const lmx60::s_event_map HIPGSRegister::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_12[] = {492, 0};
-static const int32_t first_events_15[] = {537, 563, 0};
+static const int32_t HIPGSRegister_first_events_12[] = {492, 0};
+static const int32_t HIPGSRegister_first_events_15[] = {537, 563, 0};
 
 const MemberInfo HIPGSRegister::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSRegister::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -48,20 +48,21 @@ const MemberInfo HIPGSRegister::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSRegister::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSRegister::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSRegister::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_12, ops<&HIPGSRegister::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRegister_first_events_12, ops<&HIPGSRegister::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegister::m_Dim>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "addressOffset", "spirit:addressOffset", 291, 1, 1, nullptr, ops<&HIPGSRegister::m_AddressOffset>(), &validation_spec_preserve_Lexical2},
-    {MemberKind::group, 1001, nullptr, "spirit:registerDefinitionGroup", 0, 1, 1, first_events_15, ops<&HIPGSRegister::m_RegisterDefinitionGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerDefinitionGroup", 0, 1, 1, HIPGSRegister_first_events_15, ops<&HIPGSRegister::m_RegisterDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "alternateRegisters", "spirit:alternateRegisters", 301, 0, 1, nullptr, ops<&HIPGSRegister::m_AlternateRegisters>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSRegister::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSRegister::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "registerInfo", "vorlix:registerInfo", 0, 0, 1, nullptr, ops<&HIPGSRegister::m_RegisterInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSRegister::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSRegister::s_class_info = {
     "spirit:register", 0, "register", ContentKind::sequence,
-    s_members, 20, ns_map_writer_1,
+    s_members, 21, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -110,6 +111,7 @@ void HIPGSRegister::swap(HIPGSRegister& other) noexcept
     m_AlternateRegisters.swap(other.m_AlternateRegisters);
     m_Parameters.swap(other.m_Parameters);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_RegisterInfo.swap(other.m_RegisterInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -134,6 +136,7 @@ bool HIPGSRegister::operator==(const HIPGSRegister& other) const
         && m_AlternateRegisters == other.m_AlternateRegisters
         && m_Parameters == other.m_Parameters
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_RegisterInfo == other.m_RegisterInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -190,22 +193,17 @@ lmx60::elmx_error HIPGSRegister::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
+static const char* const HIPGSRegister_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
 
 HIPGSRegister::e_enum_FormatAttr HIPGSRegister::getEnumFormatAttr() const
 {
-    for (int i = 0; m_FormatAttr_values[i]; ++i)
-        if (m_FormatAttr.is_set() && m_FormatAttr.get() == m_FormatAttr_values[i])
-            return static_cast<e_enum_FormatAttr>(i + 1);
-    return e_enum_FormatAttr::e_unlisted;
+    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSRegister_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSRegister::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setFormatAttr(m_FormatAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSRegister_m_FormatAttr_values, static_cast<int>(value));
+    return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegister::setResolveAttr(const std::string& value)
@@ -216,22 +214,17 @@ lmx60::elmx_error HIPGSRegister::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSRegister_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
 
 HIPGSRegister::e_enum_ResolveAttr HIPGSRegister::getEnumResolveAttr() const
 {
-    for (int i = 0; m_ResolveAttr_values[i]; ++i)
-        if (m_ResolveAttr.is_set() && m_ResolveAttr.get() == m_ResolveAttr_values[i])
-            return static_cast<e_enum_ResolveAttr>(i + 1);
-    return e_enum_ResolveAttr::e_unlisted;
+    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSRegister_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSRegister::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setResolveAttr(m_ResolveAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSRegister_m_ResolveAttr_values, static_cast<int>(value));
+    return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegister::setIdAttr(const std::string& value)
@@ -284,22 +277,17 @@ lmx60::elmx_error HIPGSRegister::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
+static const char* const HIPGSRegister_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
 
 HIPGSRegister::e_enum_RangeTypeAttr HIPGSRegister::getEnumRangeTypeAttr() const
 {
-    for (int i = 0; m_RangeTypeAttr_values[i]; ++i)
-        if (m_RangeTypeAttr.is_set() && m_RangeTypeAttr.get() == m_RangeTypeAttr_values[i])
-            return static_cast<e_enum_RangeTypeAttr>(i + 1);
-    return e_enum_RangeTypeAttr::e_unlisted;
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSRegister_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSRegister::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setRangeTypeAttr(m_RangeTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSRegister_m_RangeTypeAttr_values, static_cast<int>(value));
+    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegister::setPromptAttr(const std::string& value)
@@ -457,6 +445,31 @@ HIPGSVendorExtensions* HIPGSRegister::assignVendorExtensions(HIPGSVendorExtensio
 void HIPGSRegister::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSRegisterInfo& HIPGSRegister::getRegisterInfo() const
+{
+    return m_RegisterInfo.get();
+}
+
+HIPGSRegisterInfo& HIPGSRegister::getRegisterInfo()
+{
+    return m_RegisterInfo.get();
+}
+
+void HIPGSRegister::assignRegisterInfo(const HIPGSRegisterInfo& value)
+{
+    m_RegisterInfo.assign(value);
+}
+
+HIPGSRegisterInfo* HIPGSRegister::assignRegisterInfo(HIPGSRegisterInfo* child)
+{
+    return m_RegisterInfo.assign(child);
+}
+
+void HIPGSRegister::unsetRegisterInfo()
+{
+    m_RegisterInfo.unset();
 }
 
 }  // namespace HIPGSpirit

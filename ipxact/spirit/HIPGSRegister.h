@@ -13,6 +13,7 @@ class HIPGSAlternateRegisters;
 class HIPGSNameGroup;
 class HIPGSParameters;
 class HIPGSRegisterDefinitionGroup;
+class HIPGSRegisterInfo;
 class HIPGSVendorExtensions;
 
 class HIPGSRegister : public HIPGSBase {
@@ -205,6 +206,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:registerInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSRegisterInfo& getRegisterInfo() const;
+    HIPGSRegisterInfo& getRegisterInfo();
+    void assignRegisterInfo(const HIPGSRegisterInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSRegisterInfo* assignRegisterInfo(HIPGSRegisterInfo* child);
+    bool isSetRegisterInfo() const { return m_RegisterInfo.is_set(); }
+    void unsetRegisterInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -238,6 +248,7 @@ protected:
     lmx60::ct_complex_single<HIPGSAlternateRegisters> m_AlternateRegisters;  // spirit:alternateRegisters, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSRegisterInfo> m_RegisterInfo;  // vorlix:registerInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -249,6 +260,7 @@ protected:
 #include <ipxact/spirit/HIPGSNameGroup.h>
 #include <ipxact/spirit/HIPGSParameters.h>
 #include <ipxact/spirit/HIPGSRegisterDefinitionGroup.h>
+#include <ipxact/spirit/HIPGSRegisterInfo.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -26,7 +26,7 @@ const MemberInfo HIPGSRegisterDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "size", "spirit:size", 537, 1, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Size>(), nullptr},
     {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Access>(), &validation_spec_collapse_Value62},
+    {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "reset", "spirit:reset", 524, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Reset>(), nullptr},
     {MemberKind::element, 1001, "field", "spirit:field", 395, 0, kUnbounded, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Field>(), nullptr},
 };
@@ -184,22 +184,17 @@ lmx60::elmx_error HIPGSRegisterDefinitionGroup::setAccess(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
+static const char* const HIPGSRegisterDefinitionGroup_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
 
 HIPGSRegisterDefinitionGroup::e_enum_Access HIPGSRegisterDefinitionGroup::getEnumAccess() const
 {
-    for (int i = 0; m_Access_values[i]; ++i)
-        if (m_Access.is_set() && m_Access.get() == m_Access_values[i])
-            return static_cast<e_enum_Access>(i + 1);
-    return e_enum_Access::e_unlisted;
+    return static_cast<e_enum_Access>(enum_number(HIPGSRegisterDefinitionGroup_m_Access_values, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSRegisterDefinitionGroup::setEnumAccess(e_enum_Access value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 5)
-        return false;
-    return setAccess(m_Access_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSRegisterDefinitionGroup_m_Access_values, static_cast<int>(value));
+    return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSReset& HIPGSRegisterDefinitionGroup::getReset() const

@@ -17,12 +17,12 @@ const lmx60::s_event_map HIPGSRegisterFileDefinitionGroup::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {512, 513, 0};
+static const int32_t HIPGSRegisterFileDefinitionGroup_first_events_2[] = {512, 513, 0};
 
 const MemberInfo HIPGSRegisterFileDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSRegisterFileDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "range", "spirit:range", 509, 1, 1, nullptr, ops<&HIPGSRegisterFileDefinitionGroup::m_Range>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, first_events_2, ops<&HIPGSRegisterFileDefinitionGroup::m_RegisterData>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerData", 0, 0, 1, HIPGSRegisterFileDefinitionGroup_first_events_2, ops<&HIPGSRegisterFileDefinitionGroup::m_RegisterData>(), nullptr},
 };
 
 

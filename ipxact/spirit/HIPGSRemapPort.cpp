@@ -130,7 +130,7 @@ lmx60::elmx_error HIPGSRemapPort::setPortIndexAttr(const lmx60::c_big_int& value
 
 lmx60::elmx_error HIPGSRemapPort::setRemapPort(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator2(value, "RemapPort"))
+    if (lmx60::elmx_error error = UserValidator2(value, "remapPort"))
         return error;
     m_RemapPort.set(value);
     return lmx60::ELMX_OK;

@@ -16,10 +16,10 @@ const lmx60::s_event_map HIPGSRemapState::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSRemapState_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSRemapState::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSRemapState::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRemapState_first_events_0, ops<&HIPGSRemapState::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "remapPorts", "spirit:remapPorts", 519, 0, 1, nullptr, ops<&HIPGSRemapState::m_RemapPorts>(), nullptr},
 };
 

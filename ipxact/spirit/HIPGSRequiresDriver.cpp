@@ -182,22 +182,17 @@ lmx60::elmx_error HIPGSRequiresDriver::setDriverTypeAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DriverTypeAttr_values[] = {"clock", "singleShot", "any", nullptr};
+static const char* const HIPGSRequiresDriver_m_DriverTypeAttr_values[] = {"clock", "singleShot", "any", nullptr};
 
 HIPGSRequiresDriver::e_enum_DriverTypeAttr HIPGSRequiresDriver::getEnumDriverTypeAttr() const
 {
-    for (int i = 0; m_DriverTypeAttr_values[i]; ++i)
-        if (m_DriverTypeAttr.is_set() && m_DriverTypeAttr.get() == m_DriverTypeAttr_values[i])
-            return static_cast<e_enum_DriverTypeAttr>(i + 1);
-    return e_enum_DriverTypeAttr::e_unlisted;
+    return static_cast<e_enum_DriverTypeAttr>(enum_number(HIPGSRequiresDriver_m_DriverTypeAttr_values, m_DriverTypeAttr.is_set(), m_DriverTypeAttr.get()));
 }
 
 bool HIPGSRequiresDriver::setEnumDriverTypeAttr(e_enum_DriverTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setDriverTypeAttr(m_DriverTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSRequiresDriver_m_DriverTypeAttr_values, static_cast<int>(value));
+    return text && setDriverTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRequiresDriver::setRequiresDriver(const bool& value)

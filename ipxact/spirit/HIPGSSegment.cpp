@@ -18,10 +18,10 @@ const lmx60::s_event_map HIPGSSegment::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSSegment_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSSegment::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSSegment::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSSegment_first_events_0, ops<&HIPGSSegment::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "addressOffset", "spirit:addressOffset", 291, 1, 1, nullptr, ops<&HIPGSSegment::m_AddressOffset>(), nullptr},
     {MemberKind::element, 1001, "range", "spirit:range", 509, 1, 1, nullptr, ops<&HIPGSSegment::m_Range>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSSegment::m_VendorExtensions>(), nullptr},

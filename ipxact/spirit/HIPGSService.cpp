@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSService::attr_event_map[] = {
 
 
 const MemberInfo HIPGSService::s_members[] = {
-    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSService::m_Initiative>(), &validation_spec_preserve_Value67},
+    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSService::m_Initiative>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "serviceTypeDefs", "spirit:serviceTypeDefs", 326, 0, 1, nullptr, ops<&HIPGSService::m_ServiceTypeDefs>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSService::m_VendorExtensions>(), nullptr},
 };
@@ -123,22 +123,17 @@ lmx60::elmx_error HIPGSService::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
+static const char* const HIPGSService_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
 
 HIPGSService::e_enum_Initiative HIPGSService::getEnumInitiative() const
 {
-    for (int i = 0; m_Initiative_values[i]; ++i)
-        if (m_Initiative.is_set() && m_Initiative.get() == m_Initiative_values[i])
-            return static_cast<e_enum_Initiative>(i + 1);
-    return e_enum_Initiative::e_unlisted;
+    return static_cast<e_enum_Initiative>(enum_number(HIPGSService_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSService::setEnumInitiative(e_enum_Initiative value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setInitiative(m_Initiative_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSService_m_Initiative_values, static_cast<int>(value));
+    return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSServiceTypeDefs& HIPGSService::getServiceTypeDefs() const

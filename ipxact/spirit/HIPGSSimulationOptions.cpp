@@ -124,22 +124,17 @@ lmx60::elmx_error HIPGSSimulationOptions::setSimulationLanguage(const std::strin
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_SimulationLanguage_values[] = {"VHDL", "None", "VHDL_and_Verilog", "Verilog", nullptr};
+static const char* const HIPGSSimulationOptions_m_SimulationLanguage_values[] = {"VHDL", "None", "VHDL_and_Verilog", "Verilog", nullptr};
 
 HIPGSSimulationOptions::e_enum_SimulationLanguage HIPGSSimulationOptions::getEnumSimulationLanguage() const
 {
-    for (int i = 0; m_SimulationLanguage_values[i]; ++i)
-        if (m_SimulationLanguage.is_set() && m_SimulationLanguage.get() == m_SimulationLanguage_values[i])
-            return static_cast<e_enum_SimulationLanguage>(i + 1);
-    return e_enum_SimulationLanguage::e_unlisted;
+    return static_cast<e_enum_SimulationLanguage>(enum_number(HIPGSSimulationOptions_m_SimulationLanguage_values, m_SimulationLanguage.is_set(), m_SimulationLanguage.get()));
 }
 
 bool HIPGSSimulationOptions::setEnumSimulationLanguage(e_enum_SimulationLanguage value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setSimulationLanguage(m_SimulationLanguage_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSSimulationOptions_m_SimulationLanguage_values, static_cast<int>(value));
+    return text && setSimulationLanguage(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSSimulationOptions::setFoundationSym(const bool& value)
@@ -156,22 +151,17 @@ lmx60::elmx_error HIPGSSimulationOptions::setSimulationModel(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_SimulationModel_values[] = {"Structural", "None", "ASYSymbol", "VerilogSim", "FoundationSym", "Behavioral", "VHDLSim", nullptr};
+static const char* const HIPGSSimulationOptions_m_SimulationModel_values[] = {"Structural", "None", "ASYSymbol", "VerilogSim", "FoundationSym", "Behavioral", "VHDLSim", nullptr};
 
 HIPGSSimulationOptions::e_enum_SimulationModel HIPGSSimulationOptions::getEnumSimulationModel() const
 {
-    for (int i = 0; m_SimulationModel_values[i]; ++i)
-        if (m_SimulationModel.is_set() && m_SimulationModel.get() == m_SimulationModel_values[i])
-            return static_cast<e_enum_SimulationModel>(i + 1);
-    return e_enum_SimulationModel::e_unlisted;
+    return static_cast<e_enum_SimulationModel>(enum_number(HIPGSSimulationOptions_m_SimulationModel_values, m_SimulationModel.is_set(), m_SimulationModel.get()));
 }
 
 bool HIPGSSimulationOptions::setEnumSimulationModel(e_enum_SimulationModel value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 7)
-        return false;
-    return setSimulationModel(m_SimulationModel_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSSimulationOptions_m_SimulationModel_values, static_cast<int>(value));
+    return text && setSimulationModel(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

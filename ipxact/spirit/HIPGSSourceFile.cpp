@@ -16,11 +16,11 @@ const lmx60::s_event_map HIPGSSourceFile::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {400, 575, 0};
+static const int32_t HIPGSSourceFile_first_events_1[] = {400, 575, 0};
 
 const MemberInfo HIPGSSourceFile::s_members[] = {
     {MemberKind::element, 1001, "sourceName", "spirit:sourceName", 540, 1, 1, nullptr, ops<&HIPGSSourceFile::m_SourceName>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, first_events_1, ops<&HIPGSSourceFile::m_FileType>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:fileType", 0, 1, 1, HIPGSSourceFile_first_events_1, ops<&HIPGSSourceFile::m_FileType>(), nullptr},
 };
 
 

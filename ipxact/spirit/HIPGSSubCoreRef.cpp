@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSSubCoreRef::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {59, 144, 0};
+static const int32_t HIPGSSubCoreRef_first_events_0[] = {59, 144, 0};
 
 const MemberInfo HIPGSSubCoreRef::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, first_events_0, ops<&HIPGSSubCoreRef::m_AnonComponentRef>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRef_first_events_0, ops<&HIPGSSubCoreRef::m_AnonComponentRef>(), nullptr},
 };
 
 

@@ -19,14 +19,14 @@ const lmx60::s_event_map HIPGSSubspaceRefType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {492, 0};
-static const int32_t first_events_3[] = {442, 0};
+static const int32_t HIPGSSubspaceRefType_first_events_2[] = {492, 0};
+static const int32_t HIPGSSubspaceRefType_first_events_3[] = {442, 0};
 
 const MemberInfo HIPGSSubspaceRefType::s_members[] = {
     {MemberKind::attribute, 1001, "masterRef", "spirit:masterRef", 462, 1, 1, nullptr, ops<&HIPGSSubspaceRefType::m_MasterRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "segmentRef", "spirit:segmentRef", 530, 0, 1, nullptr, ops<&HIPGSSubspaceRefType::m_SegmentRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_2, ops<&HIPGSSubspaceRefType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, first_events_3, ops<&HIPGSSubspaceRefType::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSSubspaceRefType_first_events_2, ops<&HIPGSSubspaceRefType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSSubspaceRefType_first_events_3, ops<&HIPGSSubspaceRefType::m_AddressSpecifier>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSSubspaceRefType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSSubspaceRefType::m_VendorExtensions>(), nullptr},
 };

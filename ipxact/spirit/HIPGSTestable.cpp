@@ -119,22 +119,17 @@ lmx60::elmx_error HIPGSTestable::setTestConstraintAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_TestConstraintAttr_values[] = {"unconstrained", "restore", "writeAsRead", "readOnly", nullptr};
+static const char* const HIPGSTestable_m_TestConstraintAttr_values[] = {"unconstrained", "restore", "writeAsRead", "readOnly", nullptr};
 
 HIPGSTestable::e_enum_TestConstraintAttr HIPGSTestable::getEnumTestConstraintAttr() const
 {
-    for (int i = 0; m_TestConstraintAttr_values[i]; ++i)
-        if (m_TestConstraintAttr.is_set() && m_TestConstraintAttr.get() == m_TestConstraintAttr_values[i])
-            return static_cast<e_enum_TestConstraintAttr>(i + 1);
-    return e_enum_TestConstraintAttr::e_unlisted;
+    return static_cast<e_enum_TestConstraintAttr>(enum_number(HIPGSTestable_m_TestConstraintAttr_values, m_TestConstraintAttr.is_set(), m_TestConstraintAttr.get()));
 }
 
 bool HIPGSTestable::setEnumTestConstraintAttr(e_enum_TestConstraintAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setTestConstraintAttr(m_TestConstraintAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSTestable_m_TestConstraintAttr_values, static_cast<int>(value));
+    return text && setTestConstraintAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSTestable::setTestable(const bool& value)

@@ -189,22 +189,17 @@ lmx60::elmx_error HIPGSTimingConstraint::setClockEdgeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_ClockEdgeAttr_values[] = {"rise", "fall", nullptr};
+static const char* const HIPGSTimingConstraint_m_ClockEdgeAttr_values[] = {"rise", "fall", nullptr};
 
 HIPGSTimingConstraint::e_enum_ClockEdgeAttr HIPGSTimingConstraint::getEnumClockEdgeAttr() const
 {
-    for (int i = 0; m_ClockEdgeAttr_values[i]; ++i)
-        if (m_ClockEdgeAttr.is_set() && m_ClockEdgeAttr.get() == m_ClockEdgeAttr_values[i])
-            return static_cast<e_enum_ClockEdgeAttr>(i + 1);
-    return e_enum_ClockEdgeAttr::e_unlisted;
+    return static_cast<e_enum_ClockEdgeAttr>(enum_number(HIPGSTimingConstraint_m_ClockEdgeAttr_values, m_ClockEdgeAttr.is_set(), m_ClockEdgeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumClockEdgeAttr(e_enum_ClockEdgeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setClockEdgeAttr(m_ClockEdgeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSTimingConstraint_m_ClockEdgeAttr_values, static_cast<int>(value));
+    return text && setClockEdgeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSTimingConstraint::setDelayTypeAttr(const std::string& value)
@@ -215,22 +210,17 @@ lmx60::elmx_error HIPGSTimingConstraint::setDelayTypeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_DelayTypeAttr_values[] = {"min", "max", nullptr};
+static const char* const HIPGSTimingConstraint_m_DelayTypeAttr_values[] = {"min", "max", nullptr};
 
 HIPGSTimingConstraint::e_enum_DelayTypeAttr HIPGSTimingConstraint::getEnumDelayTypeAttr() const
 {
-    for (int i = 0; m_DelayTypeAttr_values[i]; ++i)
-        if (m_DelayTypeAttr.is_set() && m_DelayTypeAttr.get() == m_DelayTypeAttr_values[i])
-            return static_cast<e_enum_DelayTypeAttr>(i + 1);
-    return e_enum_DelayTypeAttr::e_unlisted;
+    return static_cast<e_enum_DelayTypeAttr>(enum_number(HIPGSTimingConstraint_m_DelayTypeAttr_values, m_DelayTypeAttr.is_set(), m_DelayTypeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumDelayTypeAttr(e_enum_DelayTypeAttr value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 2)
-        return false;
-    return setDelayTypeAttr(m_DelayTypeAttr_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSTimingConstraint_m_DelayTypeAttr_values, static_cast<int>(value));
+    return text && setDelayTypeAttr(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSTimingConstraint::setClockNameAttr(const std::string& value)
@@ -245,7 +235,7 @@ lmx60::elmx_error HIPGSTimingConstraint::setTimingConstraint(const float& value)
 {
     std::string text;
     detail::format_value(value, text);
-    if (lmx60::elmx_error error = UserValidator81(text, "TimingConstraint"))
+    if (lmx60::elmx_error error = UserValidator81(text, "timingConstraint"))
         return error;
     m_TimingConstraint.set(value);
     return lmx60::ELMX_OK;

@@ -15,10 +15,10 @@ const lmx60::s_event_map HIPGSTransactionalOnMaster::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {532, 583, 0};
+static const int32_t HIPGSTransactionalOnMaster_first_events_0[] = {532, 583, 0};
 
 const MemberInfo HIPGSTransactionalOnMaster::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:transactionalPort", 0, 1, 1, first_events_0, ops<&HIPGSTransactionalOnMaster::m_TransactionalPort>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:transactionalPort", 0, 1, 1, HIPGSTransactionalOnMaster_first_events_0, ops<&HIPGSTransactionalOnMaster::m_TransactionalPort>(), nullptr},
 };
 
 

@@ -16,11 +16,11 @@ const lmx60::s_event_map HIPGSTransactionalOnSystem::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {532, 583, 0};
+static const int32_t HIPGSTransactionalOnSystem_first_events_1[] = {532, 583, 0};
 
 const MemberInfo HIPGSTransactionalOnSystem::s_members[] = {
     {MemberKind::element, 1001, "group", "spirit:group", 390, 1, 1, nullptr, ops<&HIPGSTransactionalOnSystem::m_Group>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:transactionalPort", 0, 1, 1, first_events_1, ops<&HIPGSTransactionalOnSystem::m_TransactionalPort>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:transactionalPort", 0, 1, 1, HIPGSTransactionalOnSystem_first_events_1, ops<&HIPGSTransactionalOnSystem::m_TransactionalPort>(), nullptr},
 };
 
 

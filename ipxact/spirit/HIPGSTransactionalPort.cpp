@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSTransactionalPort::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTransactionalPort::s_members[] = {
-    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSTransactionalPort::m_Presence>(), &validation_spec_preserve_Value65},
+    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSTransactionalPort::m_Presence>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "service", "spirit:service", 532, 1, 1, nullptr, ops<&HIPGSTransactionalPort::m_Service>(), nullptr},
 };
 
@@ -131,22 +131,17 @@ lmx60::elmx_error HIPGSTransactionalPort::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Presence_values[] = {"required", "illegal", "optional", nullptr};
+static const char* const HIPGSTransactionalPort_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
 
 HIPGSTransactionalPort::e_enum_Presence HIPGSTransactionalPort::getEnumPresence() const
 {
-    for (int i = 0; m_Presence_values[i]; ++i)
-        if (m_Presence.is_set() && m_Presence.get() == m_Presence_values[i])
-            return static_cast<e_enum_Presence>(i + 1);
-    return e_enum_Presence::e_unlisted;
+    return static_cast<e_enum_Presence>(enum_number(HIPGSTransactionalPort_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSTransactionalPort::setEnumPresence(e_enum_Presence value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setPresence(m_Presence_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSTransactionalPort_m_Presence_values, static_cast<int>(value));
+    return text && setPresence(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSServiceType& HIPGSTransactionalPort::getService() const

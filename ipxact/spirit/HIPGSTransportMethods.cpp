@@ -18,7 +18,7 @@ const lmx60::s_event_map HIPGSTransportMethods::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTransportMethods::s_members[] = {
-    {MemberKind::element, 1001, "transportMethod", "spirit:transportMethod", 558, 1, 1, nullptr, ops<&HIPGSTransportMethods::m_TransportMethod>(), &validation_spec_collapse_Value36},
+    {MemberKind::element, 1001, "transportMethod", "spirit:transportMethod", 558, 1, 1, nullptr, ops<&HIPGSTransportMethods::m_TransportMethod>(), &lmx60::validation_spec_collapse},
 };
 
 
@@ -115,22 +115,17 @@ lmx60::elmx_error HIPGSTransportMethods::setTransportMethod(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_TransportMethod_values[] = {"file", nullptr};
+static const char* const HIPGSTransportMethods_m_TransportMethod_values[] = {"file", nullptr};
 
 HIPGSTransportMethods::e_enum_TransportMethod HIPGSTransportMethods::getEnumTransportMethod() const
 {
-    for (int i = 0; m_TransportMethod_values[i]; ++i)
-        if (m_TransportMethod.is_set() && m_TransportMethod.get() == m_TransportMethod_values[i])
-            return static_cast<e_enum_TransportMethod>(i + 1);
-    return e_enum_TransportMethod::e_unlisted;
+    return static_cast<e_enum_TransportMethod>(enum_number(HIPGSTransportMethods_m_TransportMethod_values, m_TransportMethod.is_set(), m_TransportMethod.get()));
 }
 
 bool HIPGSTransportMethods::setEnumTransportMethod(e_enum_TransportMethod value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 1)
-        return false;
-    return setTransportMethod(m_TransportMethod_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSTransportMethods_m_TransportMethod_values, static_cast<int>(value));
+    return text && setTransportMethod(text) == lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

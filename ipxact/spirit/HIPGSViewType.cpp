@@ -17,13 +17,13 @@ const lmx60::s_event_map HIPGSViewType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
-static const int32_t first_events_2[] = {312, 366, 373, 412, 417, 447, 481, 591, 0};
+static const int32_t HIPGSViewType_first_events_0[] = {492, 0};
+static const int32_t HIPGSViewType_first_events_2[] = {312, 366, 373, 412, 417, 447, 481, 591, 0};
 
 const MemberInfo HIPGSViewType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupNMTOKEN", 0, 1, 1, first_events_0, ops<&HIPGSViewType::m_NameGroupNMTOKEN>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupNMTOKEN", 0, 1, 1, HIPGSViewType_first_events_0, ops<&HIPGSViewType::m_NameGroupNMTOKEN>(), nullptr},
     {MemberKind::element, 1001, "envIdentifier", "spirit:envIdentifier", 391, 1, kUnbounded, nullptr, ops<&HIPGSViewType::m_EnvIdentifier>(), &validation_spec_preserve_Lexical4},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, first_events_2, ops<&HIPGSViewType::m_AnonHierarchyRef>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSViewType_first_events_2, ops<&HIPGSViewType::m_AnonHierarchyRef>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSViewType::m_VendorExtensions>(), nullptr},
 };
 

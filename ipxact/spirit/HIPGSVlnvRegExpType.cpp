@@ -28,7 +28,7 @@ const MemberInfo HIPGSVlnvRegExpType::s_members[] = {
     {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_VersionAttr>(), &lmx60::validation_spec_empty},
 };
 
-static const DerivedType s_derived_types[] = {
+static const DerivedType HIPGSVlnvRegExpType_derived_types[] = {
     {1000, "interfaceRefType", [] () -> HIPGSBase* { return new HIPGSInterfaceRefType(); }},
     {0, nullptr, nullptr},
 };
@@ -36,7 +36,7 @@ static const DerivedType s_derived_types[] = {
 const ClassInfo HIPGSVlnvRegExpType::s_class_info = {
     "vorlix:vlnvRegExpType", 0, "vlnvRegExpType", ContentKind::empty,
     s_members, 4, ns_map_writer_1,
-    15, "vorlix:vlnvRegExpType", s_derived_types,
+    15, "vorlix:vlnvRegExpType", HIPGSVlnvRegExpType_derived_types,
 };
 
 HIPGSVlnvRegExpType::HIPGSVlnvRegExpType()

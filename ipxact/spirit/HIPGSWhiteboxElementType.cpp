@@ -20,11 +20,11 @@ const lmx60::s_event_map HIPGSWhiteboxElementType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_0[] = {492, 0};
+static const int32_t HIPGSWhiteboxElementType_first_events_0[] = {492, 0};
 
 const MemberInfo HIPGSWhiteboxElementType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, first_events_0, ops<&HIPGSWhiteboxElementType::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "whiteboxType", "spirit:whiteboxType", 594, 1, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_WhiteboxType>(), &validation_spec_collapse_Value64},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSWhiteboxElementType_first_events_0, ops<&HIPGSWhiteboxElementType::m_NameGroup>(), nullptr},
+    {MemberKind::element, 1001, "whiteboxType", "spirit:whiteboxType", 594, 1, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_WhiteboxType>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "driveable", "spirit:driveable", 381, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_Driveable>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "registerRef", "spirit:registerRef", 515, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_RegisterRef>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_Parameters>(), nullptr},
@@ -161,22 +161,17 @@ lmx60::elmx_error HIPGSWhiteboxElementType::setWhiteboxType(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_WhiteboxType_values[] = {"register", "signal", "pin", "interface", nullptr};
+static const char* const HIPGSWhiteboxElementType_m_WhiteboxType_values[] = {"register", "signal", "pin", "interface", nullptr};
 
 HIPGSWhiteboxElementType::e_enum_WhiteboxType HIPGSWhiteboxElementType::getEnumWhiteboxType() const
 {
-    for (int i = 0; m_WhiteboxType_values[i]; ++i)
-        if (m_WhiteboxType.is_set() && m_WhiteboxType.get() == m_WhiteboxType_values[i])
-            return static_cast<e_enum_WhiteboxType>(i + 1);
-    return e_enum_WhiteboxType::e_unlisted;
+    return static_cast<e_enum_WhiteboxType>(enum_number(HIPGSWhiteboxElementType_m_WhiteboxType_values, m_WhiteboxType.is_set(), m_WhiteboxType.get()));
 }
 
 bool HIPGSWhiteboxElementType::setEnumWhiteboxType(e_enum_WhiteboxType value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 4)
-        return false;
-    return setWhiteboxType(m_WhiteboxType_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSWhiteboxElementType_m_WhiteboxType_values, static_cast<int>(value));
+    return text && setWhiteboxType(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSWhiteboxElementType::setDriveable(const bool& value)

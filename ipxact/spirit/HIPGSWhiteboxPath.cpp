@@ -16,11 +16,11 @@ const lmx60::s_event_map HIPGSWhiteboxPath::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_1[] = {449, 0};
+static const int32_t HIPGSWhiteboxPath_first_events_1[] = {449, 0};
 
 const MemberInfo HIPGSWhiteboxPath::s_members[] = {
     {MemberKind::element, 1001, "pathName", "spirit:pathName", 501, 1, 1, nullptr, ops<&HIPGSWhiteboxPath::m_PathName>(), &lmx60::validation_spec_empty},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_1, ops<&HIPGSWhiteboxPath::m_AnonLeft>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSWhiteboxPath_first_events_1, ops<&HIPGSWhiteboxPath::m_AnonLeft>(), nullptr},
 };
 
 

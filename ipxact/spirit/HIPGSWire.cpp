@@ -19,14 +19,14 @@ const lmx60::s_event_map HIPGSWire::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_4[] = {334, 367, 0};
+static const int32_t HIPGSWire_first_events_4[] = {334, 367, 0};
 
 const MemberInfo HIPGSWire::s_members[] = {
     {MemberKind::element, 1001, "qualifier", "spirit:qualifier", 508, 0, 1, nullptr, ops<&HIPGSWire::m_Qualifier>(), nullptr},
     {MemberKind::element, 1001, "onSystem", "spirit:onSystem", 496, 0, kUnbounded, nullptr, ops<&HIPGSWire::m_OnSystem>(), nullptr},
     {MemberKind::element, 1001, "onMaster", "spirit:onMaster", 494, 0, 1, nullptr, ops<&HIPGSWire::m_OnMaster>(), nullptr},
     {MemberKind::element, 1001, "onSlave", "spirit:onSlave", 495, 0, 1, nullptr, ops<&HIPGSWire::m_OnSlave>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, first_events_4, ops<&HIPGSWire::m_AnonDefaultValue>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSWire_first_events_4, ops<&HIPGSWire::m_AnonDefaultValue>(), nullptr},
 };
 
 

@@ -18,13 +18,13 @@ const lmx60::s_event_map HIPGSWirePort::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_3[] = {480, 0};
+static const int32_t HIPGSWirePort_first_events_3[] = {480, 0};
 
 const MemberInfo HIPGSWirePort::s_members[] = {
-    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSWirePort::m_Presence>(), &validation_spec_preserve_Value65},
+    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSWirePort::m_Presence>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "width", "spirit:width", 595, 0, 1, nullptr, ops<&HIPGSWirePort::m_Width>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 0, 1, nullptr, ops<&HIPGSWirePort::m_Direction>(), &validation_spec_collapse_Value40},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, first_events_3, ops<&HIPGSWirePort::m_AnonModeConstraints>(), nullptr},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 0, 1, nullptr, ops<&HIPGSWirePort::m_Direction>(), &lmx60::validation_spec_collapse},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSWirePort_first_events_3, ops<&HIPGSWirePort::m_AnonModeConstraints>(), nullptr},
 };
 
 
@@ -140,22 +140,17 @@ lmx60::elmx_error HIPGSWirePort::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Presence_values[] = {"required", "illegal", "optional", nullptr};
+static const char* const HIPGSWirePort_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
 
 HIPGSWirePort::e_enum_Presence HIPGSWirePort::getEnumPresence() const
 {
-    for (int i = 0; m_Presence_values[i]; ++i)
-        if (m_Presence.is_set() && m_Presence.get() == m_Presence_values[i])
-            return static_cast<e_enum_Presence>(i + 1);
-    return e_enum_Presence::e_unlisted;
+    return static_cast<e_enum_Presence>(enum_number(HIPGSWirePort_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSWirePort::setEnumPresence(e_enum_Presence value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setPresence(m_Presence_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSWirePort_m_Presence_values, static_cast<int>(value));
+    return text && setPresence(text) == lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSWirePort::setWidth(const lmx60::c_big_int& value)
@@ -172,22 +167,17 @@ lmx60::elmx_error HIPGSWirePort::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const m_Direction_values[] = {"in", "out", "inout", nullptr};
+static const char* const HIPGSWirePort_m_Direction_values[] = {"in", "out", "inout", nullptr};
 
 HIPGSWirePort::e_enum_Direction HIPGSWirePort::getEnumDirection() const
 {
-    for (int i = 0; m_Direction_values[i]; ++i)
-        if (m_Direction.is_set() && m_Direction.get() == m_Direction_values[i])
-            return static_cast<e_enum_Direction>(i + 1);
-    return e_enum_Direction::e_unlisted;
+    return static_cast<e_enum_Direction>(enum_number(HIPGSWirePort_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSWirePort::setEnumDirection(e_enum_Direction value)
 {
-    int index = static_cast<int>(value);
-    if (index < 1 || index > 3)
-        return false;
-    return setDirection(m_Direction_values[index - 1]) == lmx60::ELMX_OK;
+    const char* text = enum_text(HIPGSWirePort_m_Direction_values, static_cast<int>(value));
+    return text && setDirection(text) == lmx60::ELMX_OK;
 }
 
 const HIPGSAnonModeConstraints& HIPGSWirePort::getAnonModeConstraints() const

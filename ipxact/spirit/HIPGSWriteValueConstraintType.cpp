@@ -17,12 +17,12 @@ const lmx60::s_event_map HIPGSWriteValueConstraintType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t first_events_2[] = {474, 0};
+static const int32_t HIPGSWriteValueConstraintType_first_events_2[] = {474, 0};
 
 const MemberInfo HIPGSWriteValueConstraintType::s_members[] = {
     {MemberKind::element, 1001, "writeAsRead", "spirit:writeAsRead", 596, 1, 1, nullptr, ops<&HIPGSWriteValueConstraintType::m_WriteAsRead>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "useEnumeratedValues", "spirit:useEnumeratedValues", 574, 1, 1, nullptr, ops<&HIPGSWriteValueConstraintType::m_UseEnumeratedValues>(), &lmx60::validation_spec_collapse},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, first_events_2, ops<&HIPGSWriteValueConstraintType::m_AnonMinimum>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSWriteValueConstraintType_first_events_2, ops<&HIPGSWriteValueConstraintType::m_AnonMinimum>(), nullptr},
 };
 
 

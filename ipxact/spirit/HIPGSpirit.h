@@ -415,5 +415,6 @@
 #include <ipxact/spirit/HIPGSWireTypeDefTypeName.h>
 #include <ipxact/spirit/HIPGSWireTypeDefs.h>
 #include <ipxact/spirit/HIPGSWriteValueConstraintType.h>
+#include <ipxact/spirit/HIPGSTop.h>
 
 #endif

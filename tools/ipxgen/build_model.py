@@ -13,6 +13,7 @@ from typing import Optional
 
 import numbering
 import overrides
+import vendor_slots
 import pinned_events
 from class_members import ClassMembers
 from class_places import ClassPlaces
@@ -142,6 +143,8 @@ class ModelBuilder:
 def build_model(schemas: SchemaSet, class_names: Optional[dict] = None,
                 shared_classes: Optional[dict] = None) -> Model:
     """The model of a schema set; the override tables default to overrides.py."""
-    return ModelBuilder(schemas,
-                        overrides.CLASS_NAMES if class_names is None else class_names,
-                        overrides.SHARED_CLASSES if shared_classes is None else shared_classes).build()
+    model = ModelBuilder(schemas,
+                         overrides.CLASS_NAMES if class_names is None else class_names,
+                         overrides.SHARED_CLASSES if shared_classes is None else shared_classes).build()
+    vendor_slots.add_typed_slots(model)
+    return model

@@ -30,6 +30,7 @@ MEMBER_KINDS = {
     "all": "MemberKind::sequence",
     "any": "MemberKind::any_element",
     "any_attribute": "MemberKind::any_attribute",
+    "vendor_slot": "MemberKind::vendor_slot",
 }
 
 CONTENT_KINDS = {

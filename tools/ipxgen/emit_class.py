@@ -531,7 +531,7 @@ class ClassEmitter:
             writer_map="ns_map_writer_2" if self.is_document() else "ns_map_writer_1",
             type_id=str(self.type_ids.get(b.name, 0)),
             type_qname=cpp_types.cpp_string(b.type_qname) if b.type_qname else "nullptr",
-            derived="s_derived_types" if self.descendants() else "nullptr",
+            derived="%s_derived_types" % b.name if self.descendants() else "nullptr",
             base_init=self.base_init(),
             reader_entry="unmarshal(reader)" if self.is_document() else "unmarshal(reader, reader.element_qname())",
             document_constructors=self.document_definitions(),
@@ -581,7 +581,8 @@ class ClassEmitter:
 
     def first_set(self, index, m):
         events = ", ".join(str(e) for e in sorted(m.first_events))
-        return "static const int32_t first_events_%d[] = {%s%s0};" % (index, events, ", " if events else "")
+        return "static const int32_t %s_first_events_%d[] = {%s%s0};" % (
+            self.bound.name, index, events, ", " if events else "")
 
     def ancestors(self):
         """Base classes, nearest first."""
@@ -663,11 +664,19 @@ class ClassEmitter:
             m.event or 0,
             self.effective_min(m),
             cpp_types.max_occurs(m),
-            "first_events_%d" % index if self.needs_first_set(m) else "nullptr",
+            "%s_first_events_%d" % (self.bound.name, index) if self.needs_first_set(m) else "nullptr",
             self.bound.name,  # inherited fields are named through this class, where they are accessible
             field_name(m),
-            self.spec_of(m),
+            self.spec_of(m, check_values=not self.keeps_text(m)),
         )
+
+    def keeps_text(self, m):
+        """Enumerated simple elements of the standard hold whatever text a document gives them, so that
+        a value outside the list survives reading and writing back; their setters still insist on the
+        listed values."""
+        qname = self.bound.element_id if m.kind == "simple_content" else (m.qname or "")
+        return (m.kind in ("element", "simple_content") and m.value_type == "string" and bool(m.enum_values)
+                and qname.startswith("spirit:"))
 
     def derived_table(self):
         if not self.descendants():
@@ -678,7 +687,7 @@ class ClassEmitter:
             local = d.type_qname.split(":", 1)[1]
             rows.append("{%d, %s, [] () -> HIPGSBase* { return new %s(); }}," % (d.ns_id, cpp_types.cpp_string(local), derived))
         rows.append("{0, nullptr, nullptr},")
-        return "static const DerivedType s_derived_types[] = {\n    %s\n};" % "\n    ".join(rows)
+        return "static const DerivedType %s_derived_types[] = {\n    %s\n};" % (self.bound.name, "\n    ".join(rows))
 
     def out_of_line(self):
         b = self.bound
@@ -699,7 +708,13 @@ class ClassEmitter:
             prefix = "    std::string text;\n    detail::format_value(%s, text);\n" % value
             text = "text"
         return "%s    if (lmx60::elmx_error error = %s(%s, %s))\n        return error;\n" % (
-            prefix, self.validator_of(m.restriction), text, cpp_types.cpp_string(m.local_name or m.stem))
+            prefix, self.validator_of(m.restriction), text, cpp_types.cpp_string(self.item_name(m)))
+
+    def item_name(self, m):
+        # Simple content is named after the element that holds it ("presence"), not its accessor stem.
+        if m.kind == "simple_content":
+            return self.bound.xml_name or m.stem
+        return m.local_name or m.stem
 
     def member_definitions(self, m):
         n, s, f = self.bound.name, m.stem, field_name(m)
@@ -721,18 +736,15 @@ class ClassEmitter:
             yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
             if m.enum_values:
                 values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
-                yield ("static const char* const %s_values[] = {%s, nullptr};\n\n"
+                table = "%s_%s_values" % (n, f)
+                yield ("static const char* const %s[] = {%s, nullptr};\n\n"
                        "%s::%s %s::getEnum%s() const\n{\n"
-                       "    for (int i = 0; %s_values[i]; ++i)\n"
-                       "        if (%s.is_set() && %s.get() == %s_values[i])\n"
-                       "            return static_cast<%s>(i + 1);\n"
-                       "    return %s::e_unlisted;\n}\n\n"
+                       "    return static_cast<%s>(enum_number(%s, %s.is_set(), %s.get()));\n}\n\n"
                        "bool %s::setEnum%s(%s value)\n{\n"
-                       "    int index = static_cast<int>(value);\n"
-                       "    if (index < 1 || index > %d)\n        return false;\n"
-                       "    return set%s(%s_values[index - 1]) == lmx60::ELMX_OK;\n}") % (
-                    f, values, n, m.enum_type, n, s, f, f, f, f, m.enum_type, m.enum_type,
-                    n, s, m.enum_type, len(m.enum_values), s, f)
+                       "    const char* text = enum_text(%s, static_cast<int>(value));\n"
+                       "    return text && set%s(text) == lmx60::ELMX_OK;\n}") % (
+                    table, values, n, m.enum_type, n, s, m.enum_type, table, f, f,
+                    n, s, m.enum_type, table, s)
             return
         c = m.class_name
         select = "    select_%s();\n" % s if b_is_choice(self.bound) else ""

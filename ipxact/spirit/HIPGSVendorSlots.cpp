@@ -1,0 +1,70 @@
+// The typed vendor slots of the engine. They know spirit:vendorExtensions by its class, which is
+// why they live apart from the generic loops.
+#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSNamespaces.h>
+#include <ipxact/spirit/HIPGSVendorExtensions.h>
+
+namespace HIPGSpirit {
+
+namespace {
+
+bool is_slot_element(const lmx60::c_any_info& item, const MemberInfo& slot)
+{
+    return item.get_namespace() == kVorlixNamespaceUri && item.get_local_name() == slot.name;
+}
+
+// Reads a captured element into `target` through a reader of its own; faults are reported on the
+// document's reader, at the owner.
+void read_captured(lmx60::c_xml_reader& reader, const lmx60::c_any_info& item, HIPGSBase& target,
+                   const MemberInfo& slot)
+{
+    const std::string& xml = item.get_xml();
+    lmx60::c_xml_reader_memory captured(xml.data(), xml.size(), "<captured element>");
+    captured.set_ns_map(ns_map_reader);
+    lmx60::elmx_error result;
+    try {
+        captured.read_document_element();
+        result = target.unmarshal(captured, slot.qname);
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        result = e.get_error();
+    }
+    if (result != lmx60::ELMX_OK)
+        reader.capture_error(result, captured.get_debug_error().item_name.empty() ? slot.qname
+                                                                              : captured.get_debug_error().item_name,
+                             __FILE__, __LINE__);
+}
+
+}  // namespace
+
+void fill_vendor_slot(lmx60::c_xml_reader& reader, HIPGSBase& owner, const MemberInfo& extensions,
+                      const MemberInfo& slot)
+{
+    auto* open = static_cast<HIPGSVendorExtensions*>(extensions.ops->object(owner));
+    if (!open || slot.ops->count(owner) > 0)
+        return;
+    for (size_t i = 0; i < open->sizeany(); ++i) {
+        if (!is_slot_element(open->getany(i), slot))
+            continue;
+        lmx60::c_any_info item = open->getany(i);
+        open->deleteany(i);
+        slot.ops->create(owner);
+        read_captured(reader, item, *slot.ops->object(owner), slot);
+        return;
+    }
+}
+
+void write_vendor_extensions(lmx60::c_xml_writer& writer, const HIPGSBase& owner, const MemberInfo& extensions,
+                             const MemberInfo& slot)
+{
+    auto* open = static_cast<const HIPGSVendorExtensions*>(extensions.ops->object(owner));
+    size_t openItems = open ? open->sizeany() : 0;
+    if (slot.ops->count(owner) == 0 && openItems == 0)
+        return;
+    writer.start_element(extensions.qname);
+    slot.ops->write(writer, owner, slot);
+    for (size_t i = 0; i < openItems; ++i)
+        writer.any_element(open->getany(i));
+    writer.end_element(extensions.qname);
+}
+
+}  // namespace HIPGSpirit

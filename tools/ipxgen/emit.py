@@ -4,6 +4,7 @@ writes them, and compares them with what is committed (--check)."""
 import os
 
 import emit_class
+import emit_fuzz_dict
 import emit_tables
 import emit_top
 
@@ -38,6 +39,7 @@ def generate(model):
     files[os.path.join(OUTPUT_DIR, "HIPGSpirit.h")] = emit_tables.umbrella(class_names)
     sources += ["HIPGSValidators.cpp", "HIPGSEvents.cpp"]
     files[os.path.join(OUTPUT_DIR, "generated_sources.cmake")] = emit_tables.sources_cmake(sorted(sources))
+    files[emit_fuzz_dict.PATH] = emit_fuzz_dict.dictionary(model)
     return files
 
 

@@ -115,13 +115,14 @@ class Validators:
     def setter_name(self, restriction_id):
         return "UserValidator%d" % restriction_id
 
-    def spec_of(self, member):
+    def spec_of(self, member, check_values=True):
+        """The reading checks of a member; without check_values only its pattern is checked."""
         if member.kind in ("any", "any_attribute") or member.value_type in (None, "empty"):
             return "nullptr"
         ws = cpp_types.whitespace(member)
         r = self.restrictions.get(member.restriction)
         lexical = "LexicalValidator%d" % r.id if r and r.patterns else "nullptr"
-        value = "ValueValidator%d" % r.id if r and self.has_value_check(r) else "nullptr"
+        value = "ValueValidator%d" % r.id if r and check_values and self.has_value_check(r) else "nullptr"
         if lexical == "nullptr" and value == "nullptr":
             return "&lmx60::validation_spec_empty" if ws == "lmx60::ews_preserve" else (
                 "&lmx60::validation_spec_collapse" if ws == "lmx60::ews_collapse" else self.named_spec((ws, lexical, value)))

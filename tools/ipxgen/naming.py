@@ -44,14 +44,20 @@ def class_stem(class_name: str) -> str:
     return class_name[len(CLASS_PREFIX):] if class_name.startswith(CLASS_PREFIX) else class_name
 
 
+def member_stem(local_name: str) -> str:
+    """Accessor stem of an element or attribute: underscores of vendor names
+    ("tristate_role") give way to camel case (TristateRole)."""
+    return upper_first(re.sub(r"_+([0-9A-Za-z])", lambda match: match.group(1).upper(), local_name))
+
+
 def element_stem(local_name: str) -> str:
-    return upper_first(local_name)
+    return member_stem(local_name)
 
 
 def attribute_stem(local_name: str) -> str:
     # Attributes carry a suffix so that an attribute and a child element of the
     # same name (spirit:name, spirit:group) never share accessors.
-    return upper_first(local_name) + "Attr"
+    return member_stem(local_name) + "Attr"
 
 
 def enum_type_name(stem: str) -> str:

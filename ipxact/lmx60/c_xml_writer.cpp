@@ -1,5 +1,6 @@
 #include <ipxact/lmx60/c_xml_writer.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include <ipxact/lmx60/c_any_info.h>
@@ -74,11 +75,18 @@ c_xml_writer::~c_xml_writer()
 elmx_error c_xml_writer::flush()
 {
     if (!m_buffer.empty()) {
+        m_flushed_line_breaks += static_cast<size_t>(std::count(m_buffer.begin(), m_buffer.end(), '\n'));
         m_os.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
         m_buffer.clear();
     }
     m_os.flush();
     return m_os ? ELMX_OK : ELMX_WRITE_FAILED;
+}
+
+int c_xml_writer::current_line() const
+{
+    size_t pending = static_cast<size_t>(std::count(m_buffer.begin(), m_buffer.end(), '\n'));
+    return static_cast<int>(1 + m_flushed_line_breaks + pending);
 }
 
 void c_xml_writer::indent()
@@ -247,16 +255,17 @@ elmx_error c_xml_writer::capture_error(elmx_error code, const std::string& item,
 {
     if (code == ELMX_OK)
         return ELMX_OK;
+    int outputLine = current_line();
     if (m_debug.error == ELMX_OK)
-        m_debug.set(code, item, file, line, -1);
+        m_debug.set(code, item, file, line, outputLine);
     if (m_handler) {
-        elmx_error decision = m_handler(code, item, -1);
+        elmx_error decision = m_handler(code, item, outputLine);
         if (decision == ELMX_OK)
             return ELMX_OK;
         code = decision;
     }
-    debug_error.set(code, item, file, line, -1);
-    throw c_lmx_exception_with_name(code, -1, item);
+    debug_error.set(code, item, file, line, outputLine);
+    throw c_lmx_exception_with_name(code, outputLine, item);
 }
 
 }  // namespace lmx60

@@ -64,6 +64,8 @@ private:
     void indent();
     bool write_escaped(const std::string& value, bool inAttribute);
     void write_ns_declarations(const s_ns_map* map);
+    // The output line being written, counted from 1, so that a fault can say where it happened.
+    int current_line() const;
 
     struct open_element {
         size_t ns_scope;      // size of m_ns_scope when the element opened
@@ -72,6 +74,7 @@ private:
 
     std::ostream& m_os;
     std::string m_buffer;
+    size_t m_flushed_line_breaks = 0;
     std::vector<open_element> m_open;
     std::vector<std::pair<std::string, std::string>> m_ns_scope;  // prefix, uri
     const s_ns_map* m_selected_map = nullptr;

@@ -5,12 +5,36 @@
 
 #include <cstddef>
 #include <memory>
+#include <type_traits>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
 #include <ipxact/lmx60/lmx60_error.h>
 
 namespace lmx60 {
+
+namespace detail {
+
+// A child may be of a type derived from the declared one (xsi:type); bound classes copy through
+// their virtual clone() so that a deep copy keeps the child's own type.
+template <class T, class = void>
+struct child_copier {
+    static T* copy(const T& child) { return new T(child); }
+};
+
+template <class T>
+struct child_copier<T, std::void_t<decltype(std::declval<const T&>().clone())>> {
+    static T* copy(const T& child) { return child.clone(); }
+};
+
+template <class T>
+bool same_children(const T& left, const T& right)
+{
+    return typeid(left) == typeid(right) && left == right;
+}
+
+}  // namespace detail
 
 template <class T>
 class ct_simple_single {
@@ -153,7 +177,10 @@ template <class T>
 class ct_complex_single {
 public:
     ct_complex_single() = default;
-    ct_complex_single(const ct_complex_single& other) : m_child(other.m_child ? new T(*other.m_child) : nullptr) {}
+    ct_complex_single(const ct_complex_single& other)
+        : m_child(other.m_child ? detail::child_copier<T>::copy(*other.m_child) : nullptr)
+    {
+    }
     ct_complex_single& operator=(const ct_complex_single& other)
     {
         ct_complex_single copy(other);
@@ -192,7 +219,7 @@ public:
     {
         if (!m_child || !other.m_child)
             return !m_child && !other.m_child;
-        return *m_child == *other.m_child;
+        return detail::same_children(*m_child, *other.m_child);
     }
     void swap(ct_complex_single& other) noexcept { m_child.swap(other.m_child); }
 
@@ -211,7 +238,7 @@ public:
     {
         m_items.reserve(other.m_items.size());
         for (const auto& item : other.m_items)
-            m_items.emplace_back(new T(*item));
+            m_items.emplace_back(detail::child_copier<T>::copy(*item));
     }
     ct_complex_multi& operator=(const ct_complex_multi& other)
     {
@@ -258,7 +285,7 @@ public:
         if (m_items.size() != other.m_items.size())
             return false;
         for (size_t i = 0; i < m_items.size(); ++i)
-            if (!(*m_items[i] == *other.m_items[i]))
+            if (!detail::same_children(*m_items[i], *other.m_items[i]))
                 return false;
         return true;
     }

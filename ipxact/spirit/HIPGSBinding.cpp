@@ -70,6 +70,11 @@ bool is_content(const MemberInfo& member)
            member.kind != MemberKind::vendor_slot;
 }
 
+bool is_attribute(const MemberInfo& member)
+{
+    return member.kind == MemberKind::attribute || member.kind == MemberKind::any_attribute;
+}
+
 bool has_slot_after(const ClassInfo& info, uint32_t index)
 {
     return index + 1 < info.member_count && info.members[index + 1].kind == MemberKind::vendor_slot;
@@ -487,7 +492,7 @@ lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& ob
         writer.attribute("xsi:type", info.type_qname);
     }
     for (uint32_t i = 0; i < info.member_count; ++i)
-        if (!is_content(info.members[i]))
+        if (is_attribute(info.members[i]))
             info.members[i].ops->write(writer, obj, info.members[i]);
     if (info.content == ContentKind::simple) {
         for (uint32_t i = 0; i < info.member_count; ++i)

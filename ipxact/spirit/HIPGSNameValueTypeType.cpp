@@ -30,7 +30,7 @@ const MemberInfo HIPGSNameValueTypeType::s_members[] = {
 
 
 const ClassInfo HIPGSNameValueTypeType::s_class_info = {
-    "spirit:nameValueTypeType", 0, "nameValueTypeType", ContentKind::empty,
+    "spirit:nameValueTypeType", 0, "nameValueTypeType", ContentKind::sequence,
     s_members, 6, ns_map_writer_1,
     11, "spirit:nameValueTypeType", nullptr,
 };

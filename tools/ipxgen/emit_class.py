@@ -526,7 +526,7 @@ class ClassEmitter:
             element_id=cpp_types.cpp_string(b.element_id),
             ns_id=str(b.ns_id if self.is_document() else 0),
             local_name=cpp_types.cpp_string(b.xml_name) if b.xml_name else "nullptr",
-            content=cpp_types.CONTENT_KINDS[b.content],
+            content=cpp_types.CONTENT_KINDS[self.content_kind()],
             member_count=str(len(self.table_members())),
             writer_map="ns_map_writer_2" if self.is_document() else "ns_map_writer_1",
             type_id=str(self.type_ids.get(b.name, 0)),
@@ -583,6 +583,14 @@ class ClassEmitter:
         events = ", ".join(str(e) for e in sorted(m.first_events))
         return "static const int32_t %s_first_events_%d[] = {%s%s0};" % (
             self.bound.name, index, events, ", " if events else "")
+
+    def content_kind(self):
+        """An extension that adds only attributes keeps the content of its base."""
+        if self.bound.content == "empty" and self.bound.base_class and not self.restricts_base():
+            for base in self.ancestors():
+                if base.content != "empty":
+                    return base.content
+        return self.bound.content
 
     def ancestors(self):
         """Base classes, nearest first."""

@@ -48,6 +48,8 @@ public:
     // Writes every occurrence present.
     virtual void write(lmx60::c_xml_writer& writer, const HIPGSBase& owner, const MemberInfo& member) const = 0;
     virtual size_t count(const HIPGSBase& owner) const = 0;
+    // False when what the member holds cannot be written as it stands (a list present without items).
+    virtual bool is_writable(const HIPGSBase& owner) const = 0;
     // Used by choices: making an alternative current creates it, releasing it destroys it.
     virtual void create(HIPGSBase& owner) const = 0;
     virtual void clear(HIPGSBase& owner) const = 0;
@@ -350,8 +352,7 @@ struct holder_io<lmx60::ct_simple_list_optional<V>> {
             w.capture_error(lmx60::ELMX_EMPTY_LIST, m.qname, __FILE__, __LINE__);
         write_list<V>(w, h, m);
     }
-    // A list that is present without items is no valid occurrence of the attribute.
-    static size_t count(const H& h) { return h.is_set() && h.size() > 0 ? 1 : 0; }
+    static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
     static void create(H& h) { h.set_present(); }
     static void clear(H& h) { h.unset(); }
 };
@@ -473,6 +474,18 @@ struct single_child<lmx60::ct_complex_single<T>> {
     static const HIPGSBase* get(const lmx60::ct_complex_single<T>& h) { return h.get_ptr(); }
 };
 
+template <class H>
+bool holds_writable(const H&)
+{
+    return true;
+}
+
+template <class V>
+bool holds_writable(const lmx60::ct_simple_list_optional<V>& h)
+{
+    return !h.is_set() || h.size() > 0;
+}
+
 template <auto Member>
 class member_ops final : public MemberOps {
     using C = typename member_pointer_traits<decltype(Member)>::owner;
@@ -489,6 +502,7 @@ public:
         io::write(w, static_cast<const C&>(o).*Member, m);
     }
     size_t count(const HIPGSBase& o) const override { return io::count(static_cast<const C&>(o).*Member); }
+    bool is_writable(const HIPGSBase& o) const override { return holds_writable(static_cast<const C&>(o).*Member); }
     void create(HIPGSBase& o) const override { io::create(static_cast<C&>(o).*Member); }
     void clear(HIPGSBase& o) const override { io::clear(static_cast<C&>(o).*Member); }
     HIPGSBase* object(HIPGSBase& o) const override { return single_child<H>::get(static_cast<C&>(o).*Member); }

@@ -463,8 +463,20 @@ lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase&
     } catch (const lmx60::c_lmx_reader_exception& e) {
         return e.get_error();
     }
+    size_t before = reader.token_count();
     lmx60::elmx_error result = read_in_place(reader, obj, info);
-    return result != lmx60::ELMX_OK ? result : read_document_end(reader);
+    if (result != lmx60::ELMX_OK)
+        return result;
+    // A continuing handler carried on past a document element that no alternative takes: pass over
+    // it, or its children would count as further document elements.
+    if (reader.token_count() == before) {
+        try {
+            reader.skip_element();
+        } catch (const lmx60::c_lmx_reader_exception& e) {
+            return e.get_error();
+        }
+    }
+    return read_document_end(reader);
 }
 
 lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)

@@ -1,0 +1,79 @@
+#include "faults.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include <ipxact/lmx60/c_xml_reader.h>
+
+namespace ipxact_cli {
+
+namespace {
+
+// Past this many faults a document is mostly noise; the rest of it is not read.
+constexpr size_t kMaxFaultsPerDocument = 50;
+
+// Faults that leave nothing to read on with.
+bool ends_reading(lmx60::elmx_error code)
+{
+    return code == lmx60::ELMX_NO_FILE || code == lmx60::ELMX_NO_ROOT;
+}
+
+bool is_xml_file(const std::filesystem::path& path)
+{
+    return path.extension() == ".xml";
+}
+
+}  // namespace
+
+std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& document)
+{
+    std::vector<fault> faults;
+    lmx60::c_xml_reader_file reader(path.c_str());
+    reader.set_error_handler([&faults](lmx60::elmx_error code, const std::string& item, int line) {
+        faults.push_back({line, code, item});
+        return faults.size() < kMaxFaultsPerDocument && !ends_reading(code) ? lmx60::ELMX_OK : code;
+    });
+    lmx60::elmx_error result = document.unmarshal(reader);
+    // A stop that bypassed the handler still has to be reported.
+    if (result != lmx60::ELMX_OK && (faults.empty() || faults.back().code != result)) {
+        const lmx60::s_debug_error& first = reader.get_debug_error();
+        faults.push_back({first.document_line, result, first.item_name});
+    }
+    return faults;
+}
+
+std::string describe(const std::string& path, const fault& f)
+{
+    std::string text = path + ":" + std::to_string(f.line > 0 ? f.line : 0) + ": error " + std::to_string(f.code) + ": ";
+    const char* description = lmx60::get_error_description(f.code);
+    text += description ? description : "unknown error";
+    if (!f.element.empty())
+        text += " (" + f.element + ")";
+    return text;
+}
+
+std::vector<std::string> documents_at(const std::vector<std::string>& paths, std::vector<std::string>* missing)
+{
+    namespace fs = std::filesystem;
+    std::vector<std::string> found;
+    for (const std::string& path : paths) {
+        std::error_code error;
+        if (fs::is_directory(path, error)) {
+            std::vector<std::string> inside;
+            for (fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, error), end;
+                 !error && it != end; it.increment(error))
+                if (it->is_regular_file(error) && is_xml_file(it->path()))
+                    inside.push_back(it->path().string());
+            std::sort(inside.begin(), inside.end());
+            found.insert(found.end(), inside.begin(), inside.end());
+        } else if (fs::exists(path, error)) {
+            found.push_back(path);
+        } else {
+            missing->push_back(path);
+        }
+    }
+    return found;
+}
+
+}  // namespace ipxact_cli

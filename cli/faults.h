@@ -1,0 +1,33 @@
+// Reading documents for the command line: every fault of a document is collected, not only the
+// first, so that one run shows all there is to fix.
+#ifndef IPXACT_CLI_FAULTS_H
+#define IPXACT_CLI_FAULTS_H
+
+#include <string>
+#include <vector>
+
+#include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/spirit/HIPGSTop.h>
+
+namespace ipxact_cli {
+
+struct fault {
+    int line;  // document line; 0 or less when unknown
+    lmx60::elmx_error code;
+    std::string element;  // what was being read, as the document names it
+};
+
+// Reads the whole document at `path`; empty when it read cleanly. Reading carries on past faults
+// that leave the document readable, up to a limit per document.
+std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& document);
+
+// "FILE:LINE: error CODE: DESCRIPTION (ELEMENT)"
+std::string describe(const std::string& path, const fault& f);
+
+// The files to read for the given paths: files as named, directories searched through for *.xml, in
+// name order. Paths that do not exist are returned in `missing`.
+std::vector<std::string> documents_at(const std::vector<std::string>& paths, std::vector<std::string>* missing);
+
+}  // namespace ipxact_cli
+
+#endif

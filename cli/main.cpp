@@ -1,0 +1,307 @@
+// ipxact: reads, summarises, checks and rewrites IP-XACT documents through the binding, as any host
+// would: every document is read through HIPGSTop, whatever its root element.
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <ipxact/spirit/HIPGSTop.h>
+
+#include "bundled_example.h"
+#include "faults.h"
+#include "summary.h"
+
+using HIPGSpirit::HIPGSTop;
+using namespace ipxact_cli;
+
+namespace {
+
+constexpr int kExitClean = 0;
+constexpr int kExitFaults = 1;
+constexpr int kExitUsage = 2;
+
+const char* const kToolHelp = R"(usage: ipxact [COMMAND [ARGUMENTS]]
+
+Reads IP-XACT (IEEE 1685-2009) documents with vorlix vendor extensions.
+
+Commands:
+  info FILE...            root element, identifier and counts of each document
+  check PATH...           read every document (directories: all *.xml inside) and list
+                          every fault as FILE:LINE: error CODE: DESCRIPTION (ELEMENT)
+  format FILE [-o OUT]    read a document and write it back, to standard output or OUT
+
+Without a command, ipxact reads its bundled example component, prints its summary,
+writes it back to a temporary file and checks that it reads back equal.
+
+Run 'ipxact COMMAND --help' for the details of a command.
+Exit status: 0 success, 1 a document has faults or could not be written, 2 bad arguments.
+)";
+
+const char* const kInfoHelp = R"(usage: ipxact info FILE...
+
+For each document: its root element, its identifier (vendor:library:name:version) where
+it has one, and counts: bus interfaces, ports, views, memory maps, address blocks,
+registers, fields, file sets, files and parameters of a component; component instances,
+interconnections and ad-hoc connections of a design; ports of an abstraction definition;
+and the vendor blocks present. A document that does not read is reported with its faults.
+)";
+
+const char* const kCheckHelp = R"(usage: ipxact check PATH...
+
+Reads every document named, and every *.xml file below each directory named, and prints
+each fault as
+  FILE:LINE: error CODE: DESCRIPTION (ELEMENT)
+followed by a summary line. On a terminal, progress is shown on standard error while a
+long check runs. Exit status 0 only when every document read cleanly.
+)";
+
+const char* const kFormatHelp = R"(usage: ipxact format FILE [-o OUT]
+
+Reads FILE, whatever its root element, and writes it back: to standard output, or with
+-o to OUT. OUT is replaced only when the whole document was written; on failure an
+earlier OUT is left as it was.
+)";
+
+int usage_error(const std::string& command, const std::string& message)
+{
+    std::string prefix = command.empty() ? "ipxact" : "ipxact " + command;
+    std::cerr << prefix << ": " << message << " (see '" << prefix << " --help')\n";
+    return kExitUsage;
+}
+
+bool is_help(const std::string& argument)
+{
+    return argument == "--help" || argument == "-h";
+}
+
+bool is_option(const std::string& argument)
+{
+    return argument.size() > 1 && argument[0] == '-';
+}
+
+// Operands of a command that takes no options; false (after reporting) on anything else.
+bool operands_only(const std::string& command, const std::vector<std::string>& arguments, const char* what)
+{
+    for (const std::string& argument : arguments)
+        if (is_option(argument)) {
+            usage_error(command, "unknown option '" + argument + "'");
+            return false;
+        }
+    if (arguments.empty()) {
+        usage_error(command, std::string("no ") + what + " given");
+        return false;
+    }
+    return true;
+}
+
+bool all_exist(const std::string& command, const std::vector<std::string>& paths)
+{
+    for (const std::string& path : paths) {
+        std::error_code error;
+        if (!std::filesystem::exists(path, error)) {
+            usage_error(command, "no such file or directory: " + path);
+            return false;
+        }
+    }
+    return true;
+}
+
+void print_faults(std::ostream& out, const std::string& path, const std::vector<fault>& faults)
+{
+    for (const fault& f : faults)
+        out << describe(path, f) << '\n';
+}
+
+int run_info(const std::vector<std::string>& arguments)
+{
+    if (!operands_only("info", arguments, "FILE") || !all_exist("info", arguments))
+        return kExitUsage;
+    int status = kExitClean;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        HIPGSTop document;
+        std::vector<fault> faults = read_document(arguments[i], document);
+        if (!faults.empty()) {
+            print_faults(std::cout, arguments[i], faults);
+            status = kExitFaults;
+            continue;
+        }
+        std::cout << (i ? "\n" : "") << arguments[i] << '\n';
+        print_summary(std::cout, summarize(document));
+    }
+    return status;
+}
+
+// A single status line on standard error, shown only on a terminal and only once the work has
+// taken long enough for a user to wonder.
+class progress_line {
+public:
+    explicit progress_line(size_t total)
+        : m_total(total), m_enabled(isatty(STDERR_FILENO) == 1), m_start(std::chrono::steady_clock::now())
+    {
+    }
+
+    void show(size_t done, const std::string& path)
+    {
+        if (!m_enabled || std::chrono::steady_clock::now() - m_start < std::chrono::milliseconds(500))
+            return;
+        std::cerr << "\r\033[K[" << done << '/' << m_total << "] " << path << std::flush;
+        m_visible = true;
+    }
+
+    void clear()
+    {
+        if (m_visible)
+            std::cerr << "\r\033[K" << std::flush;
+        m_visible = false;
+    }
+
+private:
+    size_t m_total;
+    bool m_enabled;
+    bool m_visible = false;
+    std::chrono::steady_clock::time_point m_start;
+};
+
+int run_check(const std::vector<std::string>& arguments)
+{
+    if (!operands_only("check", arguments, "PATH") || !all_exist("check", arguments))
+        return kExitUsage;
+    std::vector<std::string> missing;
+    std::vector<std::string> documents = documents_at(arguments, &missing);
+    progress_line progress(documents.size());
+    size_t faulty = 0;
+    size_t faultCount = 0;
+    for (size_t i = 0; i < documents.size(); ++i) {
+        progress.show(i, documents[i]);
+        HIPGSTop document;
+        std::vector<fault> faults = read_document(documents[i], document);
+        if (faults.empty())
+            continue;
+        progress.clear();
+        print_faults(std::cout, documents[i], faults);
+        ++faulty;
+        faultCount += faults.size();
+    }
+    progress.clear();
+    std::cout << "checked " << documents.size() << (documents.size() == 1 ? " document: " : " documents: ")
+              << documents.size() - faulty << " clean, " << faulty << " with faults (" << faultCount
+              << (faultCount == 1 ? " fault)\n" : " faults)\n");
+    return faulty == 0 ? kExitClean : kExitFaults;
+}
+
+int run_format(const std::vector<std::string>& arguments)
+{
+    std::string input;
+    std::string output;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "-o" || argument == "--output") {
+            if (i + 1 == arguments.size())
+                return usage_error("format", argument + " needs a file name");
+            output = arguments[++i];
+        } else if (is_option(argument)) {
+            return usage_error("format", "unknown option '" + argument + "'");
+        } else if (!input.empty()) {
+            return usage_error("format", "one FILE only, got also '" + argument + "'");
+        } else {
+            input = argument;
+        }
+    }
+    if (input.empty())
+        return usage_error("format", "no FILE given");
+    if (!all_exist("format", {input}))
+        return kExitUsage;
+    HIPGSTop document;
+    std::vector<fault> faults = read_document(input, document);
+    if (!faults.empty()) {
+        print_faults(std::cerr, input, faults);
+        return kExitFaults;
+    }
+    lmx60::s_debug_error debug;
+    lmx60::elmx_error written = output.empty() ? document.marshal(std::cout, &debug)
+                                               : document.marshal(output.c_str(), &debug);
+    if (written != lmx60::ELMX_OK) {
+        std::cerr << "ipxact format: cannot write " << (output.empty() ? "standard output" : output) << ": "
+                  << debug.to_string() << '\n';
+        return kExitFaults;
+    }
+    return kExitClean;
+}
+
+// The main job: the whole cycle a host goes through, on a document that ships with the tool.
+int run_example()
+{
+    lmx60::s_debug_error debug;
+    lmx60::elmx_error error = lmx60::ELMX_PENDING;
+    HIPGSTop document(bundled_example_xml, bundled_example_size, &error, &debug);
+    std::cout << "ipxact: reading the bundled example " << bundled_example_name << '\n';
+    if (error != lmx60::ELMX_OK) {
+        std::cout << bundled_example_name << ": " << debug.to_string() << '\n';
+        return kExitFaults;
+    }
+    print_summary(std::cout, summarize(document));
+
+    std::filesystem::path copy =
+        std::filesystem::temp_directory_path() / ("ipxact-example-" + std::to_string(getpid()) + ".xml");
+    if (document.marshal(copy.string().c_str(), &debug) != lmx60::ELMX_OK) {
+        std::cout << "ipxact: cannot write " << copy.string() << ": " << debug.to_string() << '\n';
+        return kExitFaults;
+    }
+    HIPGSTop reread(copy.string().c_str(), &error, &debug);
+    std::error_code ignored;
+    uintmax_t size = std::filesystem::file_size(copy, ignored);
+    std::filesystem::remove(copy, ignored);
+    if (error != lmx60::ELMX_OK) {
+        std::cout << "ipxact: the written copy does not read back: " << debug.to_string() << '\n';
+        return kExitFaults;
+    }
+    if (!(reread == document)) {
+        std::cout << "ipxact: the written copy reads back different from the original\n";
+        return kExitFaults;
+    }
+    std::cout << "wrote it back to a temporary file (" << size << " bytes): it reads back equal\n";
+    return kExitClean;
+}
+
+struct command {
+    const char* name;
+    const char* help;
+    int (*run)(const std::vector<std::string>&);
+};
+
+const command kCommands[] = {
+    {"info", kInfoHelp, run_info},
+    {"check", kCheckHelp, run_check},
+    {"format", kFormatHelp, run_format},
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty())
+        return run_example();
+    if (is_help(arguments[0]) || arguments[0] == "help") {
+        std::cout << kToolHelp;
+        return kExitClean;
+    }
+    for (const command& c : kCommands) {
+        if (arguments[0] != c.name)
+            continue;
+        std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
+        for (const std::string& argument : rest)
+            if (is_help(argument)) {
+                std::cout << c.help;
+                return kExitClean;
+            }
+        return c.run(rest);
+    }
+    if (is_option(arguments[0]))
+        return usage_error("", "unknown option '" + arguments[0] + "'");
+    return usage_error("", "unknown command '" + arguments[0] + "'");
+}

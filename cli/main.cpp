@@ -144,12 +144,16 @@ public:
     {
     }
 
+    // Redrawn a few times a second at most: a terminal cannot keep up with one line per document.
     void show(size_t done, const std::string& path)
     {
-        if (!m_enabled || std::chrono::steady_clock::now() - m_start < std::chrono::milliseconds(500))
+        auto now = std::chrono::steady_clock::now();
+        if (!m_enabled || now - m_start < std::chrono::milliseconds(500) ||
+            now - m_drawn < std::chrono::milliseconds(100))
             return;
         std::cerr << "\r\033[K[" << done << '/' << m_total << "] " << path << std::flush;
         m_visible = true;
+        m_drawn = now;
     }
 
     void clear()
@@ -164,6 +168,7 @@ private:
     bool m_enabled;
     bool m_visible = false;
     std::chrono::steady_clock::time_point m_start;
+    std::chrono::steady_clock::time_point m_drawn;
 };
 
 int run_check(const std::vector<std::string>& arguments)

@@ -147,7 +147,7 @@ void c_xml_reader::fail_from_parser()
         m_fault.code = XML_ERR_DOCUMENT_END;
         m_fault.line = m_reader ? xmlTextReaderGetParserLineNumber(as_reader(m_reader)) : 0;
     }
-    std::string item = m_fault.message.empty() ? m_item : m_fault.message;
+    std::string item = m_fault.message.empty() ? std::string(m_item) : m_fault.message;
     m_token = tok_eof;
     capture_error(code_of_parser_fault(m_fault.code, m_fault.message), item, __FILE__, __LINE__);
     // A continuing handler cannot resume a parser that has given up.

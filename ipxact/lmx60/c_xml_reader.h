@@ -70,9 +70,16 @@ public:
     const s_debug_error& get_debug_error() const { return m_debug; }
     void get_error_message(std::string* text) const { *text = m_debug.to_string(); }
 
-    // The name of what is being read, used in diagnostics.
-    void set_current_item(const std::string& name) { m_item = name; }
-    const std::string& get_current_item() const { return m_item; }
+    // The name of what is being read, used in diagnostics. A name given as a pointer is borrowed and
+    // must outlive its use (the generated tables' names do); a std::string is copied.
+    void set_current_item(const char* name) { m_item = name ? name : ""; }
+    void set_current_item(const std::string& name)
+    {
+        m_item_copy = name;
+        m_item = m_item_copy.c_str();
+    }
+    const char* get_current_item() const { return m_item; }
+    bool current_item_is_copy() const { return m_item == m_item_copy.c_str(); }
     const std::string& get_source_name() const { return m_source_name; }
 
     // The value of an attribute of the current start tag, found by namespace URI and local name.
@@ -111,7 +118,8 @@ private:
     // Namespace URIs are interned by libxml2, so the last lookups are cached by address.
     mutable const void* m_cached_uri[2] = {nullptr, nullptr};
     mutable int m_cached_id[2] = {0, 0};
-    std::string m_item;
+    const char* m_item = "";
+    std::string m_item_copy;
     std::string m_source_name;
     s_debug_error m_debug;
     reader_error_handler m_handler;
@@ -149,14 +157,27 @@ private:
 // Saves the reader's item name on entry and restores it on exit, also when reading unwinds.
 class c_xml_reader_local {
 public:
-    explicit c_xml_reader_local(c_xml_reader& reader) : m_reader(reader), m_item(reader.get_current_item()) {}
-    ~c_xml_reader_local() { m_reader.set_current_item(m_item); }
+    explicit c_xml_reader_local(c_xml_reader& reader)
+        : m_reader(reader), m_item(reader.get_current_item()), m_is_copy(reader.current_item_is_copy())
+    {
+        if (m_is_copy)
+            m_copy = m_item;
+    }
+    ~c_xml_reader_local()
+    {
+        if (m_is_copy)
+            m_reader.set_current_item(m_copy);
+        else
+            m_reader.set_current_item(m_item);
+    }
     c_xml_reader_local(const c_xml_reader_local&) = delete;
     c_xml_reader_local& operator=(const c_xml_reader_local&) = delete;
 
 private:
     c_xml_reader& m_reader;
-    std::string m_item;
+    const char* m_item;
+    bool m_is_copy;
+    std::string m_copy;  // only when the saved name was itself a copy, which may be overwritten
 };
 
 }  // namespace lmx60

@@ -105,7 +105,10 @@ void read_member(lmx60::c_xml_reader& reader, HIPGSBase& obj, const MemberInfo& 
         return;
     }
     lmx60::c_xml_reader_local scope(reader);
-    reader.set_current_item(member.qname ? member.qname : reader.element_qname());
+    if (member.qname)
+        reader.set_current_item(member.qname);
+    else
+        reader.set_current_item(reader.element_qname());
     member.ops->read(reader, obj, member);
     reader.advance();
 }
@@ -391,13 +394,23 @@ int element_event(lmx60::c_xml_reader& reader)
     return found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
 }
 
-lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info,
-                               const std::string& name)
+namespace {
+
+// Faults unwind through here to the entry point that was called.
+void read_named(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info, const char* name)
 {
     lmx60::c_xml_reader_local scope(reader);
     reader.set_current_item(name);
+    read_body(reader, obj, info);
+}
+
+}  // namespace
+
+lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info,
+                               const std::string& name)
+{
     try {
-        read_body(reader, obj, info);
+        read_named(reader, obj, info, name.c_str());
         return lmx60::ELMX_OK;
     } catch (const lmx60::c_lmx_reader_exception& e) {
         return e.get_error();
@@ -596,8 +609,12 @@ void write_inline(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Class
     write_members(writer, obj, info);
 }
 
-void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member)
+void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member, const ClassInfo* exact)
 {
+    if (exact) {
+        read_named(reader, child, *exact, member.qname);
+        return;
+    }
     lmx60::elmx_error result = child.unmarshal(reader, member.qname);
     if (result != lmx60::ELMX_OK)
         throw lmx60::c_lmx_reader_exception(result, reader.line());

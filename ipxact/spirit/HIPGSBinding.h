@@ -157,7 +157,9 @@ namespace detail {
 
 void read_inline(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
 void write_inline(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
-void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member);
+// `exact` is the child's own class description when the child is known to be of the declared
+// class: the engine then reads it directly instead of through its virtual entry.
+void read_child(lmx60::c_xml_reader& reader, HIPGSBase& child, const MemberInfo& member, const ClassInfo* exact);
 void write_child(lmx60::c_xml_writer& writer, const HIPGSBase& child, const ClassInfo& declared,
                  const MemberInfo& member);
 // Creates the type an "xsi:type" attribute names, when it is one of the declared type's family.
@@ -392,12 +394,12 @@ inline bool is_in_place(const MemberInfo& m)
 }
 
 template <class T>
-void read_complex(lmx60::c_xml_reader& r, T& child, const MemberInfo& m)
+void read_complex(lmx60::c_xml_reader& r, T& child, const MemberInfo& m, bool ofDeclaredClass)
 {
     if (is_in_place(m))
         read_inline(r, child, T::s_class_info);
     else
-        read_child(r, child, m);
+        read_child(r, child, m, ofDeclaredClass ? &T::s_class_info : nullptr);
 }
 
 template <class T>
@@ -414,10 +416,11 @@ struct holder_io<lmx60::ct_complex_single<T>> {
     using H = lmx60::ct_complex_single<T>;
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
-        if (!h.is_set())
-            if (HIPGSBase* derived = create_derived(r, T::s_class_info))
-                h.assign(static_cast<T*>(derived));
-        read_complex(r, h.get(), m);
+        bool fresh = !h.is_set();
+        HIPGSBase* derived = fresh ? create_derived(r, T::s_class_info) : nullptr;
+        if (derived)
+            h.assign(static_cast<T*>(derived));
+        read_complex(r, h.get(), m, fresh && !derived);
     }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
     {
@@ -438,7 +441,7 @@ struct holder_io<lmx60::ct_complex_multi<T>> {
     {
         HIPGSBase* derived = create_derived(r, T::s_class_info);
         T& child = derived ? h.append(static_cast<T*>(derived)) : h.append();
-        read_complex(r, child, m);
+        read_complex(r, child, m, !derived);
     }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
     {

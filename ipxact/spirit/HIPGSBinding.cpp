@@ -232,14 +232,18 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
     for (uint32_t i = 0; i < info.member_count; ++i)
         if (info.members[i].kind == MemberKind::any_attribute)
             anyAttribute = &info.members[i];
+    // Seen per reading, not from the holders: a required attribute always holds a value.
+    std::vector<bool> seen(info.member_count, false);
     for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
         int nsId = reader.attribute_ns_id();
         const char* local = reader.attribute_local_name();
         const MemberInfo* found = nullptr;
         for (uint32_t i = 0; i < info.member_count && !found; ++i) {
             const MemberInfo& member = info.members[i];
-            if (member.kind == MemberKind::attribute && member.ns_id == nsId && std::strcmp(member.name, local) == 0)
+            if (member.kind == MemberKind::attribute && member.ns_id == nsId && std::strcmp(member.name, local) == 0) {
                 found = &member;
+                seen[i] = true;
+            }
         }
         if (found) {
             lmx60::c_xml_reader_local scope(reader);
@@ -255,7 +259,7 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
     }
     for (uint32_t i = 0; i < info.member_count; ++i) {
         const MemberInfo& member = info.members[i];
-        if (member.kind == MemberKind::attribute && member.min_occurs > 0 && member.ops->count(obj) == 0) {
+        if (member.kind == MemberKind::attribute && member.min_occurs > 0 && !seen[i]) {
             const char* item = info.local_name ? info.local_name : info.element_id;
             reader.capture_error(lmx60::ELMX_REQUIRED_ATTRIBUTE_MISSING, item, __FILE__, __LINE__);
         }

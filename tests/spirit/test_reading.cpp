@@ -90,6 +90,17 @@ TEST(RequiredChildren, MissingOneFailsWith21UnlessTheHandlerCarriesOn)
     EXPECT_FALSE(definition.isOccursOk());
 }
 
+TEST(RequiredAttributes, MissingOneFailsWith25NamingTheType)
+{
+    std::string xml = apb_definition(kPorts);
+    xml.replace(xml.find(" spirit:version=\"1.0\"/>"), 23, "/>");
+    HIPGSAbstractionDefinition definition;
+    lmx60::s_debug_error debug;
+    EXPECT_EQ(read(xml, &definition, &debug), lmx60::ELMX_REQUIRED_ATTRIBUTE_MISSING);
+    EXPECT_EQ(debug.item_name, "libraryRefType");
+    EXPECT_EQ(debug.document_line, 7);
+}
+
 TEST(Lists, PresentWithoutItemsFailsWith20)
 {
     for (const char* groups : {"", "  "}) {

@@ -24,6 +24,7 @@ const MemberInfo HIPGSNameValueTypeType::s_members[] = {
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSNameValueTypeType::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_ParameterInfo>(), nullptr},
+    {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSNameValueTypeType::m_any_attribute>(), nullptr},
     {MemberKind::attribute, 1001, "dataType", "spirit:dataType", 370, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_DataTypeAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "usageType", "spirit:usageType", 572, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_UsageTypeAttr>(), &validation_spec_preserve_Value55},
 };
@@ -31,7 +32,7 @@ const MemberInfo HIPGSNameValueTypeType::s_members[] = {
 
 const ClassInfo HIPGSNameValueTypeType::s_class_info = {
     "spirit:nameValueTypeType", 0, "nameValueTypeType", ContentKind::sequence,
-    s_members, 6, ns_map_writer_1,
+    s_members, 7, ns_map_writer_1,
     11, "spirit:nameValueTypeType", nullptr,
 };
 

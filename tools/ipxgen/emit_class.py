@@ -304,6 +304,11 @@ bool $name$::has_id(const char* typeName) const
 }"""
 
 
+def any_attribute_member():
+    return Member(stem="any_attribute", kind="any_attribute", min_occurs=0, max_occurs=None,
+                  particle="attributes of other namespaces")
+
+
 def field_name(member):
     return "m_" + member.stem
 
@@ -323,8 +328,7 @@ class ClassEmitter:
         self.spec_of = spec_of  # member -> validation spec expression
         self.members = list(bound.members)
         if bound.any_attribute:
-            self.members.append(Member(stem="any_attribute", kind="any_attribute", min_occurs=0, max_occurs=None,
-                                       particle="attributes of other namespaces"))
+            self.members.append(any_attribute_member())
 
     # ---- header ----
 
@@ -627,7 +631,13 @@ class ClassEmitter:
         rows = []
         for base in reversed(self.ancestors()):
             rows += base.members
+        # The model lists no member for a base's attribute wildcard; an extension
+        # keeps it, so the row must be here for the table to read those attributes.
+        inherits_wildcard = any(base.any_attribute for base in self.ancestors())
+        if inherits_wildcard and not self.bound.any_attribute:
+            rows.append(any_attribute_member())
         return rows + self.members
+
 
     def descendants(self):
         found = []

@@ -21,6 +21,7 @@ const lmx60::s_event_map HIPGSAbstractorPortWireType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAbstractorPortWireType::s_members[] = {
+    {MemberKind::attribute, 1001, "allLogicalDirectionsAllowed", "spirit:allLogicalDirectionsAllowed", 295, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_AllLogicalDirectionsAllowedAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Direction>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "vector", "spirit:vector", 313, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_Vector>(), nullptr},
     {MemberKind::element, 1001, "wireTypeDefs", "spirit:wireTypeDefs", 327, 0, 1, nullptr, ops<&HIPGSAbstractorPortWireType::m_WireTypeDefs>(), nullptr},
@@ -30,7 +31,7 @@ const MemberInfo HIPGSAbstractorPortWireType::s_members[] = {
 
 const ClassInfo HIPGSAbstractorPortWireType::s_class_info = {
     "spirit:abstractorPortWireType", 0, "abstractorPortWireType", ContentKind::sequence,
-    s_members, 4, ns_map_writer_1,
+    s_members, 5, ns_map_writer_1,
     2, "spirit:abstractorPortWireType", nullptr,
 };
 

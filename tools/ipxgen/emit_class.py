@@ -614,7 +614,17 @@ class ClassEmitter:
             inherited |= self.element_names(base.members)
         return bool(inherited & self.element_names(self.bound.members))
 
+    def inherited_attributes(self):
+        """A restriction restates its content but inherits every attribute it does not restate (the
+        schemas prohibit none), so the base's attribute rows stay in its table."""
+        restated = {m.qname for m in self.members if m.kind == "attribute"}
+        rows = []
+        for base in reversed(self.ancestors()):
+            rows += [m for m in base.members if m.kind == "attribute" and m.qname not in restated]
+        return rows
+
     def element_names(self, members):
+
         """Qualified names of the elements that members read, looking through groups and compositors."""
         names = set()
         for m in members:
@@ -627,7 +637,7 @@ class ClassEmitter:
     def table_members(self):
         """Every row of the member table: an extension's base content comes first."""
         if self.restricts_base():
-            return list(self.members)
+            return self.inherited_attributes() + list(self.members)
         rows = []
         for base in reversed(self.ancestors()):
             rows += base.members

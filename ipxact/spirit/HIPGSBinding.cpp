@@ -178,8 +178,21 @@ void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const Cla
             ++alternative;
         }
     }
+    // A choice one of whose alternatives may match nothing is present even without an element of
+    // its own ("<spirit:qualifier/>"); that alternative is current and holds nothing.
+    int alternative = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        if (!is_content(info.members[i]))
+            continue;
+        if (info.members[i].min_occurs == 0) {
+            BindingAccess::choice_id(obj) = alternative;
+            return;
+        }
+        ++alternative;
+    }
     reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
 }
+
 
 void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo& info)
 {

@@ -371,7 +371,14 @@ void c_xml_reader::skip_element()
 void c_xml_reader::capture_element(c_any_info* out)
 {
     xmlTextReaderPtr r = as_reader(m_reader);
+    // libxml2 writes letters outside ASCII in attribute values as character references when the
+    // document declares no encoding, and as themselves when it does. The captured text must not hang
+    // on the declaration, or one element read from two spellings of a document compares unequal.
+    xmlNodePtr node = xmlTextReaderCurrentNode(r);
+    if (node && node->doc && !node->doc->encoding)
+        node->doc->encoding = xmlStrdup(BAD_CAST "UTF-8");
     xmlChar* xml = xmlTextReaderReadOuterXml(r);
+
     if (m_fault.code != 0) {
         xmlFree(xml);
         fail_from_parser();

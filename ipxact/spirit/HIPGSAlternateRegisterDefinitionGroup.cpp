@@ -23,7 +23,7 @@ const lmx60::s_event_map HIPGSAlternateRegisterDefinitionGroup::attr_event_map[]
 
 const MemberInfo HIPGSAlternateRegisterDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "reset", "spirit:reset", 524, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Reset>(), nullptr},
     {MemberKind::element, 1001, "field", "spirit:field", 395, 0, kUnbounded, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroup::m_Field>(), nullptr},

@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSAnonDirection::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAnonDirection::s_members[] = {
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Direction>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Direction>(), &lmx60::validation_spec_collapse, "out"},
     {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSAnonDirection::m_Initiative>(), &lmx60::validation_spec_empty},
 };
 

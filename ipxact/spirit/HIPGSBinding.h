@@ -72,6 +72,7 @@ struct MemberInfo {
     const int32_t* first_events;  // in-place members: the events that can start them, 0-terminated
     const MemberOps* ops;
     const lmx60::c_untyped_validation_spec* spec;
+    const char* default_text = nullptr;  // an element's schema default (or fixed value): its value when empty
 };
 
 // A type that may stand where its family's root is expected, named by "xsi:type".
@@ -203,9 +204,12 @@ bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
 {
     std::string text;
     take_text(reader, member, &text);
+    if (text.empty() && member.default_text && member.kind != MemberKind::attribute)
+        text = member.default_text;
     if (!parse_checked(reader, member, text))
         return false;
     V parsed{};
+
     if (!parse_value(text, parsed)) {
         // Simple content has no name of its own: the element being read is the item.
         reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname ? member.qname : reader.get_current_item(),

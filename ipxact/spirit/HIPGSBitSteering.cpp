@@ -41,7 +41,7 @@ const MemberInfo HIPGSBitSteering::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBitSteering::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBitSteering::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBitSteering::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitSteering::m_BitSteering>(), &lmx60::validation_spec_empty},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitSteering::m_BitSteering>(), &lmx60::validation_spec_empty, "off"},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBitSteering::m_any_attribute>(), nullptr},
 };
 

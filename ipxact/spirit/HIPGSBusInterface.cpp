@@ -32,7 +32,7 @@ const MemberInfo HIPGSBusInterface::s_members[] = {
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterface::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterface::m_AbstractionType>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_3, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
-    {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterface::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "bitSteering", "spirit:bitSteering", 314, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitSteering>(), nullptr},

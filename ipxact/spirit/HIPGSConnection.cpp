@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSConnection::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConnection::s_members[] = {
-    {MemberKind::element, 1001, "maxConnections", "spirit:maxConnections", 463, 0, 1, nullptr, ops<&HIPGSConnection::m_MaxConnections>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "minConnections", "spirit:minConnections", 473, 0, 1, nullptr, ops<&HIPGSConnection::m_MinConnections>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "maxConnections", "spirit:maxConnections", 463, 0, 1, nullptr, ops<&HIPGSConnection::m_MaxConnections>(), &lmx60::validation_spec_collapse, "0"},
+    {MemberKind::element, 1001, "minConnections", "spirit:minConnections", 473, 0, 1, nullptr, ops<&HIPGSConnection::m_MinConnections>(), &lmx60::validation_spec_collapse, "1"},
 };
 
 

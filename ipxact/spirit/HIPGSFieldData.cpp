@@ -24,7 +24,7 @@ const lmx60::s_event_map HIPGSFieldData::attr_event_map[] = {
 
 
 const MemberInfo HIPGSFieldData::s_members[] = {
-    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSFieldData::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSFieldData::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSFieldData::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "enumeratedValues", "spirit:enumeratedValues", 497, 0, 1, nullptr, ops<&HIPGSFieldData::m_EnumeratedValues>(), nullptr},
     {MemberKind::element, 1001, "modifiedWriteValue", "spirit:modifiedWriteValue", 486, 0, 1, nullptr, ops<&HIPGSFieldData::m_ModifiedWriteValue>(), &lmx60::validation_spec_collapse},

@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSLoadConstraint::attr_event_map[] = {
 
 const MemberInfo HIPGSLoadConstraint::s_members[] = {
     {MemberKind::element, 1001, "cellSpecification", "spirit:cellSpecification", 350, 1, 1, nullptr, ops<&HIPGSLoadConstraint::m_CellSpecification>(), nullptr},
-    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &lmx60::validation_spec_collapse, "3"},
 };
 
 

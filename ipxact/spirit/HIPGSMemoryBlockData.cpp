@@ -22,7 +22,7 @@ const lmx60::s_event_map HIPGSMemoryBlockData::attr_event_map[] = {
 
 const MemberInfo HIPGSMemoryBlockData::s_members[] = {
     {MemberKind::element, 1001, "usage", "spirit:usage", 570, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Usage>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSMemoryBlockData::m_Parameters>(), nullptr},
 };

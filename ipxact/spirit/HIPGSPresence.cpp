@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSPresence::attr_event_map[] = {
 
 
 const MemberInfo HIPGSPresence::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPresence::m_Presence>(), &lmx60::validation_spec_empty},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPresence::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
 };
 
 

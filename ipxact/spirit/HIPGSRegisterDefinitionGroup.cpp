@@ -25,7 +25,7 @@ const lmx60::s_event_map HIPGSRegisterDefinitionGroup::attr_event_map[] = {
 const MemberInfo HIPGSRegisterDefinitionGroup::s_members[] = {
     {MemberKind::element, 1001, "typeIdentifier", "spirit:typeIdentifier", 563, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_TypeIdentifier>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "size", "spirit:size", 537, 1, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Size>(), nullptr},
-    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "access", "spirit:access", 365, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "reset", "spirit:reset", 524, 0, 1, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Reset>(), nullptr},
     {MemberKind::element, 1001, "field", "spirit:field", 395, 0, kUnbounded, nullptr, ops<&HIPGSRegisterDefinitionGroup::m_Field>(), nullptr},

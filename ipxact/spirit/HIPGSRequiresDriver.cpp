@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSRequiresDriver::attr_event_map[] = {
 
 const MemberInfo HIPGSRequiresDriver::s_members[] = {
     {MemberKind::attribute, 1001, "driverType", "spirit:driverType", 382, 0, 1, nullptr, ops<&HIPGSRequiresDriver::m_DriverTypeAttr>(), &validation_spec_collapse_Value31},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSRequiresDriver::m_RequiresDriver>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSRequiresDriver::m_RequiresDriver>(), &lmx60::validation_spec_collapse, "false"},
 };
 
 

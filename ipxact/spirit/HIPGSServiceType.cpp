@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSServiceType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSServiceType::s_members[] = {
-    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSServiceType::m_Initiative>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1001, "initiative", "spirit:initiative", 316, 1, 1, nullptr, ops<&HIPGSServiceType::m_Initiative>(), &lmx60::validation_spec_empty, "requires"},
     {MemberKind::element, 1001, "typeName", "spirit:typeName", 566, 1, kUnbounded, nullptr, ops<&HIPGSServiceType::m_TypeName>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSServiceType::m_VendorExtensions>(), nullptr},
 };

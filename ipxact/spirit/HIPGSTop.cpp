@@ -184,7 +184,7 @@ const MemberInfo HIPGSTop::s_members[] = {
     {MemberKind::element, 1001, "group", "spirit:group", 390, 1, 1, nullptr, ops<&HIPGSTop::m_Group>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "channels", "spirit:channels", 468, 1, 1, nullptr, ops<&HIPGSTop::m_Channels>(), nullptr},
     {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 1, 1, nullptr, ops<&HIPGSTop::m_RemapStates>(), nullptr},
-    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 1, 1, nullptr, ops<&HIPGSTop::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "volatile", "spirit:volatile", 488, 1, 1, nullptr, ops<&HIPGSTop::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "access", "spirit:access", 365, 1, 1, nullptr, ops<&HIPGSTop::m_Access>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "addressBlock", "spirit:addressBlock", 485, 1, 1, nullptr, ops<&HIPGSTop::m_AddressBlock>(), nullptr},
     {MemberKind::element, 1001, "addressSpaceRef", "spirit:addressSpaceRef", 441, 1, 1, nullptr, ops<&HIPGSTop::m_AddressSpaceRef>(), nullptr},
@@ -209,7 +209,7 @@ const MemberInfo HIPGSTop::s_members[] = {
     {MemberKind::element, 1001, "monitorInterconnection", "spirit:monitorInterconnection", 565, 1, 1, nullptr, ops<&HIPGSTop::m_MonitorInterconnection>(), nullptr},
     {MemberKind::element, 1001, "design", "spirit:design", 568, 1, 1, nullptr, ops<&HIPGSTop::m_Design>(), nullptr},
     {MemberKind::element, 1001, "designConfiguration", "spirit:designConfiguration", 573, 1, 1, nullptr, ops<&HIPGSTop::m_DesignConfiguration>(), nullptr},
-    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 1, 1, nullptr, ops<&HIPGSTop::m_Presence>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 1, 1, nullptr, ops<&HIPGSTop::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
     {MemberKind::element, 1001, "abstractionDefinition", "spirit:abstractionDefinition", 584, 1, 1, nullptr, ops<&HIPGSTop::m_AbstractionDefinition>(), nullptr},
     {MemberKind::element, 1001, "abstractor", "spirit:abstractor", 579, 1, 1, nullptr, ops<&HIPGSTop::m_Abstractor>(), nullptr},
 };

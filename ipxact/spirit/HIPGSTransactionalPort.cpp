@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSTransactionalPort::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTransactionalPort::s_members[] = {
-    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSTransactionalPort::m_Presence>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSTransactionalPort::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
     {MemberKind::element, 1001, "service", "spirit:service", 532, 1, 1, nullptr, ops<&HIPGSTransactionalPort::m_Service>(), nullptr},
 };
 

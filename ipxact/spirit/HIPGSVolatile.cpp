@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSVolatile::attr_event_map[] = {
 
 
 const MemberInfo HIPGSVolatile::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSVolatile::m_Volatile>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSVolatile::m_Volatile>(), &lmx60::validation_spec_collapse, "false"},
 };
 
 

@@ -25,7 +25,7 @@ static const int32_t HIPGSWhiteboxElementType_first_events_0[] = {492, 0};
 const MemberInfo HIPGSWhiteboxElementType::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSWhiteboxElementType_first_events_0, ops<&HIPGSWhiteboxElementType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "whiteboxType", "spirit:whiteboxType", 594, 1, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_WhiteboxType>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "driveable", "spirit:driveable", 381, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_Driveable>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "driveable", "spirit:driveable", 381, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_Driveable>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "registerRef", "spirit:registerRef", 515, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_RegisterRef>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSWhiteboxElementType::m_VendorExtensions>(), nullptr},

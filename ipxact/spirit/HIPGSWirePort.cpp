@@ -21,9 +21,9 @@ const lmx60::s_event_map HIPGSWirePort::attr_event_map[] = {
 static const int32_t HIPGSWirePort_first_events_3[] = {480, 0};
 
 const MemberInfo HIPGSWirePort::s_members[] = {
-    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSWirePort::m_Presence>(), &lmx60::validation_spec_empty},
+    {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSWirePort::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
     {MemberKind::element, 1001, "width", "spirit:width", 595, 0, 1, nullptr, ops<&HIPGSWirePort::m_Width>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 0, 1, nullptr, ops<&HIPGSWirePort::m_Direction>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "direction", "spirit:direction", 379, 0, 1, nullptr, ops<&HIPGSWirePort::m_Direction>(), &lmx60::validation_spec_collapse, "out"},
     {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSWirePort_first_events_3, ops<&HIPGSWirePort::m_AnonModeConstraints>(), nullptr},
 };
 

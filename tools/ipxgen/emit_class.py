@@ -624,7 +624,6 @@ class ClassEmitter:
         return rows
 
     def element_names(self, members):
-
         """Qualified names of the elements that members read, looking through groups and compositors."""
         names = set()
         for m in members:
@@ -647,7 +646,6 @@ class ClassEmitter:
         if inherits_wildcard and not self.bound.any_attribute:
             rows.append(any_attribute_member())
         return rows + self.members
-
 
     def descendants(self):
         found = []
@@ -695,8 +693,16 @@ class ClassEmitter:
             "%s_first_events_%d" % (self.bound.name, index) if self.needs_first_set(m) else "nullptr",
             self.bound.name,  # inherited fields are named through this class, where they are accessible
             field_name(m),
-            self.spec_of(m, check_values=not self.keeps_text(m)),
+            self.spec_of(m, check_values=not self.keeps_text(m)) + self.default_text(m),
         )
+
+    @staticmethod
+    def default_text(m):
+        """An empty element takes its schema default, so the reader needs the text of it."""
+        value = m.default if m.default is not None else m.fixed
+        if m.kind not in ("element", "simple_content") or m.value_type is None or value is None:
+            return ""
+        return ", " + cpp_types.cpp_string(value)
 
     def keeps_text(self, m):
         """Enumerated simple elements of the standard hold whatever text a document gives them, so that

@@ -367,7 +367,7 @@ def member_for(model, index, ns_id, local, class_name, events):
     value = values[0]
     return Member(value_type=value.value_type, restriction=value.restriction, enum_values=list(value.enum_values),
                   enum_type=value.enum_type, enum_identifiers=list(value.enum_identifiers),
-                  whitespace=value.whitespace, **common)
+                  whitespace=value.whitespace, default=value.default, fixed=value.fixed, **common)
 
 
 def top_class(model):

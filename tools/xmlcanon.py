@@ -1,0 +1,315 @@
+#!/usr/bin/env python3
+"""Canonical form of an XML document, and the kinds of difference between two documents.
+
+    python3 tools/xmlcanon.py FILE                 canonical form on standard output
+    python3 tools/xmlcanon.py --compare IN OUT     one line per difference: kind, path, IN value, OUT value
+    python3 tools/xmlcanon.py --pairs LIST         the same for each "IN<TAB>OUT" line of LIST,
+                                                   every difference line led by IN
+
+The canonical form keeps what a document means and drops how it is spelled:
+namespace prefixes become the URIs they stand for (also inside xsi:type
+values), namespace declarations go, attributes are sorted by namespace and
+name, comments and processing instructions go, and whitespace-only text
+between elements is dropped. Text of an element without element children is
+kept exactly.
+
+--compare walks both canonical trees side by side. A differing value is
+classified: "boolean spelling" (1 and true), "number spelling" (+5 and 5,
+1.50 and 1.5, 1E3 and 1000), "whitespace" (equal once runs of whitespace
+collapse), or "value" (anything else). Elements and attributes that only one
+side has are "element only in input/output" and "attribute only in
+input/output"; children present on both sides in another order are "order",
+except a vendor element moved to the front of spirit:vendorExtensions, which
+is "typed vendor slot written first".
+
+With --schema (an XSD file; repeatable) two more kinds are told apart, from
+what the schema declares for an element of that name: "empty element written
+with its default" (no text in, the schema default out) and "xsi:type naming
+the declared type dropped".
+The exit status is 0 when the documents are equal, 1 otherwise.
+"""
+
+from __future__ import annotations
+
+import argparse
+import difflib
+import os
+import sys
+import xml.etree.ElementTree as ET
+from dataclasses import dataclass, field
+from decimal import Decimal, InvalidOperation
+from typing import Optional
+
+XSI_TYPE = "{http://www.w3.org/2001/XMLSchema-instance}type"
+VENDOR_EXTENSIONS = "{http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009}vendorExtensions"
+VENDOR_NAMESPACE = "{http://www.vorlix.com/XMLSchema/ipxact/1.0}"
+
+
+class SchemaFacts:
+    """Per element name, what any declaration of that name says: defaults and declared types."""
+
+    def __init__(self, paths: list):
+        sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "ipxgen"))
+        import xsd_loader
+        self._loader = xsd_loader
+        self.schemas = xsd_loader.SchemaSet()
+        for path in paths:
+            self.schemas.load(path)
+        self.defaults = {}  # "{uri}local" -> {default or fixed text}
+        self.types = {}  # "{uri}local" -> {"{uri}type"}
+        self._seen = set()
+        for decl in self.schemas.elements.values():
+            self._element(decl)
+        for complex_type in self.schemas.complex_types.values():
+            self._complex_type(complex_type)
+        for group in self.schemas.groups.values():
+            self._particle(group.particle)
+
+    def _element(self, decl) -> None:
+        if decl.ref is not None or id(decl) in self._seen:
+            return
+        self._seen.add(id(decl))
+        name = str(decl.name)
+        for value in (decl.default, decl.fixed):
+            if value is not None:
+                self.defaults.setdefault(name, set()).add(value)
+        if decl.type is not None:
+            self.types.setdefault(name, set()).add(str(decl.type))
+        if isinstance(decl.inline_type, self._loader.ComplexType):
+            self._complex_type(decl.inline_type)
+
+    def _complex_type(self, complex_type) -> None:
+        self._particle(complex_type.particle)
+
+    def _particle(self, particle) -> None:
+        if isinstance(particle, self._loader.ElementDecl):
+            self._element(particle)
+        elif isinstance(particle, self._loader.Compositor):
+            for inner in particle.particles:
+                self._particle(inner)
+
+
+@dataclass
+class Element:
+    name: str  # "{uri}local"
+    attributes: dict = field(default_factory=dict)
+    children: list = field(default_factory=list)  # Element | str (text in mixed content)
+
+    def elements(self) -> list:
+        return [c for c in self.children if isinstance(c, Element)]
+
+
+def parse(path: str) -> Element:
+    """The document as Elements, prefixes resolved, comments and insignificant whitespace gone."""
+    stack, scopes, pending, root = [], [{}], {}, None
+    for event, item in ET.iterparse(path, events=("start-ns", "start", "end")):
+        if event == "start-ns":
+            pending[item[0]] = item[1]
+        elif event == "start":
+            scope = dict(scopes[-1], **pending)
+            pending = {}
+            scopes.append(scope)
+            element = Element(item.tag, {k: _resolved(k, v, scope) for k, v in item.attrib.items()})
+            if stack:
+                stack[-1].children.append(element)
+            else:
+                root = element
+            stack.append(element)
+        else:
+            element = stack.pop()
+            scopes.pop()
+            _take_text(element, item)
+    return root
+
+
+def _resolved(name: str, value: str, scope: dict) -> str:
+    if name != XSI_TYPE:
+        return value
+    prefix, _, local = value.rpartition(":")
+    return "{%s}%s" % (scope.get(prefix, ""), local)
+
+
+def _take_text(element: Element, source: ET.Element) -> None:
+    """Interleaves the text pieces with the children, then drops the insignificant ones."""
+    pieces = [source.text or ""]
+    for child in source:
+        pieces.append(child.tail or "")
+    elements = element.children
+    if not elements:
+        element.children = [pieces[0]] if pieces[0] else []
+        return
+    mixed = any(p.strip() for p in pieces)
+    merged = []
+    for piece, child in zip(pieces, elements + [None]):
+        if piece and (mixed or piece.strip()):
+            merged.append(piece)
+        if child is not None:
+            merged.append(child)
+    element.children = merged
+
+
+def canonical_text(element: Element, depth: int = 0) -> str:
+    indent = "  " * depth
+    lines = ["%s<%s>" % (indent, element.name)]
+    for name in sorted(element.attributes):
+        lines.append('%s  @%s=%r' % (indent, name, element.attributes[name]))
+    for child in element.children:
+        if isinstance(child, Element):
+            lines.append(canonical_text(child, depth + 1))
+        else:
+            lines.append("%s  %r" % (indent, child))
+    return "\n".join(lines)
+
+
+# --- comparing --------------------------------------------------------------------
+
+def _number(text: str) -> Optional[Decimal]:
+    try:
+        value = Decimal(text.strip())
+    except InvalidOperation:
+        return None
+    return value if value.is_finite() else None
+
+
+def value_kind(first: str, second: str) -> str:
+    """Why two differing texts differ."""
+    booleans = {"true": True, "1": True, "false": False, "0": False}
+    a, b = first.strip(), second.strip()
+    if a in booleans and b in booleans and booleans[a] == booleans[b] and not (a.isdigit() and b.isdigit()):
+        return "boolean spelling"
+    if a.upper() in ("INF", "+INF", "-INF") and a.upper().lstrip("+") == b.upper().lstrip("+"):
+        return "number spelling"
+    number_a, number_b = _number(a), _number(b)
+    if number_a is not None and number_b is not None and number_a == number_b:
+        return "number spelling"
+    if " ".join(first.split()) == " ".join(second.split()):
+        return "whitespace"
+    return "value"
+
+
+@dataclass
+class Difference:
+    kind: str
+    path: str
+    first: str = ""
+    second: str = ""
+
+    def line(self) -> str:
+        return "\t".join([self.kind, self.path, repr(self.first), repr(self.second)])
+
+
+def compare(first: Element, second: Element, path: str = "", facts: Optional[SchemaFacts] = None) -> list:
+    path = "%s/%s" % (path, _short(first.name))
+    differences = []
+    for name in sorted(set(first.attributes) | set(second.attributes)):
+        where = "%s/@%s" % (path, _short(name))
+        if name not in second.attributes:
+            redundant = (name == XSI_TYPE and facts is not None
+                         and first.attributes[name] in facts.types.get(first.name, ()))
+            kind = "xsi:type naming the declared type dropped" if redundant else "attribute only in input"
+            differences.append(Difference(kind, where, first.attributes[name]))
+        elif name not in first.attributes:
+            differences.append(Difference("attribute only in output", where, "", second.attributes[name]))
+        elif first.attributes[name] != second.attributes[name]:
+            differences.append(Difference(value_kind(first.attributes[name], second.attributes[name]), where,
+                                          first.attributes[name], second.attributes[name]))
+    differences += _compare_texts(first, second, path, facts)
+    differences += _compare_children(first, second, path, facts)
+    return differences
+
+
+def _compare_texts(first: Element, second: Element, path: str, facts: Optional[SchemaFacts]) -> list:
+    texts_a = [c for c in first.children if isinstance(c, str)]
+    texts_b = [c for c in second.children if isinstance(c, str)]
+    if texts_a == texts_b:
+        return []
+    a, b = "".join(texts_a), "".join(texts_b)
+    if a == "" and not first.elements() and facts is not None and b in facts.defaults.get(first.name, ()):
+        return [Difference("empty element written with its default", path, a, b)]
+    return [Difference(value_kind(a, b) if a != b else "text split", path, a, b)]
+
+
+def _slot_moved_first(parent: str, names_a: list, names_b: list) -> bool:
+    """The typed vendor slot is written first inside spirit:vendorExtensions, the rest in order."""
+    if parent != VENDOR_EXTENSIONS or not names_b or not names_b[0].startswith(VENDOR_NAMESPACE):
+        return False
+    rest = list(names_a)
+    rest.remove(names_b[0])
+    return names_b[1:] == rest
+
+
+def _compare_children(parent_a: Element, parent_b: Element, path: str, facts: Optional[SchemaFacts]) -> list:
+    differences = []
+    first, second = parent_a.elements(), parent_b.elements()
+    names_a, names_b = [c.name for c in first], [c.name for c in second]
+    if sorted(names_a) == sorted(names_b) and names_a != names_b:
+        kind = "typed vendor slot written first" if _slot_moved_first(parent_a.name, names_a, names_b) else "order"
+        differences.append(Difference(kind, path, " ".join(map(_short, names_a)), " ".join(map(_short, names_b))))
+        first = sorted(first, key=lambda e: e.name)
+        second = sorted(second, key=lambda e: e.name)
+        names_a, names_b = [c.name for c in first], [c.name for c in second]
+    matcher = difflib.SequenceMatcher(a=names_a, b=names_b, autojunk=False)
+    for tag, a_start, a_end, b_start, b_end in matcher.get_opcodes():
+        if tag == "equal":
+            for a, b in zip(first[a_start:a_end], second[b_start:b_end]):
+                differences += compare(a, b, path, facts)
+            continue
+        for a in first[a_start:a_end]:
+            differences.append(Difference("element only in input", "%s/%s" % (path, _short(a.name))))
+        for b in second[b_start:b_end]:
+            differences.append(Difference("element only in output", "%s/%s" % (path, _short(b.name))))
+    return differences
+
+
+_PATH_PREFIXES = {"http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009": "spirit",
+                  "http://www.vorlix.com/XMLSchema/ipxact/1.0": "vorlix",
+                  "http://www.w3.org/2001/XMLSchema-instance": "xsi"}
+
+
+def _short(name: str) -> str:
+    """A readable path step; the prefix is only a reminder of the namespace URI."""
+    if not name.startswith("{"):
+        return name
+    uri, _, local = name[1:].partition("}")
+    return "%s:%s" % (_PATH_PREFIXES.get(uri, uri), local)
+
+
+def compare_pairs(list_path: str, facts: Optional[SchemaFacts]) -> int:
+    """One process for many comparisons: starting Python per document would cost more than comparing."""
+    differing = False
+    with open(list_path, encoding="utf-8") as pairs:
+        for line in pairs:
+            first, _, second = line.rstrip("\n").partition("\t")
+            if not second:
+                continue
+            for difference in compare(parse(first), parse(second), facts=facts):
+                differing = True
+                print("%s\t%s" % (first, difference.line()))
+    return 1 if differing else 0
+
+
+def main(argv: list) -> int:
+    parser = argparse.ArgumentParser(description="Canonicalise XML documents and compare them.")
+    parser.add_argument("--compare", action="store_true", help="compare two documents")
+    parser.add_argument("--pairs", metavar="LIST", help="compare the documents of each line of LIST")
+    parser.add_argument("--schema", action="append", default=[],
+                        help="XSD whose element defaults and types classify differences (repeatable)")
+    parser.add_argument("files", nargs="*")
+    arguments = parser.parse_args(argv)
+    facts = SchemaFacts(arguments.schema) if arguments.schema else None
+    if arguments.pairs:
+        return compare_pairs(arguments.pairs, facts)
+    if not arguments.compare:
+        for path in arguments.files:
+            print(canonical_text(parse(path)))
+        return 0
+    if len(arguments.files) != 2:
+        parser.error("--compare takes two files")
+    differences = compare(parse(arguments.files[0]), parse(arguments.files[1]), facts=facts)
+    for difference in differences:
+        print(difference.line())
+    return 1 if differences else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -473,6 +473,7 @@ const lmx60::s_ns_map* document_ns_map(const lmx60::c_xml_writer& writer, const 
 
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
+    obj.reset();  // a document replaces what the object held; it is not merged into it
     reader.set_ns_map(ns_map_reader);
     try {
         reader.read_document_element();

@@ -140,6 +140,24 @@ class SchemaIndex:
         self._costs = {}
         self.derived = self._type_families()
         self.has_vendor_schema = any(q.ns == VORLIX_URI for q in schemas.elements)
+        self._key_fields = self._child_key_fields()
+
+    def _child_key_fields(self) -> set:
+        """(element, child element) pairs where an xs:key needs the child: an element a key selects must
+        have the key's fields, and a missing child cannot be added after drawing."""
+        pairs = set()
+        for constraints in self.schemas.identity_constraints.values():
+            for constraint in constraints:
+                if constraint.kind != "key":
+                    continue
+                fields = [_xpath_name(f, constraint.namespaces) for f in constraint.fields]
+                for branch in constraint.selector.split("|"):
+                    selected = _xpath_name(branch.strip().split("/")[-1], constraint.namespaces)
+                    pairs |= {(selected, f) for f in fields if selected and f}
+        return pairs
+
+    def is_key_field(self, element: QName, child: QName) -> bool:
+        return (element, child) in self._key_fields
 
     # --- types --------------------------------------------------------------
 
@@ -282,6 +300,14 @@ class SchemaIndex:
         return None
 
 
+def _xpath_name(step: str, namespaces: dict) -> Optional[QName]:
+    """The element a one-step XPath names; None for attributes, wildcards and paths."""
+    if not step or step[0] in "@.*" or "/" in step:
+        return None
+    prefix, _, local = step.rpartition(":")
+    return QName(namespaces.get(prefix, "") if prefix else "", local)
+
+
 def _class_places(schemas: SchemaSet) -> ClassPlaces:
     try:
         return ClassPlaces(schemas, overrides.CLASS_NAMES, overrides.SHARED_CLASSES).find()
@@ -418,9 +444,13 @@ class DocumentGenerator:
 
     def particle(self, particle, context: Context) -> list:
         if isinstance(particle, ElementDecl):
-            slot = Slot(particle.min_occurs)
+            minimum = particle.min_occurs
+            if minimum == 0 and context.ancestors and self.index.is_key_field(context.ancestors[-1][0].name,
+                                                                                 self.index.element_target(particle).name):
+                minimum = 1
+            slot = Slot(minimum)
             nodes = []
-            for _ in range(self._occurs(particle.min_occurs, particle.max_occurs, context)):
+            for _ in range(self._occurs(minimum, particle.max_occurs, context)):
                 nodes.append(self.element(particle, context, slot))
                 slot.count += 1
             return nodes

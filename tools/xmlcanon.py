@@ -102,7 +102,10 @@ class Element:
 def parse(path: str) -> Element:
     """The document as Elements, prefixes resolved, comments and insignificant whitespace gone."""
     stack, scopes, pending, root = [], [{}], {}, None
-    for event, item in ET.iterparse(path, events=("start-ns", "start", "end")):
+    # Comments and processing instructions are kept in the parsed tree only to show where the
+    # whitespace around them stands between markup.
+    parser = ET.XMLParser(target=ET.TreeBuilder(insert_comments=True, insert_pis=True))
+    for event, item in ET.iterparse(path, events=("start-ns", "start", "end"), parser=parser):
         if event == "start-ns":
             pending[item[0]] = item[1]
         elif event == "start":
@@ -130,22 +133,28 @@ def _resolved(name: str, value: str, scope: dict) -> str:
 
 
 def _take_text(element: Element, source: ET.Element) -> None:
-    """Interleaves the text pieces with the children, then drops the insignificant ones."""
-    pieces = [source.text or ""]
+    """Interleaves the text pieces with the child elements, then drops the insignificant ones.
+
+    Whitespace is insignificant between markup: around child elements, comments and processing
+    instructions. The text of an element with no markup inside is its value and stays."""
+    elements = iter(element.children)
+    merged = [source.text or ""]
     for child in source:
-        pieces.append(child.tail or "")
-    elements = element.children
-    if not elements:
-        element.children = [pieces[0]] if pieces[0] else []
+        if isinstance(child.tag, str):
+            merged.append(next(elements))
+        merged.append(child.tail or "")
+    if len(source) == 0:
+        element.children = [merged[0]] if merged[0] else []
         return
-    mixed = any(p.strip() for p in pieces)
-    merged = []
-    for piece, child in zip(pieces, elements + [None]):
-        if piece and (mixed or piece.strip()):
-            merged.append(piece)
-        if child is not None:
-            merged.append(child)
-    element.children = merged
+    # Text pieces split by a comment belong together.
+    joined = []
+    for part in merged:
+        if isinstance(part, str) and joined and isinstance(joined[-1], str):
+            joined[-1] += part
+        else:
+            joined.append(part)
+    mixed = any(isinstance(p, str) and p.strip() for p in joined)
+    element.children = [p for p in joined if not isinstance(p, str) or (p and (mixed or p.strip()))]
 
 
 def canonical_text(element: Element, depth: int = 0) -> str:

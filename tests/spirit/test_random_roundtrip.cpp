@@ -1,7 +1,7 @@
 // Random documents drawn from the two schemas by tools/ipxgen/instance_gen.py, for every global
 // element: each is schema-valid, reads through the root dispatcher, writes back schema-valid, and
 // reads back equal to what was first read. IPXACT_RANDOM_COUNT sets the documents per element
-// (default 50) for a longer run.
+// (default 50) and IPXACT_RANDOM_FIRST_SEED the first seed (default 1) for longer or other runs.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -69,11 +69,21 @@ bool is_vendor_element(const std::string& root)
     return root.rfind("vorlix:", 0) == 0;
 }
 
+int positive_setting(const char* variable, int fallback)
+{
+    const char* text = std::getenv(variable);
+    int value = text != nullptr ? std::atoi(text) : 0;
+    return value > 0 ? value : fallback;
+}
+
 int documents_per_element()
 {
-    const char* text = std::getenv("IPXACT_RANDOM_COUNT");
-    int count = text != nullptr ? std::atoi(text) : 0;
-    return count > 0 ? count : kDefaultCount;
+    return positive_setting("IPXACT_RANDOM_COUNT", kDefaultCount);
+}
+
+int first_seed()
+{
+    return positive_setting("IPXACT_RANDOM_FIRST_SEED", kFirstSeed);
 }
 
 // Why the random documents cannot be made or checked here; empty when they can.
@@ -100,7 +110,7 @@ std::vector<generated_document> generate(const std::string& root, int count, con
 {
     std::string log = directory + "/generator.log";
     std::string command = "python3 " + roundtrip::quoted(generator_script()) + " --element " + root + " --count " +
-                          std::to_string(count) + " --first-seed " + std::to_string(kFirstSeed) +
+                          std::to_string(count) + " --first-seed " + std::to_string(first_seed()) +
                           " --out-dir " + roundtrip::quoted(directory) + " --ieee " +
                           roundtrip::quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +
                           roundtrip::quoted(log) + " 2>&1";

@@ -1,7 +1,9 @@
 #include <ipxact/lmx60/c_xml_reader.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include <libxml/xmlreader.h>
 #include <libxml/xmlerror.h>
@@ -41,22 +43,39 @@ elmx_error code_of_parser_fault(int code, const std::string& message)
     case XML_NS_ERR_UNDEFINED_NAMESPACE:
         return ELMX_UNDEFINED_NAMESPACE;
     case XML_ERR_ATTRIBUTE_REDEFINED:
+    case XML_NS_ERR_ATTRIBUTE_REDEFINED:
         return ELMX_DUPLICATE_ATTRIBUTE;
     default:
         break;
     }
     if (message.find("Excessive depth") != std::string::npos || message.find("huge") != std::string::npos ||
+        message.find("Huge") != std::string::npos ||
         message.find("amplification") != std::string::npos)
         return ELMX_LIMIT_EXCEEDED;
     return ELMX_NOT_WELL_FORMED;
 }
 
-int read_file_chunk(void* context, char* buffer, int length)
+bool names_encoding(const char* declared, std::initializer_list<const char*> names)
 {
-    size_t n = std::fread(buffer, 1, static_cast<size_t>(length), static_cast<FILE*>(context));
-    if (n == 0 && std::ferror(static_cast<FILE*>(context)))
-        return -1;
-    return static_cast<int>(n);
+    for (const char* name : names)
+        if (xmlStrcasecmp(BAD_CAST declared, BAD_CAST name) == 0)
+            return true;
+    return false;
+}
+
+// libxml2 follows a byte-order mark and quietly overrides a declaration that names another encoding,
+// so a mislabelled document would read as text its author never wrote.
+bool declaration_agrees_with_mark(const std::string& leading, const char* declared)
+{
+    if (!declared)
+        return true;
+    if (leading.compare(0, 3, "\xEF\xBB\xBF") == 0)
+        return names_encoding(declared, {"UTF-8", "UTF8"});
+    if (leading.compare(0, 2, "\xFF\xFE") == 0)
+        return names_encoding(declared, {"UTF-16", "UTF16", "UTF-16LE"});
+    if (leading.compare(0, 2, "\xFE\xFF") == 0)
+        return names_encoding(declared, {"UTF-16", "UTF16", "UTF-16BE"});
+    return true;
 }
 
 }  // namespace
@@ -69,7 +88,10 @@ void record_parser_fault(void* context, void* errorPtr)
     if (!error || error->level < XML_ERR_ERROR || self->m_fault.code != 0)
         return;
     self->m_fault.code = error->code;
-    self->m_fault.line = error->line;
+    // Entity text is parsed on its own, so its faults carry lines within that text; the document's
+    // parser still stands where the entity was referenced.
+    int referenceLine = self->m_reader ? xmlTextReaderGetParserLineNumber(as_reader(self->m_reader)) : 0;
+    self->m_fault.line = std::max(error->line, referenceLine);
     self->m_fault.message = error->message ? error->message : "";
     while (!self->m_fault.message.empty() && self->m_fault.message.back() == '\n')
         self->m_fault.message.pop_back();
@@ -101,6 +123,13 @@ void c_xml_reader::attach(void* textReader)
     m_reader = textReader;
     if (m_reader)
         xmlTextReaderSetStructuredErrorHandler(as_reader(m_reader), structured_fault, this);
+}
+
+void c_xml_reader::note_leading_bytes(const char* data, size_t length)
+{
+    const size_t kMarkLength = 3;
+    if (m_leading_bytes.size() < kMarkLength)
+        m_leading_bytes.append(data, std::min(length, kMarkLength - m_leading_bytes.size()));
 }
 
 void c_xml_reader::set_ns_map(const s_ns_map* map)
@@ -154,8 +183,23 @@ void c_xml_reader::fail_from_parser()
     throw c_lmx_reader_exception(code_of_parser_fault(m_fault.code, m_fault.message), line());
 }
 
+void c_xml_reader::note_text_end_line()
+{
+    xmlTextReaderPtr r = as_reader(m_reader);
+    int type = xmlTextReaderNodeType(r);
+    m_text_end_line = 0;
+    if (type != XML_READER_TYPE_TEXT && type != XML_READER_TYPE_WHITESPACE &&
+        type != XML_READER_TYPE_SIGNIFICANT_WHITESPACE)
+        return;
+    // libxml2 dates a text node at the line its first run of characters ends on.
+    xmlNodePtr node = xmlTextReaderCurrentNode(r);
+    if (node)
+        m_text_end_line = static_cast<int>(xmlGetLineNo(node));
+}
+
 bool c_xml_reader::read_node()
 {
+    note_text_end_line();
     int status = xmlTextReaderRead(as_reader(m_reader));
     if (status < 0 || m_fault.code != 0)
         fail_from_parser();
@@ -203,6 +247,9 @@ void c_xml_reader::skip_to_next_token()
         case XML_READER_TYPE_ENTITY_REFERENCE:
             refuse_entity_reference();
             break;
+        case XML_READER_TYPE_DOCUMENT_TYPE:
+            refuse_external_subset();
+            break;
         case XML_READER_TYPE_NONE:
             m_token = tok_eof;
             return;
@@ -221,6 +268,12 @@ elmx_error c_xml_reader::read_document_element()
     skip_to_next_token();
     if (m_token != tok_start)
         return capture_error(ELMX_NO_ROOT, m_source_name, __FILE__, __LINE__);
+    const char* declared = reinterpret_cast<const char*>(xmlTextReaderConstEncoding(as_reader(m_reader)));
+    if (!declaration_agrees_with_mark(m_leading_bytes, declared)) {
+        // The declaration can only stand on the first line.
+        std::string item = std::string("encoding=\"") + declared + "\" after another byte-order mark";
+        return capture_error_at(ELMX_ENCODING_ERROR, item, __FILE__, __LINE__, 1);
+    }
     return ELMX_OK;
 }
 
@@ -378,7 +431,6 @@ void c_xml_reader::capture_element(c_any_info* out)
     if (node && node->doc && !node->doc->encoding)
         node->doc->encoding = xmlStrdup(BAD_CAST "UTF-8");
     xmlChar* xml = xmlTextReaderReadOuterXml(r);
-
     if (m_fault.code != 0) {
         xmlFree(xml);
         fail_from_parser();
@@ -396,9 +448,32 @@ elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item,
 
 void c_xml_reader::refuse_entity_reference()
 {
-    // The reference node carries the line of its parent; the parser stands on the reference itself.
-    capture_error_at(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__,
-                     xmlTextReaderGetParserLineNumber(as_reader(m_reader)));
+    // libxml2 gives a reference no line of its own, only its parent's; text just before the
+    // reference ends on the reference's line.
+    xmlNodePtr node = xmlTextReaderCurrentNode(as_reader(m_reader));
+    long documentLine = m_text_end_line;
+    if (documentLine <= 0 && node)
+        documentLine = xmlGetLineNo(node);
+    if (documentLine <= 0)
+        documentLine = xmlTextReaderGetParserLineNumber(as_reader(m_reader));
+    capture_error_at(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__, static_cast<int>(documentLine));
+}
+
+void c_xml_reader::refuse_external_subset()
+{
+    // An external subset is never loaded, so a document that relies on one cannot mean what it says.
+    auto* dtd = reinterpret_cast<xmlDtdPtr>(xmlTextReaderCurrentNode(as_reader(m_reader)));
+    if (!dtd || (!dtd->SystemID && !dtd->ExternalID))
+        return;
+    // libxml2 keeps no line for the document type; the element it declares follows it closely.
+    long documentLine = -1;
+    for (xmlNodePtr next = dtd->next; next && documentLine <= 0; next = next->next)
+        documentLine = xmlGetLineNo(next);
+    if (documentLine <= 0)
+        documentLine = xmlTextReaderGetParserLineNumber(as_reader(m_reader));
+    const xmlChar* named = dtd->SystemID ? dtd->SystemID : dtd->ExternalID;
+    capture_error_at(ELMX_EXTERNAL_ENTITY, reinterpret_cast<const char*>(named), __FILE__, __LINE__,
+                     static_cast<int>(documentLine));
 }
 
 elmx_error c_xml_reader::capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
@@ -447,6 +522,7 @@ c_xml_reader_memory::c_xml_reader_memory(const c_read_memory& memory, const std:
 c_xml_reader_memory::c_xml_reader_memory(const char* data, size_t length, const std::string& sourceName)
     : c_xml_reader(sourceName)
 {
+    note_leading_bytes(data ? data : "", length);
     // libxml2 takes an int length; larger inputs are refused rather than truncated.
     if (length <= static_cast<size_t>(INT32_MAX))
         attach(xmlReaderForMemory(data ? data : "", static_cast<int>(length), nullptr, nullptr, kParserOptions));
@@ -458,7 +534,18 @@ c_xml_reader_file::c_xml_reader_file(const char* fileName) : c_xml_reader(fileNa
     if (!file)
         return;
     m_file = file;
-    attach(xmlReaderForIO(read_file_chunk, nullptr, file, nullptr, nullptr, kParserOptions));
+    attach(xmlReaderForIO(read_chunk, nullptr, this, nullptr, nullptr, kParserOptions));
+}
+
+int c_xml_reader_file::read_chunk(void* context, char* buffer, int length)
+{
+    auto* self = static_cast<c_xml_reader_file*>(context);
+    auto* file = static_cast<FILE*>(self->m_file);
+    size_t n = std::fread(buffer, 1, static_cast<size_t>(length), file);
+    if (n == 0 && std::ferror(file))
+        return -1;
+    self->note_leading_bytes(buffer, n);
+    return static_cast<int>(n);
 }
 
 c_xml_reader_file::~c_xml_reader_file()

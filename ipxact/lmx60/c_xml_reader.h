@@ -94,12 +94,16 @@ public:
 protected:
     explicit c_xml_reader(const std::string& sourceName);
     void attach(void* textReader);
+    // The first bytes of the input as they arrive, to find a byte-order mark.
+    void note_leading_bytes(const char* data, size_t length);
 
 private:
     bool read_node();  // false at the end of the input
+    void note_text_end_line();
     void fail_from_parser();
     void take_element_name();
     void refuse_entity_reference();
+    void refuse_external_subset();
     elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
                                 int documentLine);
     void take_attribute_name();
@@ -111,6 +115,7 @@ private:
     size_t m_token_count = 0;
     bool m_virtual_end = false;      // the end of an empty element, which libxml2 does not report
     bool m_positioned_after = false; // libxml2 already stands past the element we passed over
+    int m_text_end_line = 0;         // where the text just passed ends; 0 after anything else
     int m_element_ns_id = -1;
     const char* m_element_local = "";
     size_t m_element_local_length = 0;
@@ -123,6 +128,7 @@ private:
     std::string m_source_name;
     s_debug_error m_debug;
     reader_error_handler m_handler;
+    std::string m_leading_bytes;
     struct parser_fault {
         int code = 0;
         int line = 0;
@@ -151,6 +157,8 @@ public:
     bool is_open() const { return m_file != nullptr; }
 
 private:
+    static int read_chunk(void* self, char* buffer, int length);
+
     void* m_file = nullptr;
 };
 

@@ -59,26 +59,28 @@ long count_characters(const std::string& value)
 
 }  // namespace
 
+// Text that is no number at all is the value type's fault, which its parser reports; the bounds
+// judge numbers only, so that one bad text is one fault.
 bool facets_hold(const c_facets& facets, const std::string& value)
 {
     if (facets.min_inclusive) {
         int order = compare_number(value, facets.min_inclusive);
-        if (order == 2 || order < 0)
+        if (order != 2 && order < 0)
             return false;
     }
     if (facets.max_inclusive) {
         int order = compare_number(value, facets.max_inclusive);
-        if (order == 2 || order > 0)
+        if (order != 2 && order > 0)
             return false;
     }
     if (facets.min_exclusive) {
         int order = compare_number(value, facets.min_exclusive);
-        if (order == 2 || order <= 0)
+        if (order != 2 && order <= 0)
             return false;
     }
     if (facets.max_exclusive) {
         int order = compare_number(value, facets.max_exclusive);
-        if (order == 2 || order >= 0)
+        if (order != 2 && order >= 0)
             return false;
     }
     long length = (facets.min_length >= 0 || facets.max_length >= 0) ? count_characters(value) : 0;

@@ -28,7 +28,7 @@ const MemberInfo HIPGSAddressSpace::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressSpace_first_events_0, ops<&HIPGSAddressSpace::m_NameGroup>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, HIPGSAddressSpace_first_events_1, ops<&HIPGSAddressSpace::m_BlockSize>(), nullptr},
     {MemberKind::element, 1001, "segments", "spirit:segments", 531, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_Segments>(), nullptr},
-    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_AddressUnitBits>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "executableImage", "spirit:executableImage", 401, 0, kUnbounded, nullptr, ops<&HIPGSAddressSpace::m_ExecutableImage>(), nullptr},
     {MemberKind::element, 1001, "localMemoryMap", "spirit:localMemoryMap", 456, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_LocalMemoryMap>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAddressSpace::m_Parameters>(), nullptr},
@@ -215,6 +215,10 @@ void HIPGSAddressSpace::unsetSegments()
 
 lmx60::elmx_error HIPGSAddressSpace::setAddressUnitBits(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "addressUnitBits"))
+        return error;
     m_AddressUnitBits.set(value);
     return lmx60::ELMX_OK;
 }

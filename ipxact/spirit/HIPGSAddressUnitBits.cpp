@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSAddressUnitBits::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAddressUnitBits::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAddressUnitBits::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSAddressUnitBits::m_AddressUnitBits>(), &validation_spec_collapse_Value84},
 };
 
 
@@ -170,6 +170,10 @@ lmx60::elmx_error HIPGSAddressUnitBits::marshal(lmx60::c_xml_writer& writer, con
 
 lmx60::elmx_error HIPGSAddressUnitBits::setAddressUnitBits(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "addressUnitBits"))
+        return error;
     m_AddressUnitBits.set(value);
     return lmx60::ELMX_OK;
 }

@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSAnonLeft::attr_event_map[] = {
 
 
 const MemberInfo HIPGSAnonLeft::s_members[] = {
-    {MemberKind::element, 1001, "left", "spirit:left", 449, 1, 1, nullptr, ops<&HIPGSAnonLeft::m_Left>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "right", "spirit:right", 526, 1, 1, nullptr, ops<&HIPGSAnonLeft::m_Right>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "left", "spirit:left", 449, 1, 1, nullptr, ops<&HIPGSAnonLeft::m_Left>(), &validation_spec_collapse_Value82},
+    {MemberKind::element, 1001, "right", "spirit:right", 526, 1, 1, nullptr, ops<&HIPGSAnonLeft::m_Right>(), &validation_spec_collapse_Value82},
 };
 
 
@@ -124,12 +124,20 @@ bool HIPGSAnonLeft::unmarshal(lmx60::c_xml_reader& reader, lmx60::elmx_error* er
 
 lmx60::elmx_error HIPGSAnonLeft::setLeft(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "left"))
+        return error;
     m_Left.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAnonLeft::setRight(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "right"))
+        return error;
     m_Right.set(value);
     return lmx60::ELMX_OK;
 }

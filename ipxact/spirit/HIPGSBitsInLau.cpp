@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSBitsInLau::attr_event_map[] = {
 
 
 const MemberInfo HIPGSBitsInLau::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitsInLau::m_BitsInLau>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitsInLau::m_BitsInLau>(), &validation_spec_collapse_Value84},
 };
 
 
@@ -170,6 +170,10 @@ lmx60::elmx_error HIPGSBitsInLau::marshal(lmx60::c_xml_writer& writer, const cha
 
 lmx60::elmx_error HIPGSBitsInLau::setBitsInLau(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "bitsInLau"))
+        return error;
     m_BitsInLau.set(value);
     return lmx60::ELMX_OK;
 }

@@ -30,8 +30,8 @@ const MemberInfo HIPGSBusDefinition::s_members[] = {
     {MemberKind::element, 1001, "directConnection", "spirit:directConnection", 378, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_DirectConnection>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "isAddressable", "spirit:isAddressable", 439, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_IsAddressable>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "extends", "spirit:extends", 296, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_Extends>(), nullptr},
-    {MemberKind::element, 1001, "maxMasters", "spirit:maxMasters", 464, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_MaxMasters>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "maxSlaves", "spirit:maxSlaves", 466, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_MaxSlaves>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "maxMasters", "spirit:maxMasters", 464, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_MaxMasters>(), &validation_spec_collapse_Value82},
+    {MemberKind::element, 1001, "maxSlaves", "spirit:maxSlaves", 466, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_MaxSlaves>(), &validation_spec_collapse_Value82},
     {MemberKind::element, 1001, "systemGroupNames", "spirit:systemGroupNames", 552, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_SystemGroupNames>(), nullptr},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_VendorExtensions>(), nullptr},
@@ -268,12 +268,20 @@ void HIPGSBusDefinition::unsetExtends()
 
 lmx60::elmx_error HIPGSBusDefinition::setMaxMasters(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "maxMasters"))
+        return error;
     m_MaxMasters.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBusDefinition::setMaxSlaves(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "maxSlaves"))
+        return error;
     m_MaxSlaves.set(value);
     return lmx60::ELMX_OK;
 }

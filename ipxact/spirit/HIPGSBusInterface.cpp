@@ -34,7 +34,7 @@ const MemberInfo HIPGSBusInterface::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_3, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
     {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterface::m_PortMaps>(), nullptr},
-    {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "bitSteering", "spirit:bitSteering", 314, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitSteering>(), nullptr},
     {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Endianness>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Parameters>(), nullptr},
@@ -346,6 +346,10 @@ void HIPGSBusInterface::unsetPortMaps()
 
 lmx60::elmx_error HIPGSBusInterface::setBitsInLau(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "bitsInLau"))
+        return error;
     m_BitsInLau.set(value);
     return lmx60::ELMX_OK;
 }

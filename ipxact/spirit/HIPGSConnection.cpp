@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSConnection::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConnection::s_members[] = {
-    {MemberKind::element, 1001, "maxConnections", "spirit:maxConnections", 463, 0, 1, nullptr, ops<&HIPGSConnection::m_MaxConnections>(), &lmx60::validation_spec_collapse, "0"},
-    {MemberKind::element, 1001, "minConnections", "spirit:minConnections", 473, 0, 1, nullptr, ops<&HIPGSConnection::m_MinConnections>(), &lmx60::validation_spec_collapse, "1"},
+    {MemberKind::element, 1001, "maxConnections", "spirit:maxConnections", 463, 0, 1, nullptr, ops<&HIPGSConnection::m_MaxConnections>(), &validation_spec_collapse_Value82, "0"},
+    {MemberKind::element, 1001, "minConnections", "spirit:minConnections", 473, 0, 1, nullptr, ops<&HIPGSConnection::m_MinConnections>(), &validation_spec_collapse_Value82, "1"},
 };
 
 
@@ -115,12 +115,20 @@ lmx60::elmx_error HIPGSConnection::marshal(lmx60::c_xml_writer& writer, const ch
 
 lmx60::elmx_error HIPGSConnection::setMaxConnections(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "maxConnections"))
+        return error;
     m_MaxConnections.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConnection::setMinConnections(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "minConnections"))
+        return error;
     m_MinConnections.set(value);
     return lmx60::ELMX_OK;
 }

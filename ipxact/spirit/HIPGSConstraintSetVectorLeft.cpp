@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSConstraintSetVectorLeft::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConstraintSetVectorLeft::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSConstraintSetVectorLeft::m_Left>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSConstraintSetVectorLeft::m_Left>(), &validation_spec_collapse_Value82},
 };
 
 
@@ -108,6 +108,10 @@ lmx60::elmx_error HIPGSConstraintSetVectorLeft::marshal(lmx60::c_xml_writer& wri
 
 lmx60::elmx_error HIPGSConstraintSetVectorLeft::setLeft(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "left"))
+        return error;
     m_Left.set(value);
     return lmx60::ELMX_OK;
 }

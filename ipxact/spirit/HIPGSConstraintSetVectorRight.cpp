@@ -17,7 +17,7 @@ const lmx60::s_event_map HIPGSConstraintSetVectorRight::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConstraintSetVectorRight::s_members[] = {
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSConstraintSetVectorRight::m_Right>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSConstraintSetVectorRight::m_Right>(), &validation_spec_collapse_Value82},
 };
 
 
@@ -108,6 +108,10 @@ lmx60::elmx_error HIPGSConstraintSetVectorRight::marshal(lmx60::c_xml_writer& wr
 
 lmx60::elmx_error HIPGSConstraintSetVectorRight::setRight(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "right"))
+        return error;
     m_Right.set(value);
     return lmx60::ELMX_OK;
 }

@@ -87,7 +87,7 @@ const MemberInfo HIPGSCoreExtensions::s_members[] = {
     {MemberKind::element, 1000, "vendorDisplayName", "vorlix:vendorDisplayName", 271, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_VendorDisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "advertisementURL", "vorlix:advertisementURL", 23, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_AdvertisementURL>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "vendorURL", "vorlix:vendorURL", 272, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_VendorURL>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1000, "coreRevision", "vorlix:coreRevision", 70, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_CoreRevision>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1000, "coreRevision", "vorlix:coreRevision", 70, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_CoreRevision>(), &validation_spec_collapse_Value81},
     {MemberKind::element, 1000, "vorlixVersionCompatibility", "vorlix:vorlixVersionCompatibility", 279, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_VorlixVersionCompatibility>(), nullptr},
     {MemberKind::element, 1000, "licenseKeys", "vorlix:licenseKeys", 147, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_LicenseKeys>(), nullptr},
     {MemberKind::element, 1000, "paymentRequired", "vorlix:paymentRequired", 175, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_PaymentRequired>(), &lmx60::validation_spec_collapse},
@@ -692,6 +692,10 @@ lmx60::elmx_error HIPGSCoreExtensions::setVendorURL(const std::string& value)
 
 lmx60::elmx_error HIPGSCoreExtensions::setCoreRevision(const long long& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator81(text, "coreRevision"))
+        return error;
     m_CoreRevision.set(value);
     return lmx60::ELMX_OK;
 }

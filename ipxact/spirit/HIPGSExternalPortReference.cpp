@@ -21,8 +21,8 @@ const lmx60::s_event_map HIPGSExternalPortReference::attr_event_map[] = {
 
 const MemberInfo HIPGSExternalPortReference::s_members[] = {
     {MemberKind::attribute, 1001, "portRef", "spirit:portRef", 507, 1, 1, nullptr, ops<&HIPGSExternalPortReference::m_PortRefAttr>(), &validation_spec_collapse_Lexical5},
-    {MemberKind::attribute, 1001, "left", "spirit:left", 450, 0, 1, nullptr, ops<&HIPGSExternalPortReference::m_LeftAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "right", "spirit:right", 527, 0, 1, nullptr, ops<&HIPGSExternalPortReference::m_RightAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "left", "spirit:left", 450, 0, 1, nullptr, ops<&HIPGSExternalPortReference::m_LeftAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "right", "spirit:right", 527, 0, 1, nullptr, ops<&HIPGSExternalPortReference::m_RightAttr>(), &validation_spec_collapse_Value82},
 };
 
 
@@ -125,12 +125,20 @@ lmx60::elmx_error HIPGSExternalPortReference::setPortRefAttr(const std::string& 
 
 lmx60::elmx_error HIPGSExternalPortReference::setLeftAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "left"))
+        return error;
     m_LeftAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSExternalPortReference::setRightAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "right"))
+        return error;
     m_RightAttr.set(value);
     return lmx60::ELMX_OK;
 }

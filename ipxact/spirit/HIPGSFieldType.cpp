@@ -41,13 +41,13 @@ const MemberInfo HIPGSFieldType::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSFieldType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSFieldType::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSFieldType::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSFieldType::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSFieldType::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSFieldType::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSFieldType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSFieldType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSFieldType::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFieldType_first_events_12, ops<&HIPGSFieldType::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "bitOffset", "spirit:bitOffset", 311, 1, 1, nullptr, ops<&HIPGSFieldType::m_BitOffset>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "bitOffset", "spirit:bitOffset", 311, 1, 1, nullptr, ops<&HIPGSFieldType::m_BitOffset>(), &validation_spec_collapse_Value82},
     {MemberKind::group, 1001, nullptr, "spirit:fieldDefinitionGroup", 0, 1, 1, HIPGSFieldType_first_events_14, ops<&HIPGSFieldType::m_FieldDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSFieldType::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFieldType::m_VendorExtensions>(), nullptr},
@@ -242,6 +242,10 @@ lmx60::elmx_error HIPGSFieldType::setOrderAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSFieldType::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
@@ -312,6 +316,10 @@ void HIPGSFieldType::unsetNameGroup()
 
 lmx60::elmx_error HIPGSFieldType::setBitOffset(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitOffset"))
+        return error;
     m_BitOffset.set(value);
     return lmx60::ELMX_OK;
 }

@@ -23,8 +23,8 @@ const lmx60::s_event_map HIPGSInternalPortReference::attr_event_map[] = {
 const MemberInfo HIPGSInternalPortReference::s_members[] = {
     {MemberKind::attribute, 1001, "componentRef", "spirit:componentRef", 357, 1, 1, nullptr, ops<&HIPGSInternalPortReference::m_ComponentRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "portRef", "spirit:portRef", 507, 1, 1, nullptr, ops<&HIPGSInternalPortReference::m_PortRefAttr>(), &validation_spec_collapse_Lexical5},
-    {MemberKind::attribute, 1001, "left", "spirit:left", 450, 0, 1, nullptr, ops<&HIPGSInternalPortReference::m_LeftAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "right", "spirit:right", 527, 0, 1, nullptr, ops<&HIPGSInternalPortReference::m_RightAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "left", "spirit:left", 450, 0, 1, nullptr, ops<&HIPGSInternalPortReference::m_LeftAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "right", "spirit:right", 527, 0, 1, nullptr, ops<&HIPGSInternalPortReference::m_RightAttr>(), &validation_spec_collapse_Value82},
 };
 
 
@@ -135,12 +135,20 @@ lmx60::elmx_error HIPGSInternalPortReference::setPortRefAttr(const std::string& 
 
 lmx60::elmx_error HIPGSInternalPortReference::setLeftAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "left"))
+        return error;
     m_LeftAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSInternalPortReference::setRightAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "right"))
+        return error;
     m_RightAttr.set(value);
     return lmx60::ELMX_OK;
 }

@@ -36,7 +36,7 @@ const MemberInfo HIPGSLinkerFlags::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSLinkerFlags::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
@@ -226,6 +226,10 @@ lmx60::elmx_error HIPGSLinkerFlags::setOrderAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSLinkerFlags::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }

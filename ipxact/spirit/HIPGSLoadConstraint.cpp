@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSLoadConstraint::attr_event_map[] = {
 
 const MemberInfo HIPGSLoadConstraint::s_members[] = {
     {MemberKind::element, 1001, "cellSpecification", "spirit:cellSpecification", 350, 1, 1, nullptr, ops<&HIPGSLoadConstraint::m_CellSpecification>(), nullptr},
-    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &lmx60::validation_spec_collapse, "3"},
+    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &validation_spec_collapse_Value84, "3"},
 };
 
 
@@ -201,6 +201,10 @@ void HIPGSLoadConstraint::unsetCellSpecification()
 
 lmx60::elmx_error HIPGSLoadConstraint::setCount(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "count"))
+        return error;
     m_Count.set(value);
     return lmx60::ELMX_OK;
 }

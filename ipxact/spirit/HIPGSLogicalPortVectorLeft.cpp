@@ -36,12 +36,12 @@ const MemberInfo HIPGSLogicalPortVectorLeft::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_Left>(), &lmx60::validation_spec_collapse},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_Left>(), &validation_spec_collapse_Value82},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSLogicalPortVectorLeft::m_any_attribute>(), nullptr},
 };
 
@@ -227,6 +227,10 @@ lmx60::elmx_error HIPGSLogicalPortVectorLeft::setOrderAttr(const std::string& va
 
 lmx60::elmx_error HIPGSLogicalPortVectorLeft::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
@@ -272,6 +276,10 @@ lmx60::elmx_error HIPGSLogicalPortVectorLeft::setPromptAttr(const std::string& v
 
 lmx60::elmx_error HIPGSLogicalPortVectorLeft::setLeft(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "left"))
+        return error;
     m_Left.set(value);
     return lmx60::ELMX_OK;
 }

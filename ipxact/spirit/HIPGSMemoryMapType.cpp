@@ -41,7 +41,7 @@ const MemberInfo HIPGSMemoryMapType::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
@@ -49,7 +49,7 @@ const MemberInfo HIPGSMemoryMapType::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSMemoryMapType_first_events_12, ops<&HIPGSMemoryMapType::m_NameGroup>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:memoryMap", 0, 0, kUnbounded, HIPGSMemoryMapType_first_events_13, ops<&HIPGSMemoryMapType::m_MemoryMap>(), nullptr},
     {MemberKind::element, 1001, "memoryRemap", "spirit:memoryRemap", 472, 0, kUnbounded, nullptr, ops<&HIPGSMemoryMapType::m_MemoryRemap>(), nullptr},
-    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_AddressUnitBits>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "memoryMapInfo", "vorlix:memoryMapInfo", 0, 0, 1, nullptr, ops<&HIPGSMemoryMapType::m_MemoryMapInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSMemoryMapType::m_any_attribute>(), nullptr},
@@ -245,6 +245,10 @@ lmx60::elmx_error HIPGSMemoryMapType::setOrderAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSMemoryMapType::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
@@ -425,6 +429,10 @@ void HIPGSMemoryMapType::clearMemoryRemap()
 
 lmx60::elmx_error HIPGSMemoryMapType::setAddressUnitBits(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "addressUnitBits"))
+        return error;
     m_AddressUnitBits.set(value);
     return lmx60::ELMX_OK;
 }

@@ -43,13 +43,13 @@ const MemberInfo HIPGSRegister::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSRegister::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSRegister::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSRegister::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSRegister::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSRegister::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSRegister::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSRegister::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSRegister::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSRegister::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRegister_first_events_12, ops<&HIPGSRegister::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegister::m_Dim>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegister::m_Dim>(), &validation_spec_collapse_Value82},
     {MemberKind::element, 1001, "addressOffset", "spirit:addressOffset", 291, 1, 1, nullptr, ops<&HIPGSRegister::m_AddressOffset>(), &validation_spec_preserve_Lexical2},
     {MemberKind::group, 1001, nullptr, "spirit:registerDefinitionGroup", 0, 1, 1, HIPGSRegister_first_events_15, ops<&HIPGSRegister::m_RegisterDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "alternateRegisters", "spirit:alternateRegisters", 301, 0, 1, nullptr, ops<&HIPGSRegister::m_AlternateRegisters>(), nullptr},
@@ -253,6 +253,10 @@ lmx60::elmx_error HIPGSRegister::setOrderAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSRegister::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
@@ -323,18 +327,30 @@ void HIPGSRegister::unsetNameGroup()
 
 lmx60::elmx_error HIPGSRegister::appendDim(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.append(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegister::insertDim(size_t index, const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.insert(index, value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegister::setDim(size_t index, const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.get(index) = value;
     return lmx60::ELMX_OK;
 }

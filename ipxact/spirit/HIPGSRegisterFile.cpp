@@ -42,13 +42,13 @@ const MemberInfo HIPGSRegisterFile::s_members[] = {
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_OrderAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_BitStringLengthAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRegisterFile_first_events_12, ops<&HIPGSRegisterFile::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegisterFile::m_Dim>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegisterFile::m_Dim>(), &validation_spec_collapse_Value82},
     {MemberKind::element, 1001, "addressOffset", "spirit:addressOffset", 291, 1, 1, nullptr, ops<&HIPGSRegisterFile::m_AddressOffset>(), &validation_spec_preserve_Lexical2},
     {MemberKind::group, 1001, nullptr, "spirit:registerFileDefinitionGroup", 0, 1, 1, HIPGSRegisterFile_first_events_15, ops<&HIPGSRegisterFile::m_RegisterFileDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_Parameters>(), nullptr},
@@ -308,6 +308,10 @@ lmx60::elmx_error HIPGSRegisterFile::setOrderAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSRegisterFile::setBitStringLengthAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
+        return error;
     m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
@@ -378,18 +382,30 @@ void HIPGSRegisterFile::unsetNameGroup()
 
 lmx60::elmx_error HIPGSRegisterFile::appendDim(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.append(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegisterFile::insertDim(size_t index, const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.insert(index, value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRegisterFile::setDim(size_t index, const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "dim"))
+        return error;
     m_Dim.get(index) = value;
     return lmx60::ELMX_OK;
 }

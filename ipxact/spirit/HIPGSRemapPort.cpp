@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSRemapPort::attr_event_map[] = {
 
 const MemberInfo HIPGSRemapPort::s_members[] = {
     {MemberKind::attribute, 1001, "portNameRef", "spirit:portNameRef", 506, 1, 1, nullptr, ops<&HIPGSRemapPort::m_PortNameRefAttr>(), &validation_spec_collapse_Lexical5},
-    {MemberKind::attribute, 1001, "portIndex", "spirit:portIndex", 503, 0, 1, nullptr, ops<&HIPGSRemapPort::m_PortIndexAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "portIndex", "spirit:portIndex", 503, 0, 1, nullptr, ops<&HIPGSRemapPort::m_PortIndexAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSRemapPort::m_RemapPort>(), &validation_spec_preserve_Lexical2},
 };
 
@@ -124,6 +124,10 @@ lmx60::elmx_error HIPGSRemapPort::setPortNameRefAttr(const std::string& value)
 
 lmx60::elmx_error HIPGSRemapPort::setPortIndexAttr(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator82(text, "portIndex"))
+        return error;
     m_PortIndexAttr.set(value);
     return lmx60::ELMX_OK;
 }

@@ -23,7 +23,7 @@ const MemberInfo HIPGSTimingConstraint::s_members[] = {
     {MemberKind::attribute, 1001, "clockEdge", "spirit:clockEdge", 339, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockEdgeAttr>(), &validation_spec_collapse_Value69},
     {MemberKind::attribute, 1001, "delayType", "spirit:delayType", 375, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_DelayTypeAttr>(), &validation_spec_collapse_Value51},
     {MemberKind::attribute, 1001, "clockName", "spirit:clockName", 340, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockNameAttr>(), &validation_spec_collapse_Lexical5},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_TimingConstraint>(), &validation_spec_collapse_Value81},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_TimingConstraint>(), &validation_spec_collapse_Value83},
 };
 
 
@@ -235,7 +235,7 @@ lmx60::elmx_error HIPGSTimingConstraint::setTimingConstraint(const float& value)
 {
     std::string text;
     detail::format_value(value, text);
-    if (lmx60::elmx_error error = UserValidator81(text, "timingConstraint"))
+    if (lmx60::elmx_error error = UserValidator83(text, "timingConstraint"))
         return error;
     m_TimingConstraint.set(value);
     return lmx60::ELMX_OK;

@@ -178,7 +178,7 @@ const MemberInfo HIPGSTop::s_members[] = {
     {MemberKind::element, 1001, "componentGenerators", "spirit:componentGenerators", 433, 1, 1, nullptr, ops<&HIPGSTop::m_ComponentGenerators>(), nullptr},
     {MemberKind::element, 1001, "abstractorGenerators", "spirit:abstractorGenerators", 434, 1, 1, nullptr, ops<&HIPGSTop::m_AbstractorGenerators>(), nullptr},
     {MemberKind::element, 1001, "component", "spirit:component", 435, 1, 1, nullptr, ops<&HIPGSTop::m_Component>(), nullptr},
-    {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 1, 1, nullptr, ops<&HIPGSTop::m_BitsInLau>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 1, 1, nullptr, ops<&HIPGSTop::m_BitsInLau>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "busInterface", "spirit:busInterface", 437, 1, 1, nullptr, ops<&HIPGSTop::m_BusInterface>(), nullptr},
     {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 1, 1, nullptr, ops<&HIPGSTop::m_BusInterfaces>(), nullptr},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 1, 1, nullptr, ops<&HIPGSTop::m_Group>(), &lmx60::validation_spec_collapse},
@@ -193,7 +193,7 @@ const MemberInfo HIPGSTop::s_members[] = {
     {MemberKind::element, 1001, "memoryMaps", "spirit:memoryMaps", 518, 1, 1, nullptr, ops<&HIPGSTop::m_MemoryMaps>(), nullptr},
     {MemberKind::element, 1001, "bank", "spirit:bank", 514, 1, 1, nullptr, ops<&HIPGSTop::m_Bank>(), nullptr},
     {MemberKind::element, 1001, "baseAddress", "spirit:baseAddress", 442, 1, 1, nullptr, ops<&HIPGSTop::m_BaseAddress>(), nullptr},
-    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 1, 1, nullptr, ops<&HIPGSTop::m_AddressUnitBits>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "addressUnitBits", "spirit:addressUnitBits", 483, 1, 1, nullptr, ops<&HIPGSTop::m_AddressUnitBits>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "enumeratedValues", "spirit:enumeratedValues", 497, 1, 1, nullptr, ops<&HIPGSTop::m_EnumeratedValues>(), nullptr},
     {MemberKind::element, 1001, "registerFile", "spirit:registerFile", 513, 1, 1, nullptr, ops<&HIPGSTop::m_RegisterFile>(), nullptr},
     {MemberKind::element, 1001, "model", "spirit:model", 521, 1, 1, nullptr, ops<&HIPGSTop::m_Model>(), nullptr},
@@ -2886,6 +2886,10 @@ void HIPGSTop::select_BitsInLau()
 lmx60::elmx_error HIPGSTop::setBitsInLau(const lmx60::c_big_int& value)
 {
     select_BitsInLau();
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "bitsInLau"))
+        return error;
     m_BitsInLau.set(value);
     return lmx60::ELMX_OK;
 }
@@ -3323,6 +3327,10 @@ void HIPGSTop::select_AddressUnitBits()
 lmx60::elmx_error HIPGSTop::setAddressUnitBits(const lmx60::c_big_int& value)
 {
     select_AddressUnitBits();
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "addressUnitBits"))
+        return error;
     m_AddressUnitBits.set(value);
     return lmx60::ELMX_OK;
 }

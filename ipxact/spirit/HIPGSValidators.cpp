@@ -1565,7 +1565,7 @@ lmx60::elmx_error UserValidator80(const std::string& value, const char* item)
     return lmx60::ELMX_OK;
 }
 
-static const lmx60::c_facets facets_81 = {"0.0", "100.0", nullptr, nullptr, -1, -1};
+static const lmx60::c_facets facets_81 = {"-9223372036854775808", "9223372036854775807", nullptr, nullptr, -1, -1};
 
 lmx60::elmx_error ValueValidator81(lmx60::c_xml_reader& reader, const std::string& value)
 {
@@ -1579,7 +1579,7 @@ lmx60::elmx_error UserValidator81(const std::string& value, const char* item)
     return lmx60::ELMX_OK;
 }
 
-static const lmx60::c_facets facets_82 = {nullptr, nullptr, nullptr, nullptr, 0, 1};
+static const lmx60::c_facets facets_82 = {"0", nullptr, nullptr, nullptr, -1, -1};
 
 lmx60::elmx_error ValueValidator82(lmx60::c_xml_reader& reader, const std::string& value)
 {
@@ -1589,6 +1589,48 @@ lmx60::elmx_error ValueValidator82(lmx60::c_xml_reader& reader, const std::strin
 lmx60::elmx_error UserValidator82(const std::string& value, const char* item)
 {
     if (!lmx60::facets_hold(facets_82, value))
+        return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
+    return lmx60::ELMX_OK;
+}
+
+static const lmx60::c_facets facets_83 = {"0.0", "100.0", nullptr, nullptr, -1, -1};
+
+lmx60::elmx_error ValueValidator83(lmx60::c_xml_reader& reader, const std::string& value)
+{
+    return lmx60::check_facets(reader, facets_83, value);
+}
+
+lmx60::elmx_error UserValidator83(const std::string& value, const char* item)
+{
+    if (!lmx60::facets_hold(facets_83, value))
+        return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
+    return lmx60::ELMX_OK;
+}
+
+static const lmx60::c_facets facets_84 = {"1", nullptr, nullptr, nullptr, -1, -1};
+
+lmx60::elmx_error ValueValidator84(lmx60::c_xml_reader& reader, const std::string& value)
+{
+    return lmx60::check_facets(reader, facets_84, value);
+}
+
+lmx60::elmx_error UserValidator84(const std::string& value, const char* item)
+{
+    if (!lmx60::facets_hold(facets_84, value))
+        return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
+    return lmx60::ELMX_OK;
+}
+
+static const lmx60::c_facets facets_85 = {nullptr, nullptr, nullptr, nullptr, 0, 1};
+
+lmx60::elmx_error ValueValidator85(lmx60::c_xml_reader& reader, const std::string& value)
+{
+    return lmx60::check_facets(reader, facets_85, value);
+}
+
+lmx60::elmx_error UserValidator85(const std::string& value, const char* item)
+{
+    if (!lmx60::facets_hold(facets_85, value))
         return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
     return lmx60::ELMX_OK;
 }
@@ -1608,6 +1650,9 @@ const lmx60::c_untyped_validation_spec validation_spec_collapse_Value69 = {lmx60
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value71 = {lmx60::ews_collapse, nullptr, ValueValidator71};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value81 = {lmx60::ews_collapse, nullptr, ValueValidator81};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value82 = {lmx60::ews_collapse, nullptr, ValueValidator82};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value83 = {lmx60::ews_collapse, nullptr, ValueValidator83};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value84 = {lmx60::ews_collapse, nullptr, ValueValidator84};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value85 = {lmx60::ews_collapse, nullptr, ValueValidator85};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical1 = {lmx60::ews_preserve, LexicalValidator1, nullptr};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical2 = {lmx60::ews_preserve, LexicalValidator2, nullptr};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical3 = {lmx60::ews_preserve, LexicalValidator3, nullptr};

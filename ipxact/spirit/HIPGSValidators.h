@@ -181,6 +181,12 @@ lmx60::elmx_error ValueValidator81(lmx60::c_xml_reader& reader, const std::strin
 lmx60::elmx_error UserValidator81(const std::string& value, const char* item);
 lmx60::elmx_error ValueValidator82(lmx60::c_xml_reader& reader, const std::string& value);
 lmx60::elmx_error UserValidator82(const std::string& value, const char* item);
+lmx60::elmx_error ValueValidator83(lmx60::c_xml_reader& reader, const std::string& value);
+lmx60::elmx_error UserValidator83(const std::string& value, const char* item);
+lmx60::elmx_error ValueValidator84(lmx60::c_xml_reader& reader, const std::string& value);
+lmx60::elmx_error UserValidator84(const std::string& value, const char* item);
+lmx60::elmx_error ValueValidator85(lmx60::c_xml_reader& reader, const std::string& value);
+lmx60::elmx_error UserValidator85(const std::string& value, const char* item);
 
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical5;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical6;
@@ -197,6 +203,9 @@ extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value69;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value71;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value81;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value82;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value83;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value84;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value85;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical1;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical2;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical3;

@@ -22,7 +22,7 @@ static const int32_t HIPGSWirePort_first_events_3[] = {480, 0};
 
 const MemberInfo HIPGSWirePort::s_members[] = {
     {MemberKind::element, 1001, "presence", "spirit:presence", 583, 0, 1, nullptr, ops<&HIPGSWirePort::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
-    {MemberKind::element, 1001, "width", "spirit:width", 595, 0, 1, nullptr, ops<&HIPGSWirePort::m_Width>(), &lmx60::validation_spec_collapse},
+    {MemberKind::element, 1001, "width", "spirit:width", 595, 0, 1, nullptr, ops<&HIPGSWirePort::m_Width>(), &validation_spec_collapse_Value84},
     {MemberKind::element, 1001, "direction", "spirit:direction", 379, 0, 1, nullptr, ops<&HIPGSWirePort::m_Direction>(), &lmx60::validation_spec_collapse, "out"},
     {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSWirePort_first_events_3, ops<&HIPGSWirePort::m_AnonModeConstraints>(), nullptr},
 };
@@ -155,6 +155,10 @@ bool HIPGSWirePort::setEnumPresence(e_enum_Presence value)
 
 lmx60::elmx_error HIPGSWirePort::setWidth(const lmx60::c_big_int& value)
 {
+    std::string text;
+    detail::format_value(value, text);
+    if (lmx60::elmx_error error = UserValidator84(text, "width"))
+        return error;
     m_Width.set(value);
     return lmx60::ELMX_OK;
 }

@@ -45,8 +45,22 @@ def _builtin_whitespace(local: str) -> str:
     return "collapse"
 
 
+# The value spaces of the built-in integers, checked like the bounds a schema writes itself: a value
+# one past them is as wrong as one past a declared facet.
+_BUILTIN_BOUNDS = {
+    "nonNegativeInteger": ("0", None), "positiveInteger": ("1", None),
+    "nonPositiveInteger": (None, "0"), "negativeInteger": (None, "-1"),
+    "unsignedLong": ("0", "18446744073709551615"),
+    "long": ("-9223372036854775808", "9223372036854775807"), "int": ("-2147483648", "2147483647"),
+    "short": ("-32768", "32767"), "byte": ("-128", "127"),
+    "unsignedInt": ("0", "4294967295"), "unsignedShort": ("0", "65535"), "unsignedByte": ("0", "255"),
+}
+
+
 def _builtin(local: str) -> SimpleValue:
-    return SimpleValue(_BUILTIN_VALUE_TYPES.get(local, "string"), Facets(),
+    minimum, maximum = _BUILTIN_BOUNDS.get(local, (None, None))
+    return SimpleValue(_BUILTIN_VALUE_TYPES.get(local, "string"),
+                       Facets(min_inclusive=minimum, max_inclusive=maximum),
                        _builtin_whitespace(local), "xs:" + local)
 
 

@@ -52,6 +52,7 @@ HIPGSBaseIdentifier::~HIPGSBaseIdentifier() = default;
 
 void HIPGSBaseIdentifier::swap(HIPGSBaseIdentifier& other) noexcept
 {
+    (void)other;
 }
 
 bool HIPGSBaseIdentifier::operator==(const HIPGSBaseIdentifier& other) const

@@ -52,6 +52,7 @@ HIPGSValueMaskConfigType::~HIPGSValueMaskConfigType() = default;
 
 void HIPGSValueMaskConfigType::swap(HIPGSValueMaskConfigType& other) noexcept
 {
+    (void)other;
 }
 
 bool HIPGSValueMaskConfigType::operator==(const HIPGSValueMaskConfigType& other) const

@@ -539,8 +539,8 @@ class ClassEmitter:
             base_init=self.base_init(),
             reader_entry="unmarshal(reader)" if self.is_document() else "unmarshal(reader, reader.element_qname())",
             document_constructors=self.document_definitions(),
-            swaps="\n".join("%s.swap(other.%s);" % (field_name(m), field_name(m)) for m in self.members)
-            + self.extra_swap(),
+            swaps=("\n".join("%s.swap(other.%s);" % (field_name(m), field_name(m)) for m in self.members)
+                   + self.extra_swap()) or "(void)other;",
             equality=self.equality(),
             defaults="\n".join(self.default_line(m) for m in self.members
                                if m.default is not None and m.value_type not in (None, "empty")),

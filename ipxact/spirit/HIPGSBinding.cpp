@@ -193,7 +193,6 @@ void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const Cla
     reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
 }
 
-
 void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo& info)
 {
     std::vector<uint16_t>& order = BindingAccess::read_order(obj);
@@ -684,11 +683,11 @@ void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::strin
 
 bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string& text)
 {
-    const lmx60::c_untyped_validation_spec* spec = member.spec ? member.spec : &lmx60::validation_spec_empty;
-    lmx60::apply_whitespace(text, spec->whitespace);
-    if (spec->lexical && spec->lexical(reader, text) != lmx60::ELMX_OK)
+    const lmx60::c_untyped_validation_spec* checks = member.checks ? member.checks : &lmx60::validation_spec_empty;
+    lmx60::apply_whitespace(text, checks->whitespace);
+    if (checks->lexical && checks->lexical(reader, text) != lmx60::ELMX_OK)
         return false;
-    if (spec->value && spec->value(reader, text) != lmx60::ELMX_OK)
+    if (checks->value && checks->value(reader, text) != lmx60::ELMX_OK)
         return false;
     return true;
 }

@@ -71,7 +71,7 @@ struct MemberInfo {
     uint32_t max_occurs;
     const int32_t* first_events;  // in-place members: the events that can start them, 0-terminated
     const MemberOps* ops;
-    const lmx60::c_untyped_validation_spec* spec;
+    const lmx60::c_untyped_validation_spec* checks;  // whitespace rule, pattern and value checks
     const char* default_text = nullptr;  // an element's schema default (or fixed value): its value when empty
 };
 
@@ -209,7 +209,6 @@ bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
     if (!parse_checked(reader, member, text))
         return false;
     V parsed{};
-
     if (!parse_value(text, parsed)) {
         // Simple content has no name of its own: the element being read is the item.
         reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname ? member.qname : reader.get_current_item(),

@@ -320,12 +320,12 @@ def guard(name):
 class ClassEmitter:
     """Turns one model class into its header and source texts."""
 
-    def __init__(self, model, bound, type_ids, validator_of, spec_of):
+    def __init__(self, model, bound, type_ids, validator_of, checks_of):
         self.model = model
         self.bound = bound
         self.type_ids = type_ids
         self.validator_of = validator_of  # restriction id -> setter validator name
-        self.spec_of = spec_of  # member -> validation spec expression
+        self.checks_of = checks_of  # member -> expression of its validation checks
         self.members = list(bound.members)
         if bound.any_attribute:
             self.members.append(any_attribute_member())
@@ -693,7 +693,7 @@ class ClassEmitter:
             "%s_first_events_%d" % (self.bound.name, index) if self.needs_first_set(m) else "nullptr",
             self.bound.name,  # inherited fields are named through this class, where they are accessible
             field_name(m),
-            self.spec_of(m, check_values=not self.keeps_text(m)) + self.default_text(m),
+            self.checks_of(m, check_values=not self.keeps_text(m)) + self.default_text(m),
         )
 
     @staticmethod

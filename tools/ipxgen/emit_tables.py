@@ -89,7 +89,7 @@ $includes$
 
 
 class Validators:
-    """Names the checks of every restriction and the validation spec of every member."""
+    """Names the checks of every restriction and the validation checks of every member."""
 
     def __init__(self, restrictions):
         self.restrictions = {r.id: r for r in restrictions}
@@ -115,7 +115,7 @@ class Validators:
     def setter_name(self, restriction_id):
         return "UserValidator%d" % restriction_id
 
-    def spec_of(self, member, check_values=True):
+    def checks_of(self, member, check_values=True):
         """The reading checks of a member; without check_values only its pattern is checked."""
         if member.kind in ("any", "any_attribute") or member.value_type in (None, "empty"):
             return "nullptr"

@@ -386,7 +386,7 @@ def top_class(model):
 
 class TopEmitter(emit_class.ClassEmitter):
     def __init__(self, model, validators):
-        super().__init__(model, top_class(model), {}, validators.setter_name, validators.spec_of)
+        super().__init__(model, top_class(model), {}, validators.setter_name, validators.checks_of)
 
     def selector(self, m):
         return SELECTOR_NAMES.get((m.ns_id, m.local_name), "select_" + m.stem)

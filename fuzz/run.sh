@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang (the whole project instrumented, with AddressSanitizer and
+# UndefinedBehaviorSanitizer) and runs each target for SECONDS (default 60).
+#
+#   fuzz/run.sh [SECONDS]          build dir: build-fuzz/ (FUZZ_BUILD_DIR overrides it)
+#
+# Seeds are copied at run time into the build dir: the tests' documents, the example, the regression
+# inputs and, when present, the shared corpus of real documents. Inputs that grow coverage stay in
+# <build>/corpus/<target>/ between runs. A crash, leak, timeout or round-trip mismatch fails the run
+# and leaves its input in <build>/artifacts/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+repo=$(pwd)
+seconds=${1:-60}
+build=${FUZZ_BUILD_DIR:-$repo/build-fuzz}
+targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_values)
+
+mkdir -p "$build"
+cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+  -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link \
+  -DIPXACT_SANITIZE=ON -DIPXACT_FUZZ=ON -DIPXACT_BUILD_TESTS=OFF >"$build/configure.log" 2>&1 ||
+  { cat "$build/configure.log"; exit 1; }
+cmake --build "$build" -j2 --target "${targets[@]}" >"$build/build.log" 2>&1 ||
+  { tail -n 60 "$build/build.log"; exit 1; }
+
+documents=$build/seeds/documents
+values=$build/seeds/values
+rm -rf "$build/seeds" "$build/artifacts"
+mkdir -p "$documents" "$values" "$build/artifacts" "$build/logs"
+cp tests/schema/samples/*.xml examples/*.xml "$documents/"
+cp tests/hostile/inputs/* "$documents/" 2>/dev/null || true
+if [ -d ../shared/corpus-1685-2009 ]; then
+  find ../shared/corpus-1685-2009 -name '*.xml' -exec cp {} "$documents/" \;
+else
+  echo "fuzz: ../shared/corpus-1685-2009 not found; seeding from the repository's documents only" >&2
+fi
+n=0
+for text in 0 -0 +17 9223372036854775807 9223372036854775808 -9223372036854775809 000123 \
+            1.5e308 1e400 -INF NaN 4.9e-324 2009-12-31 -0044-03-15Z 2009-12-31T23:59:60 \
+            2009-02-28T24:00:00+14:00 2009-06-01T12:00:00.000125-05:30 0x1F; do
+  printf '%s' "$text" >"$values/seed$((n++))"
+done
+
+status=0
+for target in "${targets[@]}"; do
+  corpus=$build/corpus/$target
+  mkdir -p "$corpus"
+  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
+           -artifact_prefix="$build/artifacts/$target-")
+  if [ "$target" = fuzz_values ]; then
+    seeds=$values
+  else
+    seeds=$documents
+    options+=(-dict="$repo/fuzz/ipxact.dict")
+  fi
+  log=$build/logs/$target.log
+  if "$build/fuzz/$target" "${options[@]}" "$corpus" "$seeds" >"$log" 2>&1; then
+    result=ok
+  else
+    result=FAILED
+    status=1
+    tail -n 40 "$log"
+  fi
+  runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
+  rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -n 1)
+  echo "fuzz: $target: $result, ${runs:-?} executions in ${seconds} s (${rate:-?}/s), corpus $(ls "$corpus" | wc -l) inputs"
+done
+if [ $status -ne 0 ]; then
+  echo "fuzz: inputs that failed are in $build/artifacts/:" >&2
+  ls "$build/artifacts" >&2
+fi
+exit $status

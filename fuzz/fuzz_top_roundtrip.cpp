@@ -1,5 +1,6 @@
-// Arbitrary bytes read as a document of any global element; what reads must write, and what is
-// written must read back to an equal object. Anything else aborts so that libFuzzer keeps the input.
+// Arbitrary bytes read as a document of any global element; what reads must write, what is written
+// must read back to an equal object, and that object must write the same text again. Anything else
+// aborts so that libFuzzer keeps the input.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -32,5 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         fail("the written document does not read back", debug, written);
     if (!(back == top))
         fail("the document reads back different", debug, written);
+    std::string rewritten;
+    if (back.marshal(&rewritten, &debug) != lmx60::ELMX_OK || rewritten != written)
+        fail("writing what was read back gives another text", debug, rewritten);
     return 0;
 }

@@ -290,6 +290,24 @@ TEST(Encoding, ByteOrderMarkAgreeingWithTheDeclarationReads)
     EXPECT_EQ(hostile::read_document("\xEF\xBB\xBF" + component("")).code, lmx60::ELMX_OK);
 }
 
+TEST(Encoding, FilesAreCheckedForTheirMarkLikeBuffers)
+{
+    const std::string path = ::testing::TempDir() + "hostile_mark_" + std::to_string(::getpid()) + ".xml";
+    auto read_file_with = [&path](const std::string& bytes, lmx60::s_debug_error* debug) {
+        std::ofstream(path, std::ios::binary) << bytes;
+        HIPGSpirit::HIPGSTop top;
+        return top.unmarshal(path.c_str(), debug);
+    };
+    lmx60::s_debug_error debug;
+    EXPECT_EQ(read_file_with("\xEF\xBB\xBF" + component("", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"), &debug),
+              lmx60::ELMX_ENCODING_ERROR);
+    EXPECT_EQ(debug.document_line, 1);
+    EXPECT_EQ(read_file_with("\xEF\xBB\xBF" + component("", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"), &debug),
+              lmx60::ELMX_OK)
+        << debug.to_string();
+    std::remove(path.c_str());
+}
+
 TEST(Encoding, NulBytesAreRefusedWhereverTheyStand)
 {
     const std::string nul(1, '\0');

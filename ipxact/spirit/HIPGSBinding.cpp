@@ -493,6 +493,17 @@ lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase&
     } catch (const lmx60::c_lmx_reader_exception& e) {
         return e.get_error();
     }
+    // A root that no alternative takes is named as such, rather than as an empty choice.
+    if (!starts_content(reader, info)) {
+        try {
+            lmx60::elmx_error code =
+                reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+            if (code != lmx60::ELMX_OK)
+                return code;
+        } catch (const lmx60::c_lmx_reader_exception& e) {
+            return e.get_error();
+        }
+    }
     size_t before = reader.token_count();
     lmx60::elmx_error result = read_in_place(reader, obj, info);
     if (result != lmx60::ELMX_OK)

@@ -150,15 +150,19 @@ TEST(TopReading, ValueHeldElementsKeepTheirValue)
     EXPECT_TRUE(isVolatile.getVolatile());
 }
 
-TEST(TopReading, ARootThatIsNoGlobalElementHasNoAlternative)
+TEST(TopReading, ARootThatIsNoGlobalElementIsNamedAsTheWrongElement)
 {
     lmx60::elmx_error error = lmx60::ELMX_PENDING;
+    lmx60::s_debug_error debug;
     HIPGSTop top(std::string(R"(<spirit:register xmlns:spirit="http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009">
         <spirit:name>CTRL</spirit:name></spirit:register>)"),
-                 &error);
-    EXPECT_EQ(error, lmx60::ELMX_NO_CHOICE_ALTERNATIVE);
+                 &error, &debug);
+    EXPECT_EQ(error, lmx60::ELMX_WRONG_ELEMENT);
+    EXPECT_EQ(debug.item_name, "spirit:register");
+    EXPECT_EQ(debug.document_line, 1);
+    EXPECT_STREQ(top.getChosenElementId(), "");
     HIPGSTop other(std::string(R"(<component xmlns="http://example.com/not-ip-xact"/>)"), &error);
-    EXPECT_EQ(error, lmx60::ELMX_NO_CHOICE_ALTERNATIVE);
+    EXPECT_EQ(error, lmx60::ELMX_WRONG_ELEMENT);
 }
 
 TEST(TopReading, ASecondDocumentReplacesTheFirst)

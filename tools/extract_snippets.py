@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """Writes every ```cpp block of a Markdown guide to its own source file.
 
+A block is a fence of its own at the start of a line, "```cpp", up to the
+next line that is only "```".
+
     tools/extract_snippets.py GUIDE OUTDIR
 
 The files are OUTDIR/snippet_01.cpp, snippet_02.cpp, ... in the order the

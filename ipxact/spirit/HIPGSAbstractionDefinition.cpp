@@ -17,13 +17,17 @@ const lmx60::s_event_map HIPGSAbstractionDefinition::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAbstractionDefinition::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAbstractionDefinition_first_events_0[] = {577, 0};
+static const int32_t HIPGSAbstractionDefinition_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSAbstractionDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractionDefinition_first_events_0, ops<&HIPGSAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractionDefinition_first_events_2, ops<&HIPGSAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "extends", "spirit:extends", 296, 0, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_Extends>(), nullptr},
     {MemberKind::element, 1001, "ports", "spirit:ports", 533, 1, 1, nullptr, ops<&HIPGSAbstractionDefinition::m_Ports>(), nullptr},
@@ -35,7 +39,7 @@ const MemberInfo HIPGSAbstractionDefinition::s_members[] = {
 
 const ClassInfo HIPGSAbstractionDefinition::s_class_info = {
     "spirit:abstractionDefinition", 1001, "abstractionDefinition", ContentKind::sequence,
-    s_members, 7, ns_map_writer_2,
+    s_members, 9, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -127,6 +131,8 @@ HIPGSAbstractionDefinition::~HIPGSAbstractionDefinition() = default;
 
 void HIPGSAbstractionDefinition::swap(HIPGSAbstractionDefinition& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_BusType.swap(other.m_BusType);
     m_Extends.swap(other.m_Extends);
@@ -138,7 +144,9 @@ void HIPGSAbstractionDefinition::swap(HIPGSAbstractionDefinition& other) noexcep
 
 bool HIPGSAbstractionDefinition::operator==(const HIPGSAbstractionDefinition& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_BusType == other.m_BusType
         && m_Extends == other.m_Extends
         && m_Ports == other.m_Ports
@@ -190,6 +198,18 @@ lmx60::elmx_error HIPGSAbstractionDefinition::unmarshal(lmx60::c_xml_reader& rea
 lmx60::elmx_error HIPGSAbstractionDefinition::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinition::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinition::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSAbstractionDefinition::getVersionedIdentifier() const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAbstractionDefinitionInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAbstractionDefinitionInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAbstractionDefinitionInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "displayName", "vorlix:displayName", 105, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionInfo::m_DisplayName>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSAbstractionDefinitionInfo::s_class_info = {
     "vorlix:abstractionDefinitionInfo", 1000, "abstractionDefinitionInfo", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSAbstractionDefinitionInfo::~HIPGSAbstractionDefinitionInfo() = default;
 
 void HIPGSAbstractionDefinitionInfo::swap(HIPGSAbstractionDefinitionInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_DisplayName.swap(other.m_DisplayName);
 }
 
 bool HIPGSAbstractionDefinitionInfo::operator==(const HIPGSAbstractionDefinitionInfo& other) const
 {
-    return m_DisplayName == other.m_DisplayName;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_DisplayName == other.m_DisplayName;
 }
 
 void HIPGSAbstractionDefinitionInfo::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSAbstractionDefinitionInfo::unmarshal(lmx60::c_xml_reader&
 lmx60::elmx_error HIPGSAbstractionDefinitionInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinitionInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinitionInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAbstractionDefinitionInfo::setDisplayName(const std::string& value)

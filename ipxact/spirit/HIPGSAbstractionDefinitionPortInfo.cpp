@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSAbstractionDefinitionPortInfo::elem_event_map[] = 
 };
 
 const lmx60::s_event_map HIPGSAbstractionDefinitionPortInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAbstractionDefinitionPortInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "tristate_role", "vorlix:tristate_role", 260, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_TristateRole>(), &validation_spec_preserve_Value42},
     {MemberKind::element, 1000, "group", "vorlix:group", 261, 0, 1, nullptr, ops<&HIPGSAbstractionDefinitionPortInfo::m_Group>(), &lmx60::validation_spec_empty},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSAbstractionDefinitionPortInfo::s_members[] = {
 
 const ClassInfo HIPGSAbstractionDefinitionPortInfo::s_class_info = {
     "vorlix:abstractionDefinitionPortInfo", 1000, "abstractionDefinitionPortInfo", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSAbstractionDefinitionPortInfo::~HIPGSAbstractionDefinitionPortInfo() = defa
 
 void HIPGSAbstractionDefinitionPortInfo::swap(HIPGSAbstractionDefinitionPortInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_TristateRole.swap(other.m_TristateRole);
     m_Group.swap(other.m_Group);
 }
 
 bool HIPGSAbstractionDefinitionPortInfo::operator==(const HIPGSAbstractionDefinitionPortInfo& other) const
 {
-    return m_TristateRole == other.m_TristateRole
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_TristateRole == other.m_TristateRole
         && m_Group == other.m_Group;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::unmarshal(lmx60::c_xml_rea
 lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setTristateRole(const std::string& value)

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAbstractorGenerators::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAbstractorGenerators::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAbstractorGenerators::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractorGenerators::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractorGenerators::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "abstractorGenerator", "spirit:abstractorGenerator", 432, 1, kUnbounded, nullptr, ops<&HIPGSAbstractorGenerators::m_AbstractorGenerator>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAbstractorGenerators::s_class_info = {
     "spirit:abstractorGenerators", 1001, "abstractorGenerators", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSAbstractorGenerators::~HIPGSAbstractorGenerators() = default;
 
 void HIPGSAbstractorGenerators::swap(HIPGSAbstractorGenerators& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AbstractorGenerator.swap(other.m_AbstractorGenerator);
 }
 
 bool HIPGSAbstractorGenerators::operator==(const HIPGSAbstractorGenerators& other) const
 {
-    return m_AbstractorGenerator == other.m_AbstractorGenerator;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AbstractorGenerator == other.m_AbstractorGenerator;
 }
 
 void HIPGSAbstractorGenerators::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSAbstractorGenerators::unmarshal(lmx60::c_xml_reader& read
 lmx60::elmx_error HIPGSAbstractorGenerators::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAbstractorGenerators::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractorGenerators::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSInstanceGeneratorType& HIPGSAbstractorGenerators::getAbstractorGenerator(size_t index) const

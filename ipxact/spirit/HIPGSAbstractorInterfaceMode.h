@@ -41,12 +41,12 @@ public:
 
     // spirit:master, 1..1
     bool isSetMaster() const { return m_Master.is_set(); }
-    void setMaster() { m_Master.set(); }
+    void setMaster() { select_Master(); m_Master.set(); }
     void unsetMaster() { m_Master.unset(); }
 
     // spirit:slave, 1..1
     bool isSetSlave() const { return m_Slave.is_set(); }
-    void setSlave() { m_Slave.set(); }
+    void setSlave() { select_Slave(); m_Slave.set(); }
     void unsetSlave() { m_Slave.unset(); }
 
     // spirit:system, 1..1
@@ -60,12 +60,12 @@ public:
 
     // spirit:mirroredSlave, 1..1
     bool isSetMirroredSlave() const { return m_MirroredSlave.is_set(); }
-    void setMirroredSlave() { m_MirroredSlave.set(); }
+    void setMirroredSlave() { select_MirroredSlave(); m_MirroredSlave.set(); }
     void unsetMirroredSlave() { m_MirroredSlave.unset(); }
 
     // spirit:mirroredMaster, 1..1
     bool isSetMirroredMaster() const { return m_MirroredMaster.is_set(); }
-    void setMirroredMaster() { m_MirroredMaster.set(); }
+    void setMirroredMaster() { select_MirroredMaster(); m_MirroredMaster.set(); }
     void unsetMirroredMaster() { m_MirroredMaster.unset(); }
 
     // spirit:mirroredSystem, 1..1

@@ -15,14 +15,18 @@ const lmx60::s_event_map HIPGSAdHocConnection::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSAdHocConnection::attr_event_map[] = {
     {1001, "tiedValue", 9, 557},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAdHocConnection_first_events_1[] = {492, 0};
+static const int32_t HIPGSAdHocConnection_first_events_3[] = {492, 0};
 
 const MemberInfo HIPGSAdHocConnection::s_members[] = {
     {MemberKind::attribute, 1001, "tiedValue", "spirit:tiedValue", 557, 0, 1, nullptr, ops<&HIPGSAdHocConnection::m_TiedValueAttr>(), &validation_spec_preserve_Lexical2},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSAdHocConnection_first_events_1, ops<&HIPGSAdHocConnection::m_NameGroupPort>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAdHocConnection::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAdHocConnection::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSAdHocConnection_first_events_3, ops<&HIPGSAdHocConnection::m_NameGroupPort>(), nullptr},
     {MemberKind::element, 1001, "internalPortReference", "spirit:internalPortReference", 429, 1, kUnbounded, nullptr, ops<&HIPGSAdHocConnection::m_InternalPortReference>(), nullptr},
     {MemberKind::element, 1001, "externalPortReference", "spirit:externalPortReference", 394, 0, kUnbounded, nullptr, ops<&HIPGSAdHocConnection::m_ExternalPortReference>(), nullptr},
 };
@@ -30,7 +34,7 @@ const MemberInfo HIPGSAdHocConnection::s_members[] = {
 
 const ClassInfo HIPGSAdHocConnection::s_class_info = {
     "spirit:adHocConnection", 1001, "adHocConnection", ContentKind::sequence,
-    s_members, 4, ns_map_writer_2,
+    s_members, 6, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -123,6 +127,8 @@ HIPGSAdHocConnection::~HIPGSAdHocConnection() = default;
 void HIPGSAdHocConnection::swap(HIPGSAdHocConnection& other) noexcept
 {
     m_TiedValueAttr.swap(other.m_TiedValueAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroupPort.swap(other.m_NameGroupPort);
     m_InternalPortReference.swap(other.m_InternalPortReference);
     m_ExternalPortReference.swap(other.m_ExternalPortReference);
@@ -131,6 +137,8 @@ void HIPGSAdHocConnection::swap(HIPGSAdHocConnection& other) noexcept
 bool HIPGSAdHocConnection::operator==(const HIPGSAdHocConnection& other) const
 {
     return m_TiedValueAttr == other.m_TiedValueAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroupPort == other.m_NameGroupPort
         && m_InternalPortReference == other.m_InternalPortReference
         && m_ExternalPortReference == other.m_ExternalPortReference;
@@ -186,6 +194,18 @@ lmx60::elmx_error HIPGSAdHocConnection::setTiedValueAttr(const std::string& valu
     if (lmx60::elmx_error error = UserValidator2(value, "tiedValue"))
         return error;
     m_TiedValueAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAdHocConnection::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAdHocConnection::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

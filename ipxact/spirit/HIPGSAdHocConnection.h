@@ -55,6 +55,18 @@ public:
     bool isSetTiedValueAttr() const { return m_TiedValueAttr.is_set(); }
     void unsetTiedValueAttr() { m_TiedValueAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroupPort, 1..1
     const HIPGSNameGroupPort& getNameGroupPort() const;
     HIPGSNameGroupPort& getNameGroupPort();
@@ -98,6 +110,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_TiedValueAttr;  // @spirit:tiedValue, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroupPort> m_NameGroupPort;  // group spirit:nameGroupPort, 1..1
     lmx60::ct_complex_multi<HIPGSInternalPortReference> m_InternalPortReference;  // spirit:internalPortReference, 1..unbounded
     lmx60::ct_complex_multi<HIPGSExternalPortReference> m_ExternalPortReference;  // spirit:externalPortReference, 0..unbounded

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAdHocConnections::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAdHocConnections::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAdHocConnections::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAdHocConnections::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAdHocConnections::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "adHocConnection", "spirit:adHocConnection", 551, 1, kUnbounded, nullptr, ops<&HIPGSAdHocConnections::m_AdHocConnection>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAdHocConnections::s_class_info = {
     "spirit:adHocConnections", 1001, "adHocConnections", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSAdHocConnections::~HIPGSAdHocConnections() = default;
 
 void HIPGSAdHocConnections::swap(HIPGSAdHocConnections& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AdHocConnection.swap(other.m_AdHocConnection);
 }
 
 bool HIPGSAdHocConnections::operator==(const HIPGSAdHocConnections& other) const
 {
-    return m_AdHocConnection == other.m_AdHocConnection;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AdHocConnection == other.m_AdHocConnection;
 }
 
 void HIPGSAdHocConnections::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSAdHocConnections::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSAdHocConnections::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAdHocConnections::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAdHocConnections::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSAdHocConnection& HIPGSAdHocConnections::getAdHocConnection(size_t index) const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAddrSpaceRefType::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSAddrSpaceRefType::attr_event_map[] = {
     {1001, "addressSpaceRef", 15, 294},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAddrSpaceRefType::s_members[] = {
     {MemberKind::attribute, 1001, "addressSpaceRef", "spirit:addressSpaceRef", 294, 1, 1, nullptr, ops<&HIPGSAddrSpaceRefType::m_AddressSpaceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddrSpaceRefType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddrSpaceRefType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSAddrSpaceRefType::s_class_info = {
     "spirit:addrSpaceRefType", 0, "addrSpaceRefType", ContentKind::empty,
-    s_members, 1, ns_map_writer_1,
+    s_members, 3, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -55,11 +59,15 @@ HIPGSAddrSpaceRefType::~HIPGSAddrSpaceRefType() = default;
 void HIPGSAddrSpaceRefType::swap(HIPGSAddrSpaceRefType& other) noexcept
 {
     m_AddressSpaceRefAttr.swap(other.m_AddressSpaceRefAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
 }
 
 bool HIPGSAddrSpaceRefType::operator==(const HIPGSAddrSpaceRefType& other) const
 {
-    return m_AddressSpaceRefAttr == other.m_AddressSpaceRefAttr;
+    return m_AddressSpaceRefAttr == other.m_AddressSpaceRefAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
 }
 
 void HIPGSAddrSpaceRefType::init()
@@ -110,6 +118,18 @@ lmx60::elmx_error HIPGSAddrSpaceRefType::marshal(lmx60::c_xml_writer& writer, co
 lmx60::elmx_error HIPGSAddrSpaceRefType::setAddressSpaceRefAttr(const std::string& value)
 {
     m_AddressSpaceRefAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddrSpaceRefType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddrSpaceRefType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSAddressBlockInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAddressBlockInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAddressBlockInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlockInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlockInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSAddressBlockInfo::m_Enablement>(), nullptr},
     {MemberKind::element, 1000, "usage", "vorlix:usage", 263, 0, 1, nullptr, ops<&HIPGSAddressBlockInfo::m_Usage>(), &validation_spec_preserve_Value68},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSAddressBlockInfo::s_members[] = {
 
 const ClassInfo HIPGSAddressBlockInfo::s_class_info = {
     "vorlix:addressBlockInfo", 1000, "addressBlockInfo", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSAddressBlockInfo::~HIPGSAddressBlockInfo() = default;
 
 void HIPGSAddressBlockInfo::swap(HIPGSAddressBlockInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Enablement.swap(other.m_Enablement);
     m_Usage.swap(other.m_Usage);
 }
 
 bool HIPGSAddressBlockInfo::operator==(const HIPGSAddressBlockInfo& other) const
 {
-    return m_Enablement == other.m_Enablement
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Enablement == other.m_Enablement
         && m_Usage == other.m_Usage;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSAddressBlockInfo::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSAddressBlockInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAddressBlockInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressBlockInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSEnablementType& HIPGSAddressBlockInfo::getEnablement(size_t index) const

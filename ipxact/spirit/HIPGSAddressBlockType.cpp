@@ -25,12 +25,14 @@ const lmx60::s_event_map HIPGSAddressBlockType::attr_event_map[] = {
     {1001, "maximum", 7, 48},
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAddressBlockType_first_events_12[] = {492, 0};
-static const int32_t HIPGSAddressBlockType_first_events_13[] = {442, 0};
-static const int32_t HIPGSAddressBlockType_first_events_14[] = {509, 563, 0};
+static const int32_t HIPGSAddressBlockType_first_events_14[] = {492, 0};
+static const int32_t HIPGSAddressBlockType_first_events_15[] = {442, 0};
+static const int32_t HIPGSAddressBlockType_first_events_16[] = {509, 563, 0};
 
 const MemberInfo HIPGSAddressBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -45,9 +47,11 @@ const MemberInfo HIPGSAddressBlockType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_12, ops<&HIPGSAddressBlockType::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlockType_first_events_13, ops<&HIPGSAddressBlockType::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_14, ops<&HIPGSAddressBlockType::m_AddressBlockDefinitionGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_14, ops<&HIPGSAddressBlockType::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlockType_first_events_15, ops<&HIPGSAddressBlockType::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_16, ops<&HIPGSAddressBlockType::m_AddressBlockDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "addressBlockInfo", "vorlix:addressBlockInfo", 0, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_AddressBlockInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSAddressBlockType::m_any_attribute>(), nullptr},
@@ -56,7 +60,7 @@ const MemberInfo HIPGSAddressBlockType::s_members[] = {
 
 const ClassInfo HIPGSAddressBlockType::s_class_info = {
     "spirit:addressBlockType", 0, "addressBlockType", ContentKind::sequence,
-    s_members, 18, ns_map_writer_1,
+    s_members, 20, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -98,6 +102,8 @@ void HIPGSAddressBlockType::swap(HIPGSAddressBlockType& other) noexcept
     m_MaximumAttr.swap(other.m_MaximumAttr);
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_AddressSpecifier.swap(other.m_AddressSpecifier);
     m_AddressBlockDefinitionGroup.swap(other.m_AddressBlockDefinitionGroup);
@@ -120,6 +126,8 @@ bool HIPGSAddressBlockType::operator==(const HIPGSAddressBlockType& other) const
         && m_MaximumAttr == other.m_MaximumAttr
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_AddressSpecifier == other.m_AddressSpecifier
         && m_AddressBlockDefinitionGroup == other.m_AddressBlockDefinitionGroup
@@ -285,6 +293,18 @@ bool HIPGSAddressBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 lmx60::elmx_error HIPGSAddressBlockType::setPromptAttr(const std::string& value)
 {
     m_PromptAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressBlockType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressBlockType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAddressSpaceInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAddressSpaceInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAddressSpaceInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressSpaceInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressSpaceInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSAddressSpaceInfo::m_Enablement>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAddressSpaceInfo::s_class_info = {
     "vorlix:addressSpaceInfo", 1000, "addressSpaceInfo", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSAddressSpaceInfo::~HIPGSAddressSpaceInfo() = default;
 
 void HIPGSAddressSpaceInfo::swap(HIPGSAddressSpaceInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Enablement.swap(other.m_Enablement);
 }
 
 bool HIPGSAddressSpaceInfo::operator==(const HIPGSAddressSpaceInfo& other) const
 {
-    return m_Enablement == other.m_Enablement;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Enablement == other.m_Enablement;
 }
 
 void HIPGSAddressSpaceInfo::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSAddressSpaceInfo::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSAddressSpaceInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAddressSpaceInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressSpaceInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSEnablementType& HIPGSAddressSpaceInfo::getEnablement(size_t index) const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAddressSpaces::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAddressSpaces::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAddressSpaces::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressSpaces::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressSpaces::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "addressSpace", "spirit:addressSpace", 292, 1, kUnbounded, nullptr, ops<&HIPGSAddressSpaces::m_AddressSpace>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAddressSpaces::s_class_info = {
     "spirit:addressSpaces", 1001, "addressSpaces", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSAddressSpaces::~HIPGSAddressSpaces() = default;
 
 void HIPGSAddressSpaces::swap(HIPGSAddressSpaces& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AddressSpace.swap(other.m_AddressSpace);
 }
 
 bool HIPGSAddressSpaces::operator==(const HIPGSAddressSpaces& other) const
 {
-    return m_AddressSpace == other.m_AddressSpace;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AddressSpace == other.m_AddressSpace;
 }
 
 void HIPGSAddressSpaces::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSAddressSpaces::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSAddressSpaces::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAddressSpaces::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressSpaces::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSAddressSpace& HIPGSAddressSpaces::getAddressSpace(size_t index) const

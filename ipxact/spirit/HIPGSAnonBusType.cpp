@@ -279,6 +279,7 @@ void HIPGSAnonBusType::select_Custom()
 
 lmx60::elmx_error HIPGSAnonBusType::setCustom(const std::string& value)
 {
+    select_Custom();
     m_Custom.set(value);
     return lmx60::ELMX_OK;
 }

@@ -165,6 +165,7 @@ void HIPGSAnonComponentRef::select_LegacyRef()
 
 lmx60::elmx_error HIPGSAnonComponentRef::setLegacyRef(const std::string& value)
 {
+    select_LegacyRef();
     m_LegacyRef.set(value);
     return lmx60::ELMX_OK;
 }

@@ -133,6 +133,7 @@ lmx60::elmx_error HIPGSAnonDefaultValue::setDefaultValue(const std::string& valu
 {
     if (lmx60::elmx_error error = UserValidator2(value, "defaultValue"))
         return error;
+    select_DefaultValue();
     m_DefaultValue.set(value);
     return lmx60::ELMX_OK;
 }

@@ -134,6 +134,7 @@ lmx60::elmx_error HIPGSAnonDirection::setDirection(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator41(value, "direction"))
         return error;
+    select_Direction();
     m_Direction.set(value);
     return lmx60::ELMX_OK;
 }
@@ -160,6 +161,7 @@ lmx60::elmx_error HIPGSAnonDirection::setInitiative(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator67(value, "initiative"))
         return error;
+    select_Initiative();
     m_Initiative.set(value);
     return lmx60::ELMX_OK;
 }

@@ -247,7 +247,8 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
     // Seen per reading, not from the holders: a required attribute always holds a value.
     std::vector<bool> seen(info.member_count, false);
     for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
-        int nsId = reader.attribute_ns_id();
+        const bool xsi = is_xsi(reader.attribute_ns_uri());
+        int nsId = xsi ? kXsiNamespaceId : reader.attribute_ns_id();
         const char* local = reader.attribute_local_name();
         const MemberInfo* found = nullptr;
         for (uint32_t i = 0; i < info.member_count && !found; ++i) {
@@ -261,8 +262,8 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
             lmx60::c_xml_reader_local scope(reader);
             reader.set_current_item(found->qname);
             found->ops->read(reader, obj, *found);
-        } else if (is_xsi(reader.attribute_ns_uri())) {
-            continue;  // xsi:type chose the class already; schema locations are hints for validators
+        } else if (xsi) {
+            continue;  // xsi:type chose the class already; hints inside a document are for validators
         } else if (anyAttribute && nsId == 0) {
             anyAttribute->ops->read(reader, obj, *anyAttribute);
         } else {
@@ -527,6 +528,18 @@ lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& o
     return lmx60::ELMX_OK;
 }
 
+namespace {
+
+// The namespaces of the document's own maps are declared up front; xsi only where a hint is written.
+void write_attribute(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const MemberInfo& member)
+{
+    if (member.ns_id == kXsiNamespaceId && member.ops->count(obj) > 0)
+        writer.ensure_namespace("xsi", kXsiNamespaceUri);
+    member.ops->write(writer, obj, member);
+}
+
+}  // namespace
+
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name)
 {
@@ -546,7 +559,7 @@ lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& ob
     }
     for (uint32_t i = 0; i < info.member_count; ++i)
         if (is_attribute(info.members[i]))
-            info.members[i].ops->write(writer, obj, info.members[i]);
+            write_attribute(writer, obj, info.members[i]);
     if (info.content == ContentKind::simple) {
         for (uint32_t i = 0; i < info.member_count; ++i)
             if (info.members[i].kind == MemberKind::simple_content)

@@ -20,13 +20,17 @@ const lmx60::s_event_map HIPGSBusDefinition::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusDefinition::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSBusDefinition_first_events_0[] = {577, 0};
+static const int32_t HIPGSBusDefinition_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSBusDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSBusDefinition_first_events_0, ops<&HIPGSBusDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSBusDefinition_first_events_2, ops<&HIPGSBusDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "directConnection", "spirit:directConnection", 378, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_DirectConnection>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "isAddressable", "spirit:isAddressable", 439, 1, 1, nullptr, ops<&HIPGSBusDefinition::m_IsAddressable>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "extends", "spirit:extends", 296, 0, 1, nullptr, ops<&HIPGSBusDefinition::m_Extends>(), nullptr},
@@ -41,7 +45,7 @@ const MemberInfo HIPGSBusDefinition::s_members[] = {
 
 const ClassInfo HIPGSBusDefinition::s_class_info = {
     "spirit:busDefinition", 1001, "busDefinition", ContentKind::sequence,
-    s_members, 10, ns_map_writer_2,
+    s_members, 12, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -133,6 +137,8 @@ HIPGSBusDefinition::~HIPGSBusDefinition() = default;
 
 void HIPGSBusDefinition::swap(HIPGSBusDefinition& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_DirectConnection.swap(other.m_DirectConnection);
     m_IsAddressable.swap(other.m_IsAddressable);
@@ -147,7 +153,9 @@ void HIPGSBusDefinition::swap(HIPGSBusDefinition& other) noexcept
 
 bool HIPGSBusDefinition::operator==(const HIPGSBusDefinition& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_DirectConnection == other.m_DirectConnection
         && m_IsAddressable == other.m_IsAddressable
         && m_Extends == other.m_Extends
@@ -202,6 +210,18 @@ lmx60::elmx_error HIPGSBusDefinition::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSBusDefinition::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusDefinition::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusDefinition::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSBusDefinition::getVersionedIdentifier() const

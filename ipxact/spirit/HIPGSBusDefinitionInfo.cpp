@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSBusDefinitionInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusDefinitionInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSBusDefinitionInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusDefinitionInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusDefinitionInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "displayName", "vorlix:displayName", 105, 0, 1, nullptr, ops<&HIPGSBusDefinitionInfo::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "displayCategory", "vorlix:displayCategory", 104, 0, 1, nullptr, ops<&HIPGSBusDefinitionInfo::m_DisplayCategory>(), &validation_spec_preserve_Value72},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSBusDefinitionInfo::s_members[] = {
 
 const ClassInfo HIPGSBusDefinitionInfo::s_class_info = {
     "vorlix:busDefinitionInfo", 1000, "busDefinitionInfo", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSBusDefinitionInfo::~HIPGSBusDefinitionInfo() = default;
 
 void HIPGSBusDefinitionInfo::swap(HIPGSBusDefinitionInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_DisplayName.swap(other.m_DisplayName);
     m_DisplayCategory.swap(other.m_DisplayCategory);
 }
 
 bool HIPGSBusDefinitionInfo::operator==(const HIPGSBusDefinitionInfo& other) const
 {
-    return m_DisplayName == other.m_DisplayName
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_DisplayName == other.m_DisplayName
         && m_DisplayCategory == other.m_DisplayCategory;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSBusDefinitionInfo::unmarshal(lmx60::c_xml_reader& reader,
 lmx60::elmx_error HIPGSBusDefinitionInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusDefinitionInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusDefinitionInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBusDefinitionInfo::setDisplayName(const std::string& value)

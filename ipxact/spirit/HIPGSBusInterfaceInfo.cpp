@@ -15,11 +15,15 @@ const lmx60::s_event_map HIPGSBusInterfaceInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusInterfaceInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSBusInterfaceInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusInterfaceInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusInterfaceInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "parameterAbstractionMaps", "vorlix:parameterAbstractionMaps", 110, 0, 1, nullptr, ops<&HIPGSBusInterfaceInfo::m_ParameterAbstractionMaps>(), nullptr},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSBusInterfaceInfo::m_Enablement>(), nullptr},
     {MemberKind::element, 1000, "isDeclaration", "vorlix:isDeclaration", 135, 0, 1, nullptr, ops<&HIPGSBusInterfaceInfo::m_IsDeclaration>(), &lmx60::validation_spec_collapse},
@@ -28,7 +32,7 @@ const MemberInfo HIPGSBusInterfaceInfo::s_members[] = {
 
 const ClassInfo HIPGSBusInterfaceInfo::s_class_info = {
     "vorlix:busInterfaceInfo", 1000, "busInterfaceInfo", ContentKind::sequence,
-    s_members, 3, ns_map_writer_2,
+    s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -120,6 +124,8 @@ HIPGSBusInterfaceInfo::~HIPGSBusInterfaceInfo() = default;
 
 void HIPGSBusInterfaceInfo::swap(HIPGSBusInterfaceInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ParameterAbstractionMaps.swap(other.m_ParameterAbstractionMaps);
     m_Enablement.swap(other.m_Enablement);
     m_IsDeclaration.swap(other.m_IsDeclaration);
@@ -127,7 +133,9 @@ void HIPGSBusInterfaceInfo::swap(HIPGSBusInterfaceInfo& other) noexcept
 
 bool HIPGSBusInterfaceInfo::operator==(const HIPGSBusInterfaceInfo& other) const
 {
-    return m_ParameterAbstractionMaps == other.m_ParameterAbstractionMaps
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ParameterAbstractionMaps == other.m_ParameterAbstractionMaps
         && m_Enablement == other.m_Enablement
         && m_IsDeclaration == other.m_IsDeclaration;
 }
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSBusInterfaceInfo::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSBusInterfaceInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusInterfaceInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusInterfaceInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSParameterAbstractionMaps& HIPGSBusInterfaceInfo::getParameterAbstractionMaps() const

@@ -21,17 +21,21 @@ const lmx60::s_event_map HIPGSBusInterfaceType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusInterfaceType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSBusInterfaceType_first_events_0[] = {492, 0};
-static const int32_t HIPGSBusInterfaceType_first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
+static const int32_t HIPGSBusInterfaceType_first_events_2[] = {492, 0};
+static const int32_t HIPGSBusInterfaceType_first_events_5[] = {461, 475, 478, 479, 487, 538, 546, 0};
 
 const MemberInfo HIPGSBusInterfaceType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterfaceType_first_events_0, ops<&HIPGSBusInterfaceType::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterfaceType_first_events_2, ops<&HIPGSBusInterfaceType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_AbstractionType>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterfaceType_first_events_3, ops<&HIPGSBusInterfaceType::m_InterfaceMode>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterfaceType_first_events_5, ops<&HIPGSBusInterfaceType::m_InterfaceMode>(), nullptr},
     {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_ConnectionRequired>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterfaceType::m_BitsInLau>(), &validation_spec_collapse_Value84},
@@ -46,7 +50,7 @@ const MemberInfo HIPGSBusInterfaceType::s_members[] = {
 
 const ClassInfo HIPGSBusInterfaceType::s_class_info = {
     "spirit:busInterfaceType", 0, "busInterfaceType", ContentKind::sequence,
-    s_members, 13, ns_map_writer_1,
+    s_members, 15, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -76,6 +80,8 @@ HIPGSBusInterfaceType::~HIPGSBusInterfaceType() = default;
 
 void HIPGSBusInterfaceType::swap(HIPGSBusInterfaceType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_BusType.swap(other.m_BusType);
     m_AbstractionType.swap(other.m_AbstractionType);
@@ -93,7 +99,9 @@ void HIPGSBusInterfaceType::swap(HIPGSBusInterfaceType& other) noexcept
 
 bool HIPGSBusInterfaceType::operator==(const HIPGSBusInterfaceType& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_BusType == other.m_BusType
         && m_AbstractionType == other.m_AbstractionType
         && m_InterfaceMode == other.m_InterfaceMode
@@ -152,6 +160,18 @@ lmx60::elmx_error HIPGSBusInterfaceType::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSBusInterfaceType::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusInterfaceType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusInterfaceType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSBusInterfaceType::getNameGroup() const

@@ -47,6 +47,18 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
     HIPGSNameGroup& getNameGroup();
@@ -162,6 +174,8 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_BusType;  // spirit:busType, 1..1
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_AbstractionType;  // spirit:abstractionType, 0..1

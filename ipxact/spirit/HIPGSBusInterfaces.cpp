@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSBusInterfaces::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusInterfaces::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSBusInterfaces::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusInterfaces::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusInterfaces::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "busInterface", "spirit:busInterface", 437, 1, kUnbounded, nullptr, ops<&HIPGSBusInterfaces::m_BusInterface>(), nullptr},
 };
 
 
 const ClassInfo HIPGSBusInterfaces::s_class_info = {
     "spirit:busInterfaces", 1001, "busInterfaces", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSBusInterfaces::~HIPGSBusInterfaces() = default;
 
 void HIPGSBusInterfaces::swap(HIPGSBusInterfaces& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_BusInterface.swap(other.m_BusInterface);
 }
 
 bool HIPGSBusInterfaces::operator==(const HIPGSBusInterfaces& other) const
 {
-    return m_BusInterface == other.m_BusInterface;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_BusInterface == other.m_BusInterface;
 }
 
 void HIPGSBusInterfaces::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSBusInterfaces::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSBusInterfaces::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusInterfaces::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusInterfaces::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSBusInterfaceType& HIPGSBusInterfaces::getBusInterface(size_t index) const

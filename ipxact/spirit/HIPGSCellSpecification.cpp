@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSCellSpecification::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSCellSpecification::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSCellSpecification::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSCellSpecification::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSCellSpecification::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "cellFunction", "spirit:cellFunction", 331, 1, 1, nullptr, ops<&HIPGSCellSpecification::m_CellFunction>(), nullptr},
     {MemberKind::element, 1001, "cellClass", "spirit:cellClass", 325, 1, 1, nullptr, ops<&HIPGSCellSpecification::m_CellClass>(), nullptr},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSCellSpecification::s_members[] = {
 
 const ClassInfo HIPGSCellSpecification::s_class_info = {
     "spirit:cellSpecification", 1001, "cellSpecification", ContentKind::choice,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,6 +122,8 @@ HIPGSCellSpecification::~HIPGSCellSpecification() = default;
 
 void HIPGSCellSpecification::swap(HIPGSCellSpecification& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_CellFunction.swap(other.m_CellFunction);
     m_CellClass.swap(other.m_CellClass);
     std::swap(m_choice_id, other.m_choice_id);
@@ -126,6 +132,8 @@ void HIPGSCellSpecification::swap(HIPGSCellSpecification& other) noexcept
 bool HIPGSCellSpecification::operator==(const HIPGSCellSpecification& other) const
 {
     return m_choice_id == other.m_choice_id
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_CellFunction == other.m_CellFunction
         && m_CellClass == other.m_CellClass;
 }
@@ -173,6 +181,18 @@ lmx60::elmx_error HIPGSCellSpecification::unmarshal(lmx60::c_xml_reader& reader,
 lmx60::elmx_error HIPGSCellSpecification::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSCellSpecification::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSCellSpecification::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 void HIPGSCellSpecification::select_CellFunction()

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSChannels::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSChannels::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSChannels::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSChannels::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSChannels::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "channel", "spirit:channel", 337, 1, kUnbounded, nullptr, ops<&HIPGSChannels::m_Channel>(), nullptr},
 };
 
 
 const ClassInfo HIPGSChannels::s_class_info = {
     "spirit:channels", 1001, "channels", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSChannels::~HIPGSChannels() = default;
 
 void HIPGSChannels::swap(HIPGSChannels& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Channel.swap(other.m_Channel);
 }
 
 bool HIPGSChannels::operator==(const HIPGSChannels& other) const
 {
-    return m_Channel == other.m_Channel;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Channel == other.m_Channel;
 }
 
 void HIPGSChannels::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSChannels::unmarshal(lmx60::c_xml_reader& reader, const st
 lmx60::elmx_error HIPGSChannels::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSChannels::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSChannels::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSChannel& HIPGSChannels::getChannel(size_t index) const

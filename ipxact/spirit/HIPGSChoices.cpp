@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSChoices::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSChoices::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSChoices::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSChoices::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSChoices::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "choice", "spirit:choice", 338, 1, kUnbounded, nullptr, ops<&HIPGSChoices::m_Choice>(), nullptr},
 };
 
 
 const ClassInfo HIPGSChoices::s_class_info = {
     "spirit:choices", 1001, "choices", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSChoices::~HIPGSChoices() = default;
 
 void HIPGSChoices::swap(HIPGSChoices& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Choice.swap(other.m_Choice);
 }
 
 bool HIPGSChoices::operator==(const HIPGSChoices& other) const
 {
-    return m_Choice == other.m_Choice;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Choice == other.m_Choice;
 }
 
 void HIPGSChoices::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSChoices::unmarshal(lmx60::c_xml_reader& reader, const std
 lmx60::elmx_error HIPGSChoices::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSChoices::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSChoices::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSChoice& HIPGSChoices::getChoice(size_t index) const

@@ -17,12 +17,16 @@ const lmx60::s_event_map HIPGSClockDriver::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSClockDriver::attr_event_map[] = {
     {1001, "clockName", 9, 340},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSClockDriver::s_members[] = {
     {MemberKind::attribute, 1001, "clockName", "spirit:clockName", 340, 0, 1, nullptr, ops<&HIPGSClockDriver::m_ClockNameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSClockDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSClockDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "clockPeriod", "spirit:clockPeriod", 341, 1, 1, nullptr, ops<&HIPGSClockDriver::m_ClockPeriod>(), nullptr},
     {MemberKind::element, 1001, "clockPulseOffset", "spirit:clockPulseOffset", 344, 1, 1, nullptr, ops<&HIPGSClockDriver::m_ClockPulseOffset>(), nullptr},
     {MemberKind::element, 1001, "clockPulseValue", "spirit:clockPulseValue", 345, 1, 1, nullptr, ops<&HIPGSClockDriver::m_ClockPulseValue>(), nullptr},
@@ -32,7 +36,7 @@ const MemberInfo HIPGSClockDriver::s_members[] = {
 
 const ClassInfo HIPGSClockDriver::s_class_info = {
     "spirit:clockDriver", 1001, "clockDriver", ContentKind::sequence,
-    s_members, 5, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -125,6 +129,8 @@ HIPGSClockDriver::~HIPGSClockDriver() = default;
 void HIPGSClockDriver::swap(HIPGSClockDriver& other) noexcept
 {
     m_ClockNameAttr.swap(other.m_ClockNameAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ClockPeriod.swap(other.m_ClockPeriod);
     m_ClockPulseOffset.swap(other.m_ClockPulseOffset);
     m_ClockPulseValue.swap(other.m_ClockPulseValue);
@@ -134,6 +140,8 @@ void HIPGSClockDriver::swap(HIPGSClockDriver& other) noexcept
 bool HIPGSClockDriver::operator==(const HIPGSClockDriver& other) const
 {
     return m_ClockNameAttr == other.m_ClockNameAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_ClockPeriod == other.m_ClockPeriod
         && m_ClockPulseOffset == other.m_ClockPulseOffset
         && m_ClockPulseValue == other.m_ClockPulseValue
@@ -188,6 +196,18 @@ lmx60::elmx_error HIPGSClockDriver::marshal(lmx60::c_xml_writer& writer, const c
 lmx60::elmx_error HIPGSClockDriver::setClockNameAttr(const std::string& value)
 {
     m_ClockNameAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSClockDriver::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSClockDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSComponentGenerators::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponentGenerators::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSComponentGenerators::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentGenerators::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentGenerators::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "componentGenerator", "spirit:componentGenerator", 431, 1, kUnbounded, nullptr, ops<&HIPGSComponentGenerators::m_ComponentGenerator>(), nullptr},
 };
 
 
 const ClassInfo HIPGSComponentGenerators::s_class_info = {
     "spirit:componentGenerators", 1001, "componentGenerators", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSComponentGenerators::~HIPGSComponentGenerators() = default;
 
 void HIPGSComponentGenerators::swap(HIPGSComponentGenerators& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ComponentGenerator.swap(other.m_ComponentGenerator);
 }
 
 bool HIPGSComponentGenerators::operator==(const HIPGSComponentGenerators& other) const
 {
-    return m_ComponentGenerator == other.m_ComponentGenerator;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ComponentGenerator == other.m_ComponentGenerator;
 }
 
 void HIPGSComponentGenerators::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSComponentGenerators::unmarshal(lmx60::c_xml_reader& reade
 lmx60::elmx_error HIPGSComponentGenerators::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponentGenerators::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponentGenerators::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSComponentGenerator& HIPGSComponentGenerators::getComponentGenerator(size_t index) const

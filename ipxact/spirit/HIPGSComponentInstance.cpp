@@ -18,11 +18,15 @@ const lmx60::s_event_map HIPGSComponentInstance::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponentInstance::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSComponentInstance::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "instanceName", "spirit:instanceName", 547, 1, 1, nullptr, ops<&HIPGSComponentInstance::m_InstanceName>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "displayName", "spirit:displayName", 308, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSComponentInstance::m_Description>(), &lmx60::validation_spec_empty},
@@ -35,7 +39,7 @@ const MemberInfo HIPGSComponentInstance::s_members[] = {
 
 const ClassInfo HIPGSComponentInstance::s_class_info = {
     "spirit:componentInstance", 1001, "componentInstance", ContentKind::sequence,
-    s_members, 7, ns_map_writer_2,
+    s_members, 9, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -127,6 +131,8 @@ HIPGSComponentInstance::~HIPGSComponentInstance() = default;
 
 void HIPGSComponentInstance::swap(HIPGSComponentInstance& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_InstanceName.swap(other.m_InstanceName);
     m_DisplayName.swap(other.m_DisplayName);
     m_Description.swap(other.m_Description);
@@ -138,7 +144,9 @@ void HIPGSComponentInstance::swap(HIPGSComponentInstance& other) noexcept
 
 bool HIPGSComponentInstance::operator==(const HIPGSComponentInstance& other) const
 {
-    return m_InstanceName == other.m_InstanceName
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_InstanceName == other.m_InstanceName
         && m_DisplayName == other.m_DisplayName
         && m_Description == other.m_Description
         && m_ComponentRef == other.m_ComponentRef
@@ -190,6 +198,18 @@ lmx60::elmx_error HIPGSComponentInstance::unmarshal(lmx60::c_xml_reader& reader,
 lmx60::elmx_error HIPGSComponentInstance::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponentInstance::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponentInstance::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSComponentInstance::setInstanceName(const std::string& value)

@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSComponentInstanceExtensions::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponentInstanceExtensions::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSComponentInstanceExtensions::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentInstanceExtensions::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentInstanceExtensions::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "configElementInfos", "vorlix:configElementInfos", 63, 0, 1, nullptr, ops<&HIPGSComponentInstanceExtensions::m_ConfigElementInfos>(), nullptr},
     {MemberKind::element, 1000, "boundaryDescriptionInfo", "vorlix:boundaryDescriptionInfo", 35, 0, 1, nullptr, ops<&HIPGSComponentInstanceExtensions::m_BoundaryDescriptionInfo>(), nullptr},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSComponentInstanceExtensions::s_members[] = {
 
 const ClassInfo HIPGSComponentInstanceExtensions::s_class_info = {
     "vorlix:componentInstanceExtensions", 1000, "componentInstanceExtensions", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSComponentInstanceExtensions::~HIPGSComponentInstanceExtensions() = default;
 
 void HIPGSComponentInstanceExtensions::swap(HIPGSComponentInstanceExtensions& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ConfigElementInfos.swap(other.m_ConfigElementInfos);
     m_BoundaryDescriptionInfo.swap(other.m_BoundaryDescriptionInfo);
 }
 
 bool HIPGSComponentInstanceExtensions::operator==(const HIPGSComponentInstanceExtensions& other) const
 {
-    return m_ConfigElementInfos == other.m_ConfigElementInfos
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ConfigElementInfos == other.m_ConfigElementInfos
         && m_BoundaryDescriptionInfo == other.m_BoundaryDescriptionInfo;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSComponentInstanceExtensions::unmarshal(lmx60::c_xml_reade
 lmx60::elmx_error HIPGSComponentInstanceExtensions::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponentInstanceExtensions::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponentInstanceExtensions::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSConfigElementInfosType& HIPGSComponentInstanceExtensions::getConfigElementInfos() const

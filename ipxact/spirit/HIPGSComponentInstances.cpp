@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSComponentInstances::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponentInstances::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSComponentInstances::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentInstances::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentInstances::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "componentInstance", "spirit:componentInstance", 548, 1, kUnbounded, nullptr, ops<&HIPGSComponentInstances::m_ComponentInstance>(), nullptr},
 };
 
 
 const ClassInfo HIPGSComponentInstances::s_class_info = {
     "spirit:componentInstances", 1001, "componentInstances", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSComponentInstances::~HIPGSComponentInstances() = default;
 
 void HIPGSComponentInstances::swap(HIPGSComponentInstances& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ComponentInstance.swap(other.m_ComponentInstance);
 }
 
 bool HIPGSComponentInstances::operator==(const HIPGSComponentInstances& other) const
 {
-    return m_ComponentInstance == other.m_ComponentInstance;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ComponentInstance == other.m_ComponentInstance;
 }
 
 void HIPGSComponentInstances::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSComponentInstances::unmarshal(lmx60::c_xml_reader& reader
 lmx60::elmx_error HIPGSComponentInstances::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponentInstances::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponentInstances::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSComponentInstance& HIPGSComponentInstances::getComponentInstance(size_t index) const

@@ -27,13 +27,17 @@ const lmx60::s_event_map HIPGSComponentType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponentType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSComponentType_first_events_0[] = {577, 0};
+static const int32_t HIPGSComponentType_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSComponentType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponentType_first_events_0, ops<&HIPGSComponentType::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponentType_first_events_2, ops<&HIPGSComponentType::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 0, 1, nullptr, ops<&HIPGSComponentType::m_BusInterfaces>(), nullptr},
     {MemberKind::element, 1001, "channels", "spirit:channels", 468, 0, 1, nullptr, ops<&HIPGSComponentType::m_Channels>(), nullptr},
     {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 0, 1, nullptr, ops<&HIPGSComponentType::m_RemapStates>(), nullptr},
@@ -54,7 +58,7 @@ const MemberInfo HIPGSComponentType::s_members[] = {
 
 const ClassInfo HIPGSComponentType::s_class_info = {
     "spirit:componentType", 0, "componentType", ContentKind::sequence,
-    s_members, 16, ns_map_writer_1,
+    s_members, 18, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -84,6 +88,8 @@ HIPGSComponentType::~HIPGSComponentType() = default;
 
 void HIPGSComponentType::swap(HIPGSComponentType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_BusInterfaces.swap(other.m_BusInterfaces);
     m_Channels.swap(other.m_Channels);
@@ -104,7 +110,9 @@ void HIPGSComponentType::swap(HIPGSComponentType& other) noexcept
 
 bool HIPGSComponentType::operator==(const HIPGSComponentType& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_BusInterfaces == other.m_BusInterfaces
         && m_Channels == other.m_Channels
         && m_RemapStates == other.m_RemapStates
@@ -165,6 +173,18 @@ lmx60::elmx_error HIPGSComponentType::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSComponentType::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponentType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponentType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSComponentType::getVersionedIdentifier() const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSConfigurableElementValues::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSConfigurableElementValues::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSConfigurableElementValues::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSConfigurableElementValues::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSConfigurableElementValues::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "configurableElementValue", "spirit:configurableElementValue", 545, 1, kUnbounded, nullptr, ops<&HIPGSConfigurableElementValues::m_ConfigurableElementValue>(), nullptr},
 };
 
 
 const ClassInfo HIPGSConfigurableElementValues::s_class_info = {
     "spirit:configurableElementValues", 1001, "configurableElementValues", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSConfigurableElementValues::~HIPGSConfigurableElementValues() = default;
 
 void HIPGSConfigurableElementValues::swap(HIPGSConfigurableElementValues& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ConfigurableElementValue.swap(other.m_ConfigurableElementValue);
 }
 
 bool HIPGSConfigurableElementValues::operator==(const HIPGSConfigurableElementValues& other) const
 {
-    return m_ConfigurableElementValue == other.m_ConfigurableElementValue;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ConfigurableElementValue == other.m_ConfigurableElementValue;
 }
 
 void HIPGSConfigurableElementValues::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSConfigurableElementValues::unmarshal(lmx60::c_xml_reader&
 lmx60::elmx_error HIPGSConfigurableElementValues::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSConfigurableElementValues::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConfigurableElementValues::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSConfigurableElementValue& HIPGSConfigurableElementValues::getConfigurableElementValue(size_t index) const

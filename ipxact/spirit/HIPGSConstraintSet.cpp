@@ -17,14 +17,18 @@ const lmx60::s_event_map HIPGSConstraintSet::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSConstraintSet::attr_event_map[] = {
     {1001, "constraintSetId", 15, 362},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSConstraintSet_first_events_1[] = {305, 308, 492, 0};
+static const int32_t HIPGSConstraintSet_first_events_3[] = {305, 308, 492, 0};
 
 const MemberInfo HIPGSConstraintSet::s_members[] = {
     {MemberKind::attribute, 1001, "constraintSetId", "spirit:constraintSetId", 362, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_ConstraintSetIdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, HIPGSConstraintSet_first_events_1, ops<&HIPGSConstraintSet::m_NameGroupOptional>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupOptional", 0, 0, 1, HIPGSConstraintSet_first_events_3, ops<&HIPGSConstraintSet::m_NameGroupOptional>(), nullptr},
     {MemberKind::element, 1001, "vector", "spirit:vector", 313, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_Vector>(), nullptr},
     {MemberKind::element, 1001, "driveConstraint", "spirit:driveConstraint", 349, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_DriveConstraint>(), nullptr},
     {MemberKind::element, 1001, "loadConstraint", "spirit:loadConstraint", 354, 0, 1, nullptr, ops<&HIPGSConstraintSet::m_LoadConstraint>(), nullptr},
@@ -34,7 +38,7 @@ const MemberInfo HIPGSConstraintSet::s_members[] = {
 
 const ClassInfo HIPGSConstraintSet::s_class_info = {
     "spirit:constraintSet", 1001, "constraintSet", ContentKind::sequence,
-    s_members, 6, ns_map_writer_2,
+    s_members, 8, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -127,6 +131,8 @@ HIPGSConstraintSet::~HIPGSConstraintSet() = default;
 void HIPGSConstraintSet::swap(HIPGSConstraintSet& other) noexcept
 {
     m_ConstraintSetIdAttr.swap(other.m_ConstraintSetIdAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroupOptional.swap(other.m_NameGroupOptional);
     m_Vector.swap(other.m_Vector);
     m_DriveConstraint.swap(other.m_DriveConstraint);
@@ -137,6 +143,8 @@ void HIPGSConstraintSet::swap(HIPGSConstraintSet& other) noexcept
 bool HIPGSConstraintSet::operator==(const HIPGSConstraintSet& other) const
 {
     return m_ConstraintSetIdAttr == other.m_ConstraintSetIdAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroupOptional == other.m_NameGroupOptional
         && m_Vector == other.m_Vector
         && m_DriveConstraint == other.m_DriveConstraint
@@ -193,6 +201,18 @@ lmx60::elmx_error HIPGSConstraintSet::marshal(lmx60::c_xml_writer& writer, const
 lmx60::elmx_error HIPGSConstraintSet::setConstraintSetIdAttr(const std::string& value)
 {
     m_ConstraintSetIdAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConstraintSet::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConstraintSet::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

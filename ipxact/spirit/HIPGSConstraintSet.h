@@ -57,6 +57,18 @@ public:
     bool isSetConstraintSetIdAttr() const { return m_ConstraintSetIdAttr.is_set(); }
     void unsetConstraintSetIdAttr() { m_ConstraintSetIdAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroupOptional, 1..1
     const HIPGSNameGroupOptional& getNameGroupOptional() const;
     HIPGSNameGroupOptional& getNameGroupOptional();
@@ -113,6 +125,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_ConstraintSetIdAttr;  // @spirit:constraintSetId, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroupOptional> m_NameGroupOptional;  // group spirit:nameGroupOptional, 1..1
     lmx60::ct_complex_single<HIPGSConstraintSetVector> m_Vector;  // spirit:vector, 0..1
     lmx60::ct_complex_single<HIPGSDriveConstraint> m_DriveConstraint;  // spirit:driveConstraint, 0..1

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSConstraintSets::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSConstraintSets::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSConstraintSets::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSConstraintSets::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSConstraintSets::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "constraintSet", "spirit:constraintSet", 347, 1, kUnbounded, nullptr, ops<&HIPGSConstraintSets::m_ConstraintSet>(), nullptr},
 };
 
 
 const ClassInfo HIPGSConstraintSets::s_class_info = {
     "spirit:constraintSets", 1001, "constraintSets", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSConstraintSets::~HIPGSConstraintSets() = default;
 
 void HIPGSConstraintSets::swap(HIPGSConstraintSets& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ConstraintSet.swap(other.m_ConstraintSet);
 }
 
 bool HIPGSConstraintSets::operator==(const HIPGSConstraintSets& other) const
 {
-    return m_ConstraintSet == other.m_ConstraintSet;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ConstraintSet == other.m_ConstraintSet;
 }
 
 void HIPGSConstraintSets::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSConstraintSets::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSConstraintSets::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSConstraintSets::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConstraintSets::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSConstraintSet& HIPGSConstraintSets::getConstraintSet(size_t index) const

@@ -54,11 +54,15 @@ const lmx60::s_event_map HIPGSCoreExtensions::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSCoreExtensions::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSCoreExtensions::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "supportedFamilies", "vorlix:supportedFamilies", 214, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_SupportedFamilies>(), nullptr},
     {MemberKind::element, 1000, "supportedPlatforms", "vorlix:supportedPlatforms", 216, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_SupportedPlatforms>(), nullptr},
     {MemberKind::element, 1000, "taxonomies", "vorlix:taxonomies", 245, 0, 1, nullptr, ops<&HIPGSCoreExtensions::m_Taxonomies>(), nullptr},
@@ -106,7 +110,7 @@ const MemberInfo HIPGSCoreExtensions::s_members[] = {
 
 const ClassInfo HIPGSCoreExtensions::s_class_info = {
     "vorlix:coreExtensions", 1000, "coreExtensions", ContentKind::sequence,
-    s_members, 42, ns_map_writer_2,
+    s_members, 44, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -198,6 +202,8 @@ HIPGSCoreExtensions::~HIPGSCoreExtensions() = default;
 
 void HIPGSCoreExtensions::swap(HIPGSCoreExtensions& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_SupportedFamilies.swap(other.m_SupportedFamilies);
     m_SupportedPlatforms.swap(other.m_SupportedPlatforms);
     m_Taxonomies.swap(other.m_Taxonomies);
@@ -244,7 +250,9 @@ void HIPGSCoreExtensions::swap(HIPGSCoreExtensions& other) noexcept
 
 bool HIPGSCoreExtensions::operator==(const HIPGSCoreExtensions& other) const
 {
-    return m_SupportedFamilies == other.m_SupportedFamilies
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_SupportedFamilies == other.m_SupportedFamilies
         && m_SupportedPlatforms == other.m_SupportedPlatforms
         && m_Taxonomies == other.m_Taxonomies
         && m_DisplayName == other.m_DisplayName
@@ -331,6 +339,18 @@ lmx60::elmx_error HIPGSCoreExtensions::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSCoreExtensions::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSCoreExtensions::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSCoreExtensions::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSSupportedFamilies& HIPGSCoreExtensions::getSupportedFamilies() const

@@ -20,11 +20,15 @@ const lmx60::s_event_map HIPGSCoreProperties::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSCoreProperties::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSCoreProperties::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSCoreProperties::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSCoreProperties::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "supportedSystemTools", "vorlix:supportedSystemTools", 217, 0, 1, nullptr, ops<&HIPGSCoreProperties::m_SupportedSystemTools>(), nullptr},
     {MemberKind::element, 1000, "supportedFamilies", "vorlix:supportedFamilies", 214, 1, 1, nullptr, ops<&HIPGSCoreProperties::m_SupportedFamilies>(), nullptr},
     {MemberKind::element, 1000, "clockFrequencyRatios", "vorlix:clockFrequencyRatios", 57, 0, 1, nullptr, ops<&HIPGSCoreProperties::m_ClockFrequencyRatios>(), nullptr},
@@ -38,7 +42,7 @@ const MemberInfo HIPGSCoreProperties::s_members[] = {
 
 const ClassInfo HIPGSCoreProperties::s_class_info = {
     "vorlix:coreProperties", 1000, "coreProperties", ContentKind::sequence,
-    s_members, 8, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -130,6 +134,8 @@ HIPGSCoreProperties::~HIPGSCoreProperties() = default;
 
 void HIPGSCoreProperties::swap(HIPGSCoreProperties& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_SupportedSystemTools.swap(other.m_SupportedSystemTools);
     m_SupportedFamilies.swap(other.m_SupportedFamilies);
     m_ClockFrequencyRatios.swap(other.m_ClockFrequencyRatios);
@@ -142,7 +148,9 @@ void HIPGSCoreProperties::swap(HIPGSCoreProperties& other) noexcept
 
 bool HIPGSCoreProperties::operator==(const HIPGSCoreProperties& other) const
 {
-    return m_SupportedSystemTools == other.m_SupportedSystemTools
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_SupportedSystemTools == other.m_SupportedSystemTools
         && m_SupportedFamilies == other.m_SupportedFamilies
         && m_ClockFrequencyRatios == other.m_ClockFrequencyRatios
         && m_SupportedPlatfms == other.m_SupportedPlatfms
@@ -195,6 +203,18 @@ lmx60::elmx_error HIPGSCoreProperties::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSCoreProperties::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSCoreProperties::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSCoreProperties::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSSystemToolType& HIPGSCoreProperties::getSupportedSystemTools() const

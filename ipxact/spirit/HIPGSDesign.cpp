@@ -18,13 +18,17 @@ const lmx60::s_event_map HIPGSDesign::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSDesign::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSDesign_first_events_0[] = {577, 0};
+static const int32_t HIPGSDesign_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSDesign::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesign_first_events_0, ops<&HIPGSDesign::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDesign::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDesign::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesign_first_events_2, ops<&HIPGSDesign::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "componentInstances", "spirit:componentInstances", 550, 0, 1, nullptr, ops<&HIPGSDesign::m_ComponentInstances>(), nullptr},
     {MemberKind::element, 1001, "interconnections", "spirit:interconnections", 564, 0, 1, nullptr, ops<&HIPGSDesign::m_Interconnections>(), nullptr},
     {MemberKind::element, 1001, "adHocConnections", "spirit:adHocConnections", 559, 0, 1, nullptr, ops<&HIPGSDesign::m_AdHocConnections>(), nullptr},
@@ -36,7 +40,7 @@ const MemberInfo HIPGSDesign::s_members[] = {
 
 const ClassInfo HIPGSDesign::s_class_info = {
     "spirit:design", 1001, "design", ContentKind::sequence,
-    s_members, 7, ns_map_writer_2,
+    s_members, 9, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -128,6 +132,8 @@ HIPGSDesign::~HIPGSDesign() = default;
 
 void HIPGSDesign::swap(HIPGSDesign& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_ComponentInstances.swap(other.m_ComponentInstances);
     m_Interconnections.swap(other.m_Interconnections);
@@ -139,7 +145,9 @@ void HIPGSDesign::swap(HIPGSDesign& other) noexcept
 
 bool HIPGSDesign::operator==(const HIPGSDesign& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_ComponentInstances == other.m_ComponentInstances
         && m_Interconnections == other.m_Interconnections
         && m_AdHocConnections == other.m_AdHocConnections
@@ -191,6 +199,18 @@ lmx60::elmx_error HIPGSDesign::unmarshal(lmx60::c_xml_reader& reader, const std:
 lmx60::elmx_error HIPGSDesign::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSDesign::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDesign::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSDesign::getVersionedIdentifier() const

@@ -18,13 +18,17 @@ const lmx60::s_event_map HIPGSDesignConfiguration::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSDesignConfiguration::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSDesignConfiguration_first_events_0[] = {577, 0};
+static const int32_t HIPGSDesignConfiguration_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSDesignConfiguration::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesignConfiguration_first_events_0, ops<&HIPGSDesignConfiguration::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDesignConfiguration::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDesignConfiguration::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSDesignConfiguration_first_events_2, ops<&HIPGSDesignConfiguration::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "designRef", "spirit:designRef", 376, 1, 1, nullptr, ops<&HIPGSDesignConfiguration::m_DesignRef>(), nullptr},
     {MemberKind::element, 1001, "generatorChainConfiguration", "spirit:generatorChainConfiguration", 404, 0, kUnbounded, nullptr, ops<&HIPGSDesignConfiguration::m_GeneratorChainConfiguration>(), nullptr},
     {MemberKind::element, 1001, "interconnectionConfiguration", "spirit:interconnectionConfiguration", 422, 0, kUnbounded, nullptr, ops<&HIPGSDesignConfiguration::m_InterconnectionConfiguration>(), nullptr},
@@ -36,7 +40,7 @@ const MemberInfo HIPGSDesignConfiguration::s_members[] = {
 
 const ClassInfo HIPGSDesignConfiguration::s_class_info = {
     "spirit:designConfiguration", 1001, "designConfiguration", ContentKind::sequence,
-    s_members, 7, ns_map_writer_2,
+    s_members, 9, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -128,6 +132,8 @@ HIPGSDesignConfiguration::~HIPGSDesignConfiguration() = default;
 
 void HIPGSDesignConfiguration::swap(HIPGSDesignConfiguration& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_DesignRef.swap(other.m_DesignRef);
     m_GeneratorChainConfiguration.swap(other.m_GeneratorChainConfiguration);
@@ -139,7 +145,9 @@ void HIPGSDesignConfiguration::swap(HIPGSDesignConfiguration& other) noexcept
 
 bool HIPGSDesignConfiguration::operator==(const HIPGSDesignConfiguration& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_DesignRef == other.m_DesignRef
         && m_GeneratorChainConfiguration == other.m_GeneratorChainConfiguration
         && m_InterconnectionConfiguration == other.m_InterconnectionConfiguration
@@ -191,6 +199,18 @@ lmx60::elmx_error HIPGSDesignConfiguration::unmarshal(lmx60::c_xml_reader& reade
 lmx60::elmx_error HIPGSDesignConfiguration::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSDesignConfiguration::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDesignConfiguration::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSDesignConfiguration::getVersionedIdentifier() const

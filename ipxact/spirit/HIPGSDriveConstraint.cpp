@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSDriveConstraint::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSDriveConstraint::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSDriveConstraint::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDriveConstraint::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDriveConstraint::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "cellSpecification", "spirit:cellSpecification", 350, 1, 1, nullptr, ops<&HIPGSDriveConstraint::m_CellSpecification>(), nullptr},
 };
 
 
 const ClassInfo HIPGSDriveConstraint::s_class_info = {
     "spirit:driveConstraint", 1001, "driveConstraint", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSDriveConstraint::~HIPGSDriveConstraint() = default;
 
 void HIPGSDriveConstraint::swap(HIPGSDriveConstraint& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_CellSpecification.swap(other.m_CellSpecification);
 }
 
 bool HIPGSDriveConstraint::operator==(const HIPGSDriveConstraint& other) const
 {
-    return m_CellSpecification == other.m_CellSpecification;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_CellSpecification == other.m_CellSpecification;
 }
 
 void HIPGSDriveConstraint::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSDriveConstraint::unmarshal(lmx60::c_xml_reader& reader, c
 lmx60::elmx_error HIPGSDriveConstraint::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSDriveConstraint::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDriveConstraint::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSCellSpecification& HIPGSDriveConstraint::getCellSpecification() const

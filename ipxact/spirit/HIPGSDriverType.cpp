@@ -12,19 +12,23 @@ const lmx60::s_event_map HIPGSDriverType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSDriverType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSDriverType_first_events_0[] = {334, 335, 342, 0};
+static const int32_t HIPGSDriverType_first_events_2[] = {334, 335, 342, 0};
 
 const MemberInfo HIPGSDriverType::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriverType_first_events_0, ops<&HIPGSDriverType::m_InnerDriverType>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDriverType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDriverType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriverType_first_events_2, ops<&HIPGSDriverType::m_InnerDriverType>(), nullptr},
 };
 
 
 const ClassInfo HIPGSDriverType::s_class_info = {
     "spirit:driverType", 0, "driverType", ContentKind::sequence,
-    s_members, 1, ns_map_writer_1,
+    s_members, 3, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -54,12 +58,16 @@ HIPGSDriverType::~HIPGSDriverType() = default;
 
 void HIPGSDriverType::swap(HIPGSDriverType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_InnerDriverType.swap(other.m_InnerDriverType);
 }
 
 bool HIPGSDriverType::operator==(const HIPGSDriverType& other) const
 {
-    return m_InnerDriverType == other.m_InnerDriverType;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_InnerDriverType == other.m_InnerDriverType;
 }
 
 void HIPGSDriverType::init()
@@ -105,6 +113,18 @@ lmx60::elmx_error HIPGSDriverType::unmarshal(lmx60::c_xml_reader& reader, const 
 lmx60::elmx_error HIPGSDriverType::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSDriverType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDriverType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSInnerDriverType& HIPGSDriverType::getInnerDriverType() const

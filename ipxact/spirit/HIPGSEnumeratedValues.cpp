@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSEnumeratedValues::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSEnumeratedValues::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSEnumeratedValues::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSEnumeratedValues::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSEnumeratedValues::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "enumeratedValue", "spirit:enumeratedValue", 387, 1, kUnbounded, nullptr, ops<&HIPGSEnumeratedValues::m_EnumeratedValue>(), nullptr},
 };
 
 
 const ClassInfo HIPGSEnumeratedValues::s_class_info = {
     "spirit:enumeratedValues", 1001, "enumeratedValues", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSEnumeratedValues::~HIPGSEnumeratedValues() = default;
 
 void HIPGSEnumeratedValues::swap(HIPGSEnumeratedValues& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_EnumeratedValue.swap(other.m_EnumeratedValue);
 }
 
 bool HIPGSEnumeratedValues::operator==(const HIPGSEnumeratedValues& other) const
 {
-    return m_EnumeratedValue == other.m_EnumeratedValue;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_EnumeratedValue == other.m_EnumeratedValue;
 }
 
 void HIPGSEnumeratedValues::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSEnumeratedValues::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSEnumeratedValues::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSEnumeratedValues::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSEnumeratedValues::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSEnumeratedValue& HIPGSEnumeratedValues::getEnumeratedValue(size_t index) const

@@ -593,6 +593,8 @@ const lmx60::s_event_map attribute_events[] = {
     {1001, "usageType", 9, 572},
     {1001, "vendor", 6, 578},
     {1001, "version", 7, 581},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
+    {1002, "schemaLocation", 14, 599},
     {0, nullptr, 0, 1},
 };
 

@@ -31,6 +31,8 @@ const lmx60::s_event_map HIPGSExecutableImage::attr_event_map[] = {
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
     {1001, "imageType", 9, 420},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -49,6 +51,8 @@ const MemberInfo HIPGSExecutableImage::s_members[] = {
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "imageType", "spirit:imageType", 420, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_ImageTypeAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "name", "spirit:name", 492, 1, 1, nullptr, ops<&HIPGSExecutableImage::m_Name>(), nullptr},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSExecutableImage::m_Parameters>(), nullptr},
@@ -61,7 +65,7 @@ const MemberInfo HIPGSExecutableImage::s_members[] = {
 
 const ClassInfo HIPGSExecutableImage::s_class_info = {
     "spirit:executableImage", 1001, "executableImage", ContentKind::sequence,
-    s_members, 20, ns_map_writer_2,
+    s_members, 22, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -166,6 +170,8 @@ void HIPGSExecutableImage::swap(HIPGSExecutableImage& other) noexcept
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
     m_ImageTypeAttr.swap(other.m_ImageTypeAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Name.swap(other.m_Name);
     m_Description.swap(other.m_Description);
     m_Parameters.swap(other.m_Parameters);
@@ -190,6 +196,8 @@ bool HIPGSExecutableImage::operator==(const HIPGSExecutableImage& other) const
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
         && m_ImageTypeAttr == other.m_ImageTypeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_Name == other.m_Name
         && m_Description == other.m_Description
         && m_Parameters == other.m_Parameters
@@ -362,6 +370,18 @@ lmx60::elmx_error HIPGSExecutableImage::setPromptAttr(const std::string& value)
 lmx60::elmx_error HIPGSExecutableImage::setImageTypeAttr(const std::string& value)
 {
     m_ImageTypeAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSExecutableImage::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSExecutableImage::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -163,6 +163,18 @@ public:
     bool isSetImageTypeAttr() const { return m_ImageTypeAttr.is_set(); }
     void unsetImageTypeAttr() { m_ImageTypeAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // spirit:name, 1..1
     const HIPGSExecutableImageName& getName() const;
     HIPGSExecutableImageName& getName();
@@ -241,6 +253,8 @@ protected:
     lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
     lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
     lmx60::ct_simple_optional<std::string> m_ImageTypeAttr;  // @spirit:imageType, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSExecutableImageName> m_Name;  // spirit:name, 1..1
     lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1

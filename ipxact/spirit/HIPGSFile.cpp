@@ -23,15 +23,19 @@ const lmx60::s_event_map HIPGSFile::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSFile::attr_event_map[] = {
     {1001, "fileId", 6, 397},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSFile_first_events_2[] = {400, 575, 0};
+static const int32_t HIPGSFile_first_events_4[] = {400, 575, 0};
 
 const MemberInfo HIPGSFile::s_members[] = {
     {MemberKind::attribute, 1001, "fileId", "spirit:fileId", 397, 0, 1, nullptr, ops<&HIPGSFile::m_FileIdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFile::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFile::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "name", "spirit:name", 492, 1, 1, nullptr, ops<&HIPGSFile::m_Name>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSFile_first_events_2, ops<&HIPGSFile::m_AnonFileType>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSFile_first_events_4, ops<&HIPGSFile::m_AnonFileType>(), nullptr},
     {MemberKind::element, 1001, "isIncludeFile", "spirit:isIncludeFile", 444, 0, 1, nullptr, ops<&HIPGSFile::m_IsIncludeFile>(), nullptr},
     {MemberKind::element, 1001, "logicalName", "spirit:logicalName", 458, 0, 1, nullptr, ops<&HIPGSFile::m_LogicalName>(), nullptr},
     {MemberKind::element, 1001, "exportedName", "spirit:exportedName", 392, 0, kUnbounded, nullptr, ops<&HIPGSFile::m_ExportedName>(), &lmx60::validation_spec_collapse},
@@ -48,7 +52,7 @@ const MemberInfo HIPGSFile::s_members[] = {
 
 const ClassInfo HIPGSFile::s_class_info = {
     "spirit:file", 1001, "file", ContentKind::sequence,
-    s_members, 14, ns_map_writer_2,
+    s_members, 16, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -141,6 +145,8 @@ HIPGSFile::~HIPGSFile() = default;
 void HIPGSFile::swap(HIPGSFile& other) noexcept
 {
     m_FileIdAttr.swap(other.m_FileIdAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Name.swap(other.m_Name);
     m_AnonFileType.swap(other.m_AnonFileType);
     m_IsIncludeFile.swap(other.m_IsIncludeFile);
@@ -159,6 +165,8 @@ void HIPGSFile::swap(HIPGSFile& other) noexcept
 bool HIPGSFile::operator==(const HIPGSFile& other) const
 {
     return m_FileIdAttr == other.m_FileIdAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_Name == other.m_Name
         && m_AnonFileType == other.m_AnonFileType
         && m_IsIncludeFile == other.m_IsIncludeFile
@@ -222,6 +230,18 @@ lmx60::elmx_error HIPGSFile::marshal(lmx60::c_xml_writer& writer, const char* na
 lmx60::elmx_error HIPGSFile::setFileIdAttr(const std::string& value)
 {
     m_FileIdAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFile::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFile::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

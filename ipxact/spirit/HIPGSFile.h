@@ -60,6 +60,18 @@ public:
     bool isSetFileIdAttr() const { return m_FileIdAttr.is_set(); }
     void unsetFileIdAttr() { m_FileIdAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // spirit:name, 1..1
     const HIPGSName& getName() const;
     HIPGSName& getName();
@@ -185,6 +197,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_FileIdAttr;  // @spirit:fileId, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSName> m_Name;  // spirit:name, 1..1
     lmx60::ct_complex_single<HIPGSAnonFileType> m_AnonFileType;  // sequence, 1..1
     lmx60::ct_complex_single<HIPGSIsIncludeFile> m_IsIncludeFile;  // spirit:isIncludeFile, 0..1

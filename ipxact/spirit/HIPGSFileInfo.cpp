@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSFileInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSFileInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSFileInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "associatedDestinationFile", "vorlix:associatedDestinationFile", 24, 0, 1, nullptr, ops<&HIPGSFileInfo::m_AssociatedDestinationFile>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSFileInfo::s_class_info = {
     "vorlix:fileInfo", 1000, "fileInfo", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSFileInfo::~HIPGSFileInfo() = default;
 
 void HIPGSFileInfo::swap(HIPGSFileInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AssociatedDestinationFile.swap(other.m_AssociatedDestinationFile);
 }
 
 bool HIPGSFileInfo::operator==(const HIPGSFileInfo& other) const
 {
-    return m_AssociatedDestinationFile == other.m_AssociatedDestinationFile;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AssociatedDestinationFile == other.m_AssociatedDestinationFile;
 }
 
 void HIPGSFileInfo::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSFileInfo::unmarshal(lmx60::c_xml_reader& reader, const st
 lmx60::elmx_error HIPGSFileInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSFileInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFileInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSFileInfo::setAssociatedDestinationFile(const std::string& value)

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSFileSetRef::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSFileSetRef::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSFileSetRef::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileSetRef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileSetRef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "localName", "spirit:localName", 457, 1, 1, nullptr, ops<&HIPGSFileSetRef::m_LocalName>(), &lmx60::validation_spec_collapse},
 };
 
 
 const ClassInfo HIPGSFileSetRef::s_class_info = {
     "spirit:fileSetRef", 1001, "fileSetRef", ContentKind::choice,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,6 +120,8 @@ HIPGSFileSetRef::~HIPGSFileSetRef() = default;
 
 void HIPGSFileSetRef::swap(HIPGSFileSetRef& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_LocalName.swap(other.m_LocalName);
     std::swap(m_choice_id, other.m_choice_id);
 }
@@ -123,6 +129,8 @@ void HIPGSFileSetRef::swap(HIPGSFileSetRef& other) noexcept
 bool HIPGSFileSetRef::operator==(const HIPGSFileSetRef& other) const
 {
     return m_choice_id == other.m_choice_id
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_LocalName == other.m_LocalName;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSFileSetRef::marshal(lmx60::c_xml_writer& writer, const ch
     return write_element(writer, *this, s_class_info, name);
 }
 
+lmx60::elmx_error HIPGSFileSetRef::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFileSetRef::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
 void HIPGSFileSetRef::select_LocalName()
 {
     select_alternative(*this, s_class_info, 0);
@@ -178,6 +198,7 @@ void HIPGSFileSetRef::select_LocalName()
 
 lmx60::elmx_error HIPGSFileSetRef::setLocalName(const std::string& value)
 {
+    select_LocalName();
     m_LocalName.set(value);
     return lmx60::ELMX_OK;
 }

@@ -18,13 +18,17 @@ const lmx60::s_event_map HIPGSFileSetType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSFileSetType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSFileSetType_first_events_0[] = {492, 0};
+static const int32_t HIPGSFileSetType_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSFileSetType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSetType_first_events_0, ops<&HIPGSFileSetType::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileSetType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileSetType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSetType_first_events_2, ops<&HIPGSFileSetType::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_Group>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "file", "spirit:file", 371, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_File>(), nullptr},
     {MemberKind::element, 1001, "defaultFileBuilder", "spirit:defaultFileBuilder", 373, 0, kUnbounded, nullptr, ops<&HIPGSFileSetType::m_DefaultFileBuilder>(), nullptr},
@@ -37,7 +41,7 @@ const MemberInfo HIPGSFileSetType::s_members[] = {
 
 const ClassInfo HIPGSFileSetType::s_class_info = {
     "spirit:fileSetType", 0, "fileSetType", ContentKind::sequence,
-    s_members, 8, ns_map_writer_1,
+    s_members, 10, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -67,6 +71,8 @@ HIPGSFileSetType::~HIPGSFileSetType() = default;
 
 void HIPGSFileSetType::swap(HIPGSFileSetType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Group.swap(other.m_Group);
     m_File.swap(other.m_File);
@@ -79,7 +85,9 @@ void HIPGSFileSetType::swap(HIPGSFileSetType& other) noexcept
 
 bool HIPGSFileSetType::operator==(const HIPGSFileSetType& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_Group == other.m_Group
         && m_File == other.m_File
         && m_DefaultFileBuilder == other.m_DefaultFileBuilder
@@ -132,6 +140,18 @@ lmx60::elmx_error HIPGSFileSetType::unmarshal(lmx60::c_xml_reader& reader, const
 lmx60::elmx_error HIPGSFileSetType::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSFileSetType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFileSetType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSFileSetType::getNameGroup() const

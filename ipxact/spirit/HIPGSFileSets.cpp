@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSFileSets::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSFileSets::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSFileSets::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileSets::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileSets::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "fileSet", "spirit:fileSet", 389, 1, kUnbounded, nullptr, ops<&HIPGSFileSets::m_FileSet>(), nullptr},
 };
 
 
 const ClassInfo HIPGSFileSets::s_class_info = {
     "spirit:fileSets", 1001, "fileSets", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSFileSets::~HIPGSFileSets() = default;
 
 void HIPGSFileSets::swap(HIPGSFileSets& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_FileSet.swap(other.m_FileSet);
 }
 
 bool HIPGSFileSets::operator==(const HIPGSFileSets& other) const
 {
-    return m_FileSet == other.m_FileSet;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_FileSet == other.m_FileSet;
 }
 
 void HIPGSFileSets::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSFileSets::unmarshal(lmx60::c_xml_reader& reader, const st
 lmx60::elmx_error HIPGSFileSets::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSFileSets::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFileSets::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSFileSetType& HIPGSFileSets::getFileSet(size_t index) const

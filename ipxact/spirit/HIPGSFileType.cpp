@@ -133,6 +133,7 @@ lmx60::elmx_error HIPGSFileType::setFileType(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator75(value, "fileType"))
         return error;
+    select_FileType();
     m_FileType.set(value);
     return lmx60::ELMX_OK;
 }
@@ -157,6 +158,7 @@ void HIPGSFileType::select_UserFileType()
 
 lmx60::elmx_error HIPGSFileType::setUserFileType(const std::string& value)
 {
+    select_UserFileType();
     m_UserFileType.set(value);
     return lmx60::ELMX_OK;
 }

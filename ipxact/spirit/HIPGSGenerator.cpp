@@ -19,14 +19,18 @@ const lmx60::s_event_map HIPGSGenerator::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSGenerator::attr_event_map[] = {
     {1001, "hidden", 6, 411},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSGenerator_first_events_1[] = {492, 0};
+static const int32_t HIPGSGenerator_first_events_3[] = {492, 0};
 
 const MemberInfo HIPGSGenerator::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSGenerator::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSGenerator_first_events_1, ops<&HIPGSGenerator::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSGenerator::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSGenerator::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSGenerator_first_events_3, ops<&HIPGSGenerator::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSGenerator::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSGenerator::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSGenerator::m_ApiType>(), &lmx60::validation_spec_collapse},
@@ -38,7 +42,7 @@ const MemberInfo HIPGSGenerator::s_members[] = {
 
 const ClassInfo HIPGSGenerator::s_class_info = {
     "spirit:generator", 1001, "generator", ContentKind::sequence,
-    s_members, 8, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -131,6 +135,8 @@ HIPGSGenerator::~HIPGSGenerator() = default;
 void HIPGSGenerator::swap(HIPGSGenerator& other) noexcept
 {
     m_HiddenAttr.swap(other.m_HiddenAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Phase.swap(other.m_Phase);
     m_Parameters.swap(other.m_Parameters);
@@ -143,6 +149,8 @@ void HIPGSGenerator::swap(HIPGSGenerator& other) noexcept
 bool HIPGSGenerator::operator==(const HIPGSGenerator& other) const
 {
     return m_HiddenAttr == other.m_HiddenAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_Phase == other.m_Phase
         && m_Parameters == other.m_Parameters
@@ -201,6 +209,18 @@ lmx60::elmx_error HIPGSGenerator::marshal(lmx60::c_xml_writer& writer, const cha
 lmx60::elmx_error HIPGSGenerator::setHiddenAttr(const bool& value)
 {
     m_HiddenAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGenerator::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGenerator::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

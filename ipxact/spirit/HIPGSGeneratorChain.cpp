@@ -18,16 +18,20 @@ const lmx60::s_event_map HIPGSGeneratorChain::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSGeneratorChain::attr_event_map[] = {
     {1001, "hidden", 6, 411},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSGeneratorChain_first_events_1[] = {577, 0};
-static const int32_t HIPGSGeneratorChain_first_events_2[] = {353, 406, 423, 0};
+static const int32_t HIPGSGeneratorChain_first_events_3[] = {577, 0};
+static const int32_t HIPGSGeneratorChain_first_events_4[] = {353, 406, 423, 0};
 
 const MemberInfo HIPGSGeneratorChain::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSGeneratorChain_first_events_1, ops<&HIPGSGeneratorChain::m_VersionedIdentifier>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, HIPGSGeneratorChain_first_events_2, ops<&HIPGSGeneratorChain::m_AnonGeneratorChainSelector>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSGeneratorChain_first_events_3, ops<&HIPGSGeneratorChain::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, kUnbounded, HIPGSGeneratorChain_first_events_4, ops<&HIPGSGeneratorChain::m_AnonGeneratorChainSelector>(), nullptr},
     {MemberKind::element, 1001, "chainGroup", "spirit:chainGroup", 336, 0, kUnbounded, nullptr, ops<&HIPGSGeneratorChain::m_ChainGroup>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "displayName", "spirit:displayName", 308, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSGeneratorChain::m_Description>(), &lmx60::validation_spec_empty},
@@ -38,7 +42,7 @@ const MemberInfo HIPGSGeneratorChain::s_members[] = {
 
 const ClassInfo HIPGSGeneratorChain::s_class_info = {
     "spirit:generatorChain", 1001, "generatorChain", ContentKind::sequence,
-    s_members, 8, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -131,6 +135,8 @@ HIPGSGeneratorChain::~HIPGSGeneratorChain() = default;
 void HIPGSGeneratorChain::swap(HIPGSGeneratorChain& other) noexcept
 {
     m_HiddenAttr.swap(other.m_HiddenAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_AnonGeneratorChainSelector.swap(other.m_AnonGeneratorChainSelector);
     m_ChainGroup.swap(other.m_ChainGroup);
@@ -143,6 +149,8 @@ void HIPGSGeneratorChain::swap(HIPGSGeneratorChain& other) noexcept
 bool HIPGSGeneratorChain::operator==(const HIPGSGeneratorChain& other) const
 {
     return m_HiddenAttr == other.m_HiddenAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_AnonGeneratorChainSelector == other.m_AnonGeneratorChainSelector
         && m_ChainGroup == other.m_ChainGroup
@@ -201,6 +209,18 @@ lmx60::elmx_error HIPGSGeneratorChain::marshal(lmx60::c_xml_writer& writer, cons
 lmx60::elmx_error HIPGSGeneratorChain::setHiddenAttr(const bool& value)
 {
     m_HiddenAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGeneratorChain::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGeneratorChain::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

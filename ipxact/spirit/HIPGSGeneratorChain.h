@@ -56,6 +56,18 @@ public:
     bool isSetHiddenAttr() const { return m_HiddenAttr.is_set(); }
     void unsetHiddenAttr() { m_HiddenAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:versionedIdentifier, 1..1
     const HIPGSVersionedIdentifier& getVersionedIdentifier() const;
     HIPGSVersionedIdentifier& getVersionedIdentifier();
@@ -124,6 +136,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<bool> m_HiddenAttr;  // @spirit:hidden, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSVersionedIdentifier> m_VersionedIdentifier;  // group spirit:versionedIdentifier, 1..1
     lmx60::ct_complex_multi<HIPGSAnonGeneratorChainSelector> m_AnonGeneratorChainSelector;  // choice, 1..unbounded
     lmx60::ct_simple_multi<std::string> m_ChainGroup;  // spirit:chainGroup, 0..unbounded

@@ -14,19 +14,23 @@ const lmx60::s_event_map HIPGSGroupSelector::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSGroupSelector::attr_event_map[] = {
     {1001, "multipleGroupSelectionOperator", 30, 491},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSGroupSelector::s_members[] = {
     {MemberKind::attribute, 1001, "multipleGroupSelectionOperator", "spirit:multipleGroupSelectionOperator", 491, 0, 1, nullptr, ops<&HIPGSGroupSelector::m_MultipleGroupSelectionOperatorAttr>(), &validation_spec_collapse_Value27},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSGroupSelector::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSGroupSelector::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "name", "spirit:name", 492, 1, kUnbounded, nullptr, ops<&HIPGSGroupSelector::m_Name>(), &lmx60::validation_spec_collapse},
 };
 
 
 const ClassInfo HIPGSGroupSelector::s_class_info = {
     "spirit:groupSelector", 1001, "groupSelector", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -119,12 +123,16 @@ HIPGSGroupSelector::~HIPGSGroupSelector() = default;
 void HIPGSGroupSelector::swap(HIPGSGroupSelector& other) noexcept
 {
     m_MultipleGroupSelectionOperatorAttr.swap(other.m_MultipleGroupSelectionOperatorAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Name.swap(other.m_Name);
 }
 
 bool HIPGSGroupSelector::operator==(const HIPGSGroupSelector& other) const
 {
     return m_MultipleGroupSelectionOperatorAttr == other.m_MultipleGroupSelectionOperatorAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_Name == other.m_Name;
 }
 
@@ -193,6 +201,18 @@ bool HIPGSGroupSelector::setEnumMultipleGroupSelectionOperatorAttr(e_enum_Multip
 {
     const char* text = enum_text(HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values, static_cast<int>(value));
     return text && setMultipleGroupSelectionOperatorAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGroupSelector::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSGroupSelector::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSGroupSelector::appendName(const std::string& value)

@@ -59,6 +59,18 @@ public:
     e_enum_MultipleGroupSelectionOperatorAttr getEnumMultipleGroupSelectionOperatorAttr() const;
     bool setEnumMultipleGroupSelectionOperatorAttr(e_enum_MultipleGroupSelectionOperatorAttr value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // spirit:name, 1..unbounded
     size_t sizeName() const { return m_Name.size(); }
     const std::string& getName(size_t index) const { return m_Name.get(index); }
@@ -74,6 +86,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_MultipleGroupSelectionOperatorAttr;  // @spirit:multipleGroupSelectionOperator, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_multi<std::string> m_Name;  // spirit:name, 1..unbounded
 
     static const MemberInfo s_members[];

@@ -17,11 +17,15 @@ const lmx60::s_event_map HIPGSInstanceProperties::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSInstanceProperties::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSInstanceProperties::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSInstanceProperties::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSInstanceProperties::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "projectOptions", "vorlix:projectOptions", 181, 1, 1, nullptr, ops<&HIPGSInstanceProperties::m_ProjectOptions>(), nullptr},
     {MemberKind::element, 1000, "part", "vorlix:part", 174, 1, 1, nullptr, ops<&HIPGSInstanceProperties::m_Part>(), nullptr},
     {MemberKind::element, 1000, "flowOptions", "vorlix:flowOptions", 115, 1, 1, nullptr, ops<&HIPGSInstanceProperties::m_FlowOptions>(), nullptr},
@@ -32,7 +36,7 @@ const MemberInfo HIPGSInstanceProperties::s_members[] = {
 
 const ClassInfo HIPGSInstanceProperties::s_class_info = {
     "vorlix:instanceProperties", 1000, "instanceProperties", ContentKind::all,
-    s_members, 5, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -124,6 +128,8 @@ HIPGSInstanceProperties::~HIPGSInstanceProperties() = default;
 
 void HIPGSInstanceProperties::swap(HIPGSInstanceProperties& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ProjectOptions.swap(other.m_ProjectOptions);
     m_Part.swap(other.m_Part);
     m_FlowOptions.swap(other.m_FlowOptions);
@@ -134,7 +140,9 @@ void HIPGSInstanceProperties::swap(HIPGSInstanceProperties& other) noexcept
 
 bool HIPGSInstanceProperties::operator==(const HIPGSInstanceProperties& other) const
 {
-    return m_ProjectOptions == other.m_ProjectOptions
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ProjectOptions == other.m_ProjectOptions
         && m_Part == other.m_Part
         && m_FlowOptions == other.m_FlowOptions
         && m_SimulationOptions == other.m_SimulationOptions
@@ -184,6 +192,18 @@ lmx60::elmx_error HIPGSInstanceProperties::unmarshal(lmx60::c_xml_reader& reader
 lmx60::elmx_error HIPGSInstanceProperties::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSInstanceProperties::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSInstanceProperties::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSProjectOptions& HIPGSInstanceProperties::getProjectOptions() const

@@ -13,20 +13,24 @@ const lmx60::s_event_map HIPGSInterconnection::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSInterconnection::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSInterconnection_first_events_0[] = {492, 0};
+static const int32_t HIPGSInterconnection_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSInterconnection::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSInterconnection_first_events_0, ops<&HIPGSInterconnection::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSInterconnection::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSInterconnection::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSInterconnection_first_events_2, ops<&HIPGSInterconnection::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "activeInterface", "spirit:activeInterface", 290, 2, 2, nullptr, ops<&HIPGSInterconnection::m_ActiveInterface>(), nullptr},
 };
 
 
 const ClassInfo HIPGSInterconnection::s_class_info = {
     "spirit:interconnection", 1001, "interconnection", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSInterconnection::~HIPGSInterconnection() = default;
 
 void HIPGSInterconnection::swap(HIPGSInterconnection& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_ActiveInterface.swap(other.m_ActiveInterface);
 }
 
 bool HIPGSInterconnection::operator==(const HIPGSInterconnection& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_ActiveInterface == other.m_ActiveInterface;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSInterconnection::unmarshal(lmx60::c_xml_reader& reader, c
 lmx60::elmx_error HIPGSInterconnection::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSInterconnection::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSInterconnection::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSInterconnection::getNameGroup() const

@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSInterconnections::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSInterconnections::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSInterconnections::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSInterconnections::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSInterconnections::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "interconnection", "spirit:interconnection", 560, 0, kUnbounded, nullptr, ops<&HIPGSInterconnections::m_Interconnection>(), nullptr},
     {MemberKind::element, 1001, "monitorInterconnection", "spirit:monitorInterconnection", 565, 0, kUnbounded, nullptr, ops<&HIPGSInterconnections::m_MonitorInterconnection>(), nullptr},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSInterconnections::s_members[] = {
 
 const ClassInfo HIPGSInterconnections::s_class_info = {
     "spirit:interconnections", 1001, "interconnections", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSInterconnections::~HIPGSInterconnections() = default;
 
 void HIPGSInterconnections::swap(HIPGSInterconnections& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Interconnection.swap(other.m_Interconnection);
     m_MonitorInterconnection.swap(other.m_MonitorInterconnection);
 }
 
 bool HIPGSInterconnections::operator==(const HIPGSInterconnections& other) const
 {
-    return m_Interconnection == other.m_Interconnection
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Interconnection == other.m_Interconnection
         && m_MonitorInterconnection == other.m_MonitorInterconnection;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSInterconnections::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSInterconnections::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSInterconnections::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSInterconnections::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSInterconnection& HIPGSInterconnections::getInterconnection(size_t index) const

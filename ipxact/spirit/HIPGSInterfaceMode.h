@@ -81,7 +81,7 @@ public:
 
     // spirit:mirroredMaster, 1..1
     bool isSetMirroredMaster() const { return m_MirroredMaster.is_set(); }
-    void setMirroredMaster() { m_MirroredMaster.set(); }
+    void setMirroredMaster() { select_MirroredMaster(); m_MirroredMaster.set(); }
     void unsetMirroredMaster() { m_MirroredMaster.unset(); }
 
     // spirit:mirroredSystem, 1..1

@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSLoadConstraint::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSLoadConstraint::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSLoadConstraint::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "cellSpecification", "spirit:cellSpecification", 350, 1, 1, nullptr, ops<&HIPGSLoadConstraint::m_CellSpecification>(), nullptr},
     {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &validation_spec_collapse_Value84, "3"},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSLoadConstraint::s_members[] = {
 
 const ClassInfo HIPGSLoadConstraint::s_class_info = {
     "spirit:loadConstraint", 1001, "loadConstraint", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSLoadConstraint::~HIPGSLoadConstraint() = default;
 
 void HIPGSLoadConstraint::swap(HIPGSLoadConstraint& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_CellSpecification.swap(other.m_CellSpecification);
     m_Count.swap(other.m_Count);
 }
 
 bool HIPGSLoadConstraint::operator==(const HIPGSLoadConstraint& other) const
 {
-    return m_CellSpecification == other.m_CellSpecification
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_CellSpecification == other.m_CellSpecification
         && m_Count == other.m_Count;
 }
 
@@ -172,6 +180,18 @@ lmx60::elmx_error HIPGSLoadConstraint::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSLoadConstraint::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSLoadConstraint::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSLoadConstraint::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSCellSpecification& HIPGSLoadConstraint::getCellSpecification() const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSMemoryMapRefType::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSMemoryMapRefType::attr_event_map[] = {
     {1001, "memoryMapRef", 12, 470},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSMemoryMapRefType::s_members[] = {
     {MemberKind::attribute, 1001, "memoryMapRef", "spirit:memoryMapRef", 470, 1, 1, nullptr, ops<&HIPGSMemoryMapRefType::m_MemoryMapRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSMemoryMapRefType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSMemoryMapRefType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSMemoryMapRefType::s_class_info = {
     "spirit:memoryMapRefType", 0, "memoryMapRefType", ContentKind::empty,
-    s_members, 1, ns_map_writer_1,
+    s_members, 3, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -55,11 +59,15 @@ HIPGSMemoryMapRefType::~HIPGSMemoryMapRefType() = default;
 void HIPGSMemoryMapRefType::swap(HIPGSMemoryMapRefType& other) noexcept
 {
     m_MemoryMapRefAttr.swap(other.m_MemoryMapRefAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
 }
 
 bool HIPGSMemoryMapRefType::operator==(const HIPGSMemoryMapRefType& other) const
 {
-    return m_MemoryMapRefAttr == other.m_MemoryMapRefAttr;
+    return m_MemoryMapRefAttr == other.m_MemoryMapRefAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
 }
 
 void HIPGSMemoryMapRefType::init()
@@ -110,6 +118,18 @@ lmx60::elmx_error HIPGSMemoryMapRefType::marshal(lmx60::c_xml_writer& writer, co
 lmx60::elmx_error HIPGSMemoryMapRefType::setMemoryMapRefAttr(const std::string& value)
 {
     m_MemoryMapRefAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMemoryMapRefType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMemoryMapRefType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

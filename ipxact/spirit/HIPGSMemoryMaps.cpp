@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSMemoryMaps::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSMemoryMaps::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSMemoryMaps::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSMemoryMaps::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSMemoryMaps::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "memoryMap", "spirit:memoryMap", 469, 1, kUnbounded, nullptr, ops<&HIPGSMemoryMaps::m_MemoryMap>(), nullptr},
 };
 
 
 const ClassInfo HIPGSMemoryMaps::s_class_info = {
     "spirit:memoryMaps", 1001, "memoryMaps", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSMemoryMaps::~HIPGSMemoryMaps() = default;
 
 void HIPGSMemoryMaps::swap(HIPGSMemoryMaps& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_MemoryMap.swap(other.m_MemoryMap);
 }
 
 bool HIPGSMemoryMaps::operator==(const HIPGSMemoryMaps& other) const
 {
-    return m_MemoryMap == other.m_MemoryMap;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_MemoryMap == other.m_MemoryMap;
 }
 
 void HIPGSMemoryMaps::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSMemoryMaps::unmarshal(lmx60::c_xml_reader& reader, const 
 lmx60::elmx_error HIPGSMemoryMaps::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSMemoryMaps::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMemoryMaps::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSMemoryMapType& HIPGSMemoryMaps::getMemoryMap(size_t index) const

@@ -14,13 +14,17 @@ const lmx60::s_event_map HIPGSMonitorInterconnection::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSMonitorInterconnection::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSMonitorInterconnection_first_events_0[] = {492, 0};
+static const int32_t HIPGSMonitorInterconnection_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSMonitorInterconnection::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSMonitorInterconnection_first_events_0, ops<&HIPGSMonitorInterconnection::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSMonitorInterconnection::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSMonitorInterconnection::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSMonitorInterconnection_first_events_2, ops<&HIPGSMonitorInterconnection::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "monitoredActiveInterface", "spirit:monitoredActiveInterface", 490, 1, 1, nullptr, ops<&HIPGSMonitorInterconnection::m_MonitoredActiveInterface>(), nullptr},
     {MemberKind::element, 1001, "monitorInterface", "spirit:monitorInterface", 489, 1, kUnbounded, nullptr, ops<&HIPGSMonitorInterconnection::m_MonitorInterface>(), nullptr},
 };
@@ -28,7 +32,7 @@ const MemberInfo HIPGSMonitorInterconnection::s_members[] = {
 
 const ClassInfo HIPGSMonitorInterconnection::s_class_info = {
     "spirit:monitorInterconnection", 1001, "monitorInterconnection", ContentKind::sequence,
-    s_members, 3, ns_map_writer_2,
+    s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -120,6 +124,8 @@ HIPGSMonitorInterconnection::~HIPGSMonitorInterconnection() = default;
 
 void HIPGSMonitorInterconnection::swap(HIPGSMonitorInterconnection& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_MonitoredActiveInterface.swap(other.m_MonitoredActiveInterface);
     m_MonitorInterface.swap(other.m_MonitorInterface);
@@ -127,7 +133,9 @@ void HIPGSMonitorInterconnection::swap(HIPGSMonitorInterconnection& other) noexc
 
 bool HIPGSMonitorInterconnection::operator==(const HIPGSMonitorInterconnection& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_MonitoredActiveInterface == other.m_MonitoredActiveInterface
         && m_MonitorInterface == other.m_MonitorInterface;
 }
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSMonitorInterconnection::unmarshal(lmx60::c_xml_reader& re
 lmx60::elmx_error HIPGSMonitorInterconnection::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSMonitorInterconnection::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMonitorInterconnection::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSMonitorInterconnection::getNameGroup() const

@@ -11,6 +11,9 @@ constexpr const char* kSpiritNamespaceUri = "http://www.spiritconsortium.org/XML
 constexpr const char* kXsiNamespaceUri = "http://www.w3.org/2001/XMLSchema-instance";
 constexpr int kVorlixNamespaceId = 1000;
 constexpr int kSpiritNamespaceId = 1001;
+// Only the schema-location hints of document elements are bound in this namespace; the reader's map
+// leaves it out, so that xsi:type and the hints never count as content of any class.
+constexpr int kXsiNamespaceId = 1002;
 
 // Given to every reader: elements are recognised by namespace id and local name, whatever prefix.
 extern const lmx60::s_ns_map ns_map_reader[];

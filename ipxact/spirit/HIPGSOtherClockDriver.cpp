@@ -18,6 +18,8 @@ const lmx60::s_event_map HIPGSOtherClockDriver::elem_event_map[] = {
 const lmx60::s_event_map HIPGSOtherClockDriver::attr_event_map[] = {
     {1001, "clockName", 9, 340},
     {1001, "clockSource", 11, 348},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -25,6 +27,8 @@ const lmx60::s_event_map HIPGSOtherClockDriver::attr_event_map[] = {
 const MemberInfo HIPGSOtherClockDriver::s_members[] = {
     {MemberKind::attribute, 1001, "clockName", "spirit:clockName", 340, 1, 1, nullptr, ops<&HIPGSOtherClockDriver::m_ClockNameAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "clockSource", "spirit:clockSource", 348, 0, 1, nullptr, ops<&HIPGSOtherClockDriver::m_ClockSourceAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSOtherClockDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSOtherClockDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "clockPeriod", "spirit:clockPeriod", 341, 1, 1, nullptr, ops<&HIPGSOtherClockDriver::m_ClockPeriod>(), nullptr},
     {MemberKind::element, 1001, "clockPulseOffset", "spirit:clockPulseOffset", 344, 1, 1, nullptr, ops<&HIPGSOtherClockDriver::m_ClockPulseOffset>(), nullptr},
     {MemberKind::element, 1001, "clockPulseValue", "spirit:clockPulseValue", 345, 1, 1, nullptr, ops<&HIPGSOtherClockDriver::m_ClockPulseValue>(), nullptr},
@@ -34,7 +38,7 @@ const MemberInfo HIPGSOtherClockDriver::s_members[] = {
 
 const ClassInfo HIPGSOtherClockDriver::s_class_info = {
     "spirit:otherClockDriver", 1001, "otherClockDriver", ContentKind::sequence,
-    s_members, 6, ns_map_writer_2,
+    s_members, 8, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -128,6 +132,8 @@ void HIPGSOtherClockDriver::swap(HIPGSOtherClockDriver& other) noexcept
 {
     m_ClockNameAttr.swap(other.m_ClockNameAttr);
     m_ClockSourceAttr.swap(other.m_ClockSourceAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ClockPeriod.swap(other.m_ClockPeriod);
     m_ClockPulseOffset.swap(other.m_ClockPulseOffset);
     m_ClockPulseValue.swap(other.m_ClockPulseValue);
@@ -138,6 +144,8 @@ bool HIPGSOtherClockDriver::operator==(const HIPGSOtherClockDriver& other) const
 {
     return m_ClockNameAttr == other.m_ClockNameAttr
         && m_ClockSourceAttr == other.m_ClockSourceAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_ClockPeriod == other.m_ClockPeriod
         && m_ClockPulseOffset == other.m_ClockPulseOffset
         && m_ClockPulseValue == other.m_ClockPulseValue
@@ -198,6 +206,18 @@ lmx60::elmx_error HIPGSOtherClockDriver::setClockNameAttr(const std::string& val
 lmx60::elmx_error HIPGSOtherClockDriver::setClockSourceAttr(const std::string& value)
 {
     m_ClockSourceAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSOtherClockDriver::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSOtherClockDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -60,6 +60,18 @@ public:
     bool isSetClockSourceAttr() const { return m_ClockSourceAttr.is_set(); }
     void unsetClockSourceAttr() { m_ClockSourceAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // spirit:clockPeriod, 1..1
     const HIPGSClockPeriod& getClockPeriod() const;
     HIPGSClockPeriod& getClockPeriod();
@@ -103,6 +115,8 @@ public:
 protected:
     lmx60::ct_simple_single<std::string> m_ClockNameAttr;  // @spirit:clockName, required
     lmx60::ct_simple_optional<std::string> m_ClockSourceAttr;  // @spirit:clockSource, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSClockPeriod> m_ClockPeriod;  // spirit:clockPeriod, 1..1
     lmx60::ct_complex_single<HIPGSClockPulseOffset> m_ClockPulseOffset;  // spirit:clockPulseOffset, 1..1
     lmx60::ct_complex_single<HIPGSClockPulseValue> m_ClockPulseValue;  // spirit:clockPulseValue, 1..1

@@ -18,11 +18,15 @@ const lmx60::s_event_map HIPGSPackagingInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSPackagingInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSPackagingInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPackagingInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPackagingInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "vorlixVersion", "vorlix:vorlixVersion", 278, 0, 1, nullptr, ops<&HIPGSPackagingInfo::m_VorlixVersion>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "checksum", "vorlix:checksum", 53, 0, kUnbounded, nullptr, ops<&HIPGSPackagingInfo::m_Checksum>(), nullptr},
     {MemberKind::element, 1000, "targetDRCs", "vorlix:targetDRCs", 244, 0, 1, nullptr, ops<&HIPGSPackagingInfo::m_TargetDRCs>(), nullptr},
@@ -34,7 +38,7 @@ const MemberInfo HIPGSPackagingInfo::s_members[] = {
 
 const ClassInfo HIPGSPackagingInfo::s_class_info = {
     "vorlix:packagingInfo", 1000, "packagingInfo", ContentKind::sequence,
-    s_members, 6, ns_map_writer_2,
+    s_members, 8, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -126,6 +130,8 @@ HIPGSPackagingInfo::~HIPGSPackagingInfo() = default;
 
 void HIPGSPackagingInfo::swap(HIPGSPackagingInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VorlixVersion.swap(other.m_VorlixVersion);
     m_Checksum.swap(other.m_Checksum);
     m_TargetDRCs.swap(other.m_TargetDRCs);
@@ -136,7 +142,9 @@ void HIPGSPackagingInfo::swap(HIPGSPackagingInfo& other) noexcept
 
 bool HIPGSPackagingInfo::operator==(const HIPGSPackagingInfo& other) const
 {
-    return m_VorlixVersion == other.m_VorlixVersion
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VorlixVersion == other.m_VorlixVersion
         && m_Checksum == other.m_Checksum
         && m_TargetDRCs == other.m_TargetDRCs
         && m_ParameterAbstractionMaps == other.m_ParameterAbstractionMaps
@@ -187,6 +195,18 @@ lmx60::elmx_error HIPGSPackagingInfo::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSPackagingInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSPackagingInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSPackagingInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPackagingInfo::setVorlixVersion(const std::string& value)

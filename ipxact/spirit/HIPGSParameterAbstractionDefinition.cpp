@@ -19,13 +19,17 @@ const lmx60::s_event_map HIPGSParameterAbstractionDefinition::elem_event_map[] =
 };
 
 const lmx60::s_event_map HIPGSParameterAbstractionDefinition::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSParameterAbstractionDefinition_first_events_0[] = {577, 0};
+static const int32_t HIPGSParameterAbstractionDefinition_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSParameterAbstractionDefinition::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSParameterAbstractionDefinition_first_events_0, ops<&HIPGSParameterAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSParameterAbstractionDefinition_first_events_2, ops<&HIPGSParameterAbstractionDefinition::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1000, "displayName", "vorlix:displayName", 105, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_DisplayName>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "description", "vorlix:description", 88, 0, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_Description>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "scope", "vorlix:scope", 202, 1, 1, nullptr, ops<&HIPGSParameterAbstractionDefinition::m_Scope>(), nullptr},
@@ -38,7 +42,7 @@ const MemberInfo HIPGSParameterAbstractionDefinition::s_members[] = {
 
 const ClassInfo HIPGSParameterAbstractionDefinition::s_class_info = {
     "vorlix:parameterAbstractionDefinition", 1000, "parameterAbstractionDefinition", ContentKind::sequence,
-    s_members, 8, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -130,6 +134,8 @@ HIPGSParameterAbstractionDefinition::~HIPGSParameterAbstractionDefinition() = de
 
 void HIPGSParameterAbstractionDefinition::swap(HIPGSParameterAbstractionDefinition& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_DisplayName.swap(other.m_DisplayName);
     m_Description.swap(other.m_Description);
@@ -142,7 +148,9 @@ void HIPGSParameterAbstractionDefinition::swap(HIPGSParameterAbstractionDefiniti
 
 bool HIPGSParameterAbstractionDefinition::operator==(const HIPGSParameterAbstractionDefinition& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_DisplayName == other.m_DisplayName
         && m_Description == other.m_Description
         && m_Scope == other.m_Scope
@@ -195,6 +203,18 @@ lmx60::elmx_error HIPGSParameterAbstractionDefinition::unmarshal(lmx60::c_xml_re
 lmx60::elmx_error HIPGSParameterAbstractionDefinition::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionDefinition::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionDefinition::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSParameterAbstractionDefinition::getVersionedIdentifier() const

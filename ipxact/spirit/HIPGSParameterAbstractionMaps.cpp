@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSParameterAbstractionMaps::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSParameterAbstractionMaps::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSParameterAbstractionMaps::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameterAbstractionMaps::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameterAbstractionMaps::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "parameterAbstractionMap", "vorlix:parameterAbstractionMap", 169, 0, kUnbounded, nullptr, ops<&HIPGSParameterAbstractionMaps::m_ParameterAbstractionMap>(), nullptr},
 };
 
 
 const ClassInfo HIPGSParameterAbstractionMaps::s_class_info = {
     "vorlix:parameterAbstractionMaps", 1000, "parameterAbstractionMaps", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSParameterAbstractionMaps::~HIPGSParameterAbstractionMaps() = default;
 
 void HIPGSParameterAbstractionMaps::swap(HIPGSParameterAbstractionMaps& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ParameterAbstractionMap.swap(other.m_ParameterAbstractionMap);
 }
 
 bool HIPGSParameterAbstractionMaps::operator==(const HIPGSParameterAbstractionMaps& other) const
 {
-    return m_ParameterAbstractionMap == other.m_ParameterAbstractionMap;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ParameterAbstractionMap == other.m_ParameterAbstractionMap;
 }
 
 void HIPGSParameterAbstractionMaps::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSParameterAbstractionMaps::unmarshal(lmx60::c_xml_reader& 
 lmx60::elmx_error HIPGSParameterAbstractionMaps::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionMaps::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionMaps::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSParameterAbstractionMapType& HIPGSParameterAbstractionMaps::getParameterAbstractionMap(size_t index) const

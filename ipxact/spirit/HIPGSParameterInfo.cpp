@@ -16,11 +16,15 @@ const lmx60::s_event_map HIPGSParameterInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSParameterInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSParameterInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameterInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameterInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "parameterType", "vorlix:parameterType", 172, 0, kUnbounded, nullptr, ops<&HIPGSParameterInfo::m_ParameterType>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSParameterInfo::m_Enablement>(), nullptr},
     {MemberKind::element, 1000, "parameterUsage", "vorlix:parameterUsage", 173, 0, kUnbounded, nullptr, ops<&HIPGSParameterInfo::m_ParameterUsage>(), &lmx60::validation_spec_empty},
@@ -30,7 +34,7 @@ const MemberInfo HIPGSParameterInfo::s_members[] = {
 
 const ClassInfo HIPGSParameterInfo::s_class_info = {
     "vorlix:parameterInfo", 1000, "parameterInfo", ContentKind::sequence,
-    s_members, 4, ns_map_writer_2,
+    s_members, 6, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -122,6 +126,8 @@ HIPGSParameterInfo::~HIPGSParameterInfo() = default;
 
 void HIPGSParameterInfo::swap(HIPGSParameterInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ParameterType.swap(other.m_ParameterType);
     m_Enablement.swap(other.m_Enablement);
     m_ParameterUsage.swap(other.m_ParameterUsage);
@@ -130,7 +136,9 @@ void HIPGSParameterInfo::swap(HIPGSParameterInfo& other) noexcept
 
 bool HIPGSParameterInfo::operator==(const HIPGSParameterInfo& other) const
 {
-    return m_ParameterType == other.m_ParameterType
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ParameterType == other.m_ParameterType
         && m_Enablement == other.m_Enablement
         && m_ParameterUsage == other.m_ParameterUsage
         && m_Visibility == other.m_Visibility;
@@ -179,6 +187,18 @@ lmx60::elmx_error HIPGSParameterInfo::unmarshal(lmx60::c_xml_reader& reader, con
 lmx60::elmx_error HIPGSParameterInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSParameterInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterInfo::appendParameterType(const std::string& value)

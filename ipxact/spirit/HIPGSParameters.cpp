@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSParameters::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSParameters::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSParameters::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameters::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameters::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameter", "spirit:parameter", 307, 1, kUnbounded, nullptr, ops<&HIPGSParameters::m_Parameter>(), nullptr},
 };
 
 
 const ClassInfo HIPGSParameters::s_class_info = {
     "spirit:parameters", 1001, "parameters", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSParameters::~HIPGSParameters() = default;
 
 void HIPGSParameters::swap(HIPGSParameters& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Parameter.swap(other.m_Parameter);
 }
 
 bool HIPGSParameters::operator==(const HIPGSParameters& other) const
 {
-    return m_Parameter == other.m_Parameter;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Parameter == other.m_Parameter;
 }
 
 void HIPGSParameters::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSParameters::unmarshal(lmx60::c_xml_reader& reader, const 
 lmx60::elmx_error HIPGSParameters::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSParameters::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameters::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameValuePairType& HIPGSParameters::getParameter(size_t index) const

@@ -20,11 +20,15 @@ const lmx60::s_event_map HIPGSPortInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSPortInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSPortInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPortInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPortInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "endianness", "vorlix:endianness", 109, 0, 1, nullptr, ops<&HIPGSPortInfo::m_Endianness>(), &validation_spec_preserve_Value46},
     {MemberKind::element, 1000, "bufferType", "vorlix:bufferType", 37, 0, 1, nullptr, ops<&HIPGSPortInfo::m_BufferType>(), &validation_spec_preserve_Value8},
     {MemberKind::element, 1000, "sampleRate", "vorlix:sampleRate", 201, 0, 1, nullptr, ops<&HIPGSPortInfo::m_SampleRate>(), &lmx60::validation_spec_empty},
@@ -38,7 +42,7 @@ const MemberInfo HIPGSPortInfo::s_members[] = {
 
 const ClassInfo HIPGSPortInfo::s_class_info = {
     "vorlix:portInfo", 1000, "portInfo", ContentKind::sequence,
-    s_members, 8, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -130,6 +134,8 @@ HIPGSPortInfo::~HIPGSPortInfo() = default;
 
 void HIPGSPortInfo::swap(HIPGSPortInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Endianness.swap(other.m_Endianness);
     m_BufferType.swap(other.m_BufferType);
     m_SampleRate.swap(other.m_SampleRate);
@@ -142,7 +148,9 @@ void HIPGSPortInfo::swap(HIPGSPortInfo& other) noexcept
 
 bool HIPGSPortInfo::operator==(const HIPGSPortInfo& other) const
 {
-    return m_Endianness == other.m_Endianness
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Endianness == other.m_Endianness
         && m_BufferType == other.m_BufferType
         && m_SampleRate == other.m_SampleRate
         && m_Latency == other.m_Latency
@@ -195,6 +203,18 @@ lmx60::elmx_error HIPGSPortInfo::unmarshal(lmx60::c_xml_reader& reader, const st
 lmx60::elmx_error HIPGSPortInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSPortInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSPortInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPortInfo::setEndianness(const std::string& value)

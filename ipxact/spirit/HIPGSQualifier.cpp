@@ -158,6 +158,7 @@ void HIPGSQualifier::select_IsClock()
 
 lmx60::elmx_error HIPGSQualifier::setIsClock(const bool& value)
 {
+    select_IsClock();
     m_IsClock.set(value);
     return lmx60::ELMX_OK;
 }
@@ -169,6 +170,7 @@ void HIPGSQualifier::select_IsReset()
 
 lmx60::elmx_error HIPGSQualifier::setIsReset(const bool& value)
 {
+    select_IsReset();
     m_IsReset.set(value);
     return lmx60::ELMX_OK;
 }

@@ -28,11 +28,13 @@ const lmx60::s_event_map HIPGSRegisterFile::attr_event_map[] = {
     {1001, "maximum", 7, 48},
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSRegisterFile_first_events_12[] = {492, 0};
-static const int32_t HIPGSRegisterFile_first_events_15[] = {509, 563, 0};
+static const int32_t HIPGSRegisterFile_first_events_14[] = {492, 0};
+static const int32_t HIPGSRegisterFile_first_events_17[] = {509, 563, 0};
 
 const MemberInfo HIPGSRegisterFile::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -47,10 +49,12 @@ const MemberInfo HIPGSRegisterFile::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRegisterFile_first_events_12, ops<&HIPGSRegisterFile::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSRegisterFile_first_events_14, ops<&HIPGSRegisterFile::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "dim", "spirit:dim", 377, 0, kUnbounded, nullptr, ops<&HIPGSRegisterFile::m_Dim>(), &validation_spec_collapse_Value82},
     {MemberKind::element, 1001, "addressOffset", "spirit:addressOffset", 291, 1, 1, nullptr, ops<&HIPGSRegisterFile::m_AddressOffset>(), &validation_spec_preserve_Lexical2},
-    {MemberKind::group, 1001, nullptr, "spirit:registerFileDefinitionGroup", 0, 1, 1, HIPGSRegisterFile_first_events_15, ops<&HIPGSRegisterFile::m_RegisterFileDefinitionGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:registerFileDefinitionGroup", 0, 1, 1, HIPGSRegisterFile_first_events_17, ops<&HIPGSRegisterFile::m_RegisterFileDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSRegisterFile::m_VendorExtensions>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSRegisterFile::m_any_attribute>(), nullptr},
@@ -59,7 +63,7 @@ const MemberInfo HIPGSRegisterFile::s_members[] = {
 
 const ClassInfo HIPGSRegisterFile::s_class_info = {
     "spirit:registerFile", 1001, "registerFile", ContentKind::sequence,
-    s_members, 19, ns_map_writer_2,
+    s_members, 21, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -163,6 +167,8 @@ void HIPGSRegisterFile::swap(HIPGSRegisterFile& other) noexcept
     m_MaximumAttr.swap(other.m_MaximumAttr);
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Dim.swap(other.m_Dim);
     m_AddressOffset.swap(other.m_AddressOffset);
@@ -186,6 +192,8 @@ bool HIPGSRegisterFile::operator==(const HIPGSRegisterFile& other) const
         && m_MaximumAttr == other.m_MaximumAttr
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_Dim == other.m_Dim
         && m_AddressOffset == other.m_AddressOffset
@@ -352,6 +360,18 @@ bool HIPGSRegisterFile::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 lmx60::elmx_error HIPGSRegisterFile::setPromptAttr(const std::string& value)
 {
     m_PromptAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRegisterFile::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRegisterFile::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

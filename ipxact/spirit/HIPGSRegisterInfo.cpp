@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSRegisterInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSRegisterInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSRegisterInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSRegisterInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSRegisterInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSRegisterInfo::m_Enablement>(), nullptr},
 };
 
 
 const ClassInfo HIPGSRegisterInfo::s_class_info = {
     "vorlix:registerInfo", 1000, "registerInfo", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSRegisterInfo::~HIPGSRegisterInfo() = default;
 
 void HIPGSRegisterInfo::swap(HIPGSRegisterInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Enablement.swap(other.m_Enablement);
 }
 
 bool HIPGSRegisterInfo::operator==(const HIPGSRegisterInfo& other) const
 {
-    return m_Enablement == other.m_Enablement;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Enablement == other.m_Enablement;
 }
 
 void HIPGSRegisterInfo::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSRegisterInfo::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSRegisterInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSRegisterInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRegisterInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSEnablementType& HIPGSRegisterInfo::getEnablement(size_t index) const

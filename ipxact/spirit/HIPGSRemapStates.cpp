@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSRemapStates::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSRemapStates::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSRemapStates::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSRemapStates::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSRemapStates::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "remapState", "spirit:remapState", 520, 1, kUnbounded, nullptr, ops<&HIPGSRemapStates::m_RemapState>(), nullptr},
 };
 
 
 const ClassInfo HIPGSRemapStates::s_class_info = {
     "spirit:remapStates", 1001, "remapStates", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSRemapStates::~HIPGSRemapStates() = default;
 
 void HIPGSRemapStates::swap(HIPGSRemapStates& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_RemapState.swap(other.m_RemapState);
 }
 
 bool HIPGSRemapStates::operator==(const HIPGSRemapStates& other) const
 {
-    return m_RemapState == other.m_RemapState;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_RemapState == other.m_RemapState;
 }
 
 void HIPGSRemapStates::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSRemapStates::unmarshal(lmx60::c_xml_reader& reader, const
 lmx60::elmx_error HIPGSRemapStates::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSRemapStates::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRemapStates::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSRemapState& HIPGSRemapStates::getRemapState(size_t index) const

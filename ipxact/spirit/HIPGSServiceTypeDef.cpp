@@ -15,11 +15,15 @@ const lmx60::s_event_map HIPGSServiceTypeDef::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSServiceTypeDef::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSServiceTypeDef::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSServiceTypeDef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSServiceTypeDef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "typeName", "spirit:typeName", 566, 1, 1, nullptr, ops<&HIPGSServiceTypeDef::m_TypeName>(), nullptr},
     {MemberKind::element, 1001, "typeDefinition", "spirit:typeDefinition", 562, 0, kUnbounded, nullptr, ops<&HIPGSServiceTypeDef::m_TypeDefinition>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSServiceTypeDef::m_Parameters>(), nullptr},
@@ -28,7 +32,7 @@ const MemberInfo HIPGSServiceTypeDef::s_members[] = {
 
 const ClassInfo HIPGSServiceTypeDef::s_class_info = {
     "spirit:serviceTypeDef", 1001, "serviceTypeDef", ContentKind::sequence,
-    s_members, 3, ns_map_writer_2,
+    s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -120,6 +124,8 @@ HIPGSServiceTypeDef::~HIPGSServiceTypeDef() = default;
 
 void HIPGSServiceTypeDef::swap(HIPGSServiceTypeDef& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_TypeName.swap(other.m_TypeName);
     m_TypeDefinition.swap(other.m_TypeDefinition);
     m_Parameters.swap(other.m_Parameters);
@@ -127,7 +133,9 @@ void HIPGSServiceTypeDef::swap(HIPGSServiceTypeDef& other) noexcept
 
 bool HIPGSServiceTypeDef::operator==(const HIPGSServiceTypeDef& other) const
 {
-    return m_TypeName == other.m_TypeName
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_TypeName == other.m_TypeName
         && m_TypeDefinition == other.m_TypeDefinition
         && m_Parameters == other.m_Parameters;
 }
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSServiceTypeDef::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSServiceTypeDef::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSServiceTypeDef::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSServiceTypeDef::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSServiceTypeDefTypeName& HIPGSServiceTypeDef::getTypeName() const

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSServiceTypeDefs::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSServiceTypeDefs::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSServiceTypeDefs::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSServiceTypeDefs::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSServiceTypeDefs::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "serviceTypeDef", "spirit:serviceTypeDef", 322, 1, kUnbounded, nullptr, ops<&HIPGSServiceTypeDefs::m_ServiceTypeDef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSServiceTypeDefs::s_class_info = {
     "spirit:serviceTypeDefs", 1001, "serviceTypeDefs", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSServiceTypeDefs::~HIPGSServiceTypeDefs() = default;
 
 void HIPGSServiceTypeDefs::swap(HIPGSServiceTypeDefs& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ServiceTypeDef.swap(other.m_ServiceTypeDef);
 }
 
 bool HIPGSServiceTypeDefs::operator==(const HIPGSServiceTypeDefs& other) const
 {
-    return m_ServiceTypeDef == other.m_ServiceTypeDef;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_ServiceTypeDef == other.m_ServiceTypeDef;
 }
 
 void HIPGSServiceTypeDefs::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSServiceTypeDefs::unmarshal(lmx60::c_xml_reader& reader, c
 lmx60::elmx_error HIPGSServiceTypeDefs::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSServiceTypeDefs::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSServiceTypeDefs::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSServiceTypeDef& HIPGSServiceTypeDefs::getServiceTypeDef(size_t index) const

@@ -15,11 +15,15 @@ const lmx60::s_event_map HIPGSSingleShotDriver::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSSingleShotDriver::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSSingleShotDriver::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSSingleShotDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSSingleShotDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "singleShotOffset", "spirit:singleShotOffset", 535, 1, 1, nullptr, ops<&HIPGSSingleShotDriver::m_SingleShotOffset>(), nullptr},
     {MemberKind::element, 1001, "singleShotValue", "spirit:singleShotValue", 536, 1, 1, nullptr, ops<&HIPGSSingleShotDriver::m_SingleShotValue>(), nullptr},
     {MemberKind::element, 1001, "singleShotDuration", "spirit:singleShotDuration", 534, 1, 1, nullptr, ops<&HIPGSSingleShotDriver::m_SingleShotDuration>(), nullptr},
@@ -28,7 +32,7 @@ const MemberInfo HIPGSSingleShotDriver::s_members[] = {
 
 const ClassInfo HIPGSSingleShotDriver::s_class_info = {
     "spirit:singleShotDriver", 1001, "singleShotDriver", ContentKind::sequence,
-    s_members, 3, ns_map_writer_2,
+    s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -120,6 +124,8 @@ HIPGSSingleShotDriver::~HIPGSSingleShotDriver() = default;
 
 void HIPGSSingleShotDriver::swap(HIPGSSingleShotDriver& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_SingleShotOffset.swap(other.m_SingleShotOffset);
     m_SingleShotValue.swap(other.m_SingleShotValue);
     m_SingleShotDuration.swap(other.m_SingleShotDuration);
@@ -127,7 +133,9 @@ void HIPGSSingleShotDriver::swap(HIPGSSingleShotDriver& other) noexcept
 
 bool HIPGSSingleShotDriver::operator==(const HIPGSSingleShotDriver& other) const
 {
-    return m_SingleShotOffset == other.m_SingleShotOffset
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_SingleShotOffset == other.m_SingleShotOffset
         && m_SingleShotValue == other.m_SingleShotValue
         && m_SingleShotDuration == other.m_SingleShotDuration;
 }
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSSingleShotDriver::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSSingleShotDriver::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSSingleShotDriver::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSSingleShotDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSSingleShotOffset& HIPGSSingleShotDriver::getSingleShotOffset() const

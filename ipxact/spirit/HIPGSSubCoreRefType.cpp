@@ -12,19 +12,23 @@ const lmx60::s_event_map HIPGSSubCoreRefType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSSubCoreRefType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSSubCoreRefType_first_events_0[] = {59, 144, 0};
+static const int32_t HIPGSSubCoreRefType_first_events_2[] = {59, 144, 0};
 
 const MemberInfo HIPGSSubCoreRefType::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRefType_first_events_0, ops<&HIPGSSubCoreRefType::m_AnonComponentRef>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSSubCoreRefType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSSubCoreRefType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRefType_first_events_2, ops<&HIPGSSubCoreRefType::m_AnonComponentRef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSSubCoreRefType::s_class_info = {
     "vorlix:subCoreRefType", 0, "subCoreRefType", ContentKind::sequence,
-    s_members, 1, ns_map_writer_1,
+    s_members, 3, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -54,12 +58,16 @@ HIPGSSubCoreRefType::~HIPGSSubCoreRefType() = default;
 
 void HIPGSSubCoreRefType::swap(HIPGSSubCoreRefType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AnonComponentRef.swap(other.m_AnonComponentRef);
 }
 
 bool HIPGSSubCoreRefType::operator==(const HIPGSSubCoreRefType& other) const
 {
-    return m_AnonComponentRef == other.m_AnonComponentRef;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AnonComponentRef == other.m_AnonComponentRef;
 }
 
 void HIPGSSubCoreRefType::init()
@@ -105,6 +113,18 @@ lmx60::elmx_error HIPGSSubCoreRefType::unmarshal(lmx60::c_xml_reader& reader, co
 lmx60::elmx_error HIPGSSubCoreRefType::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSSubCoreRefType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSSubCoreRefType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSAnonComponentRef& HIPGSSubCoreRefType::getAnonComponentRef() const

@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSTransTypeDef::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSTransTypeDef::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSTransTypeDef::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSTransTypeDef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSTransTypeDef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "typeName", "spirit:typeName", 566, 1, 1, nullptr, ops<&HIPGSTransTypeDef::m_TypeName>(), nullptr},
     {MemberKind::element, 1001, "typeDefinition", "spirit:typeDefinition", 562, 0, kUnbounded, nullptr, ops<&HIPGSTransTypeDef::m_TypeDefinition>(), &lmx60::validation_spec_empty},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSTransTypeDef::s_members[] = {
 
 const ClassInfo HIPGSTransTypeDef::s_class_info = {
     "spirit:transTypeDef", 1001, "transTypeDef", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSTransTypeDef::~HIPGSTransTypeDef() = default;
 
 void HIPGSTransTypeDef::swap(HIPGSTransTypeDef& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_TypeName.swap(other.m_TypeName);
     m_TypeDefinition.swap(other.m_TypeDefinition);
 }
 
 bool HIPGSTransTypeDef::operator==(const HIPGSTransTypeDef& other) const
 {
-    return m_TypeName == other.m_TypeName
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_TypeName == other.m_TypeName
         && m_TypeDefinition == other.m_TypeDefinition;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSTransTypeDef::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSTransTypeDef::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSTransTypeDef::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSTransTypeDef::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSTypeName& HIPGSTransTypeDef::getTypeName() const

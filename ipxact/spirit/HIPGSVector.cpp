@@ -14,11 +14,15 @@ const lmx60::s_event_map HIPGSVector::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSVector::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSVector::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSVector::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSVector::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "left", "spirit:left", 449, 1, 1, nullptr, ops<&HIPGSVector::m_Left>(), nullptr},
     {MemberKind::element, 1001, "right", "spirit:right", 526, 1, 1, nullptr, ops<&HIPGSVector::m_Right>(), nullptr},
 };
@@ -26,7 +30,7 @@ const MemberInfo HIPGSVector::s_members[] = {
 
 const ClassInfo HIPGSVector::s_class_info = {
     "spirit:vector", 1001, "vector", ContentKind::sequence,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,13 +122,17 @@ HIPGSVector::~HIPGSVector() = default;
 
 void HIPGSVector::swap(HIPGSVector& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Left.swap(other.m_Left);
     m_Right.swap(other.m_Right);
 }
 
 bool HIPGSVector::operator==(const HIPGSVector& other) const
 {
-    return m_Left == other.m_Left
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Left == other.m_Left
         && m_Right == other.m_Right;
 }
 
@@ -171,6 +179,18 @@ lmx60::elmx_error HIPGSVector::unmarshal(lmx60::c_xml_reader& reader, const std:
 lmx60::elmx_error HIPGSVector::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSVector::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSVector::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSLeft& HIPGSVector::getLeft() const

@@ -12,18 +12,22 @@ const lmx60::s_event_map HIPGSVendorExtensions::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSVendorExtensions::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSVendorExtensions::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSVendorExtensions::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSVendorExtensions::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::any_element, 0, "##any", nullptr, 0, 1, kUnbounded, nullptr, ops<&HIPGSVendorExtensions::m_Any>(), nullptr},
 };
 
 
 const ClassInfo HIPGSVendorExtensions::s_class_info = {
     "spirit:vendorExtensions", 1001, "vendorExtensions", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -115,12 +119,16 @@ HIPGSVendorExtensions::~HIPGSVendorExtensions() = default;
 
 void HIPGSVendorExtensions::swap(HIPGSVendorExtensions& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Any.swap(other.m_Any);
 }
 
 bool HIPGSVendorExtensions::operator==(const HIPGSVendorExtensions& other) const
 {
-    return m_Any == other.m_Any;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Any == other.m_Any;
 }
 
 void HIPGSVendorExtensions::init()
@@ -168,5 +176,16 @@ lmx60::elmx_error HIPGSVendorExtensions::marshal(lmx60::c_xml_writer& writer, co
     return write_element(writer, *this, s_class_info, name);
 }
 
+lmx60::elmx_error HIPGSVendorExtensions::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSVendorExtensions::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
 
 }  // namespace HIPGSpirit

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSViewInfo::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSViewInfo::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSViewInfo::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSViewInfo::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSViewInfo::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "enablement", "vorlix:enablement", 108, 0, kUnbounded, nullptr, ops<&HIPGSViewInfo::m_Enablement>(), nullptr},
 };
 
 
 const ClassInfo HIPGSViewInfo::s_class_info = {
     "vorlix:viewInfo", 1000, "viewInfo", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSViewInfo::~HIPGSViewInfo() = default;
 
 void HIPGSViewInfo::swap(HIPGSViewInfo& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Enablement.swap(other.m_Enablement);
 }
 
 bool HIPGSViewInfo::operator==(const HIPGSViewInfo& other) const
 {
-    return m_Enablement == other.m_Enablement;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Enablement == other.m_Enablement;
 }
 
 void HIPGSViewInfo::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSViewInfo::unmarshal(lmx60::c_xml_reader& reader, const st
 lmx60::elmx_error HIPGSViewInfo::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSViewInfo::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSViewInfo::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSEnablementType& HIPGSViewInfo::getEnablement(size_t index) const

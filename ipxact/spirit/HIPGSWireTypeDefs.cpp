@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSWireTypeDefs::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSWireTypeDefs::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSWireTypeDefs::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSWireTypeDefs::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSWireTypeDefs::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "wireTypeDef", "spirit:wireTypeDef", 324, 1, kUnbounded, nullptr, ops<&HIPGSWireTypeDefs::m_WireTypeDef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSWireTypeDefs::s_class_info = {
     "spirit:wireTypeDefs", 1001, "wireTypeDefs", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSWireTypeDefs::~HIPGSWireTypeDefs() = default;
 
 void HIPGSWireTypeDefs::swap(HIPGSWireTypeDefs& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_WireTypeDef.swap(other.m_WireTypeDef);
 }
 
 bool HIPGSWireTypeDefs::operator==(const HIPGSWireTypeDefs& other) const
 {
-    return m_WireTypeDef == other.m_WireTypeDef;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_WireTypeDef == other.m_WireTypeDef;
 }
 
 void HIPGSWireTypeDefs::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSWireTypeDefs::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSWireTypeDefs::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSWireTypeDefs::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSWireTypeDefs::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSWireTypeDef& HIPGSWireTypeDefs::getWireTypeDef(size_t index) const

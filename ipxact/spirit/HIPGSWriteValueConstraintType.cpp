@@ -124,6 +124,7 @@ void HIPGSWriteValueConstraintType::select_WriteAsRead()
 
 lmx60::elmx_error HIPGSWriteValueConstraintType::setWriteAsRead(const bool& value)
 {
+    select_WriteAsRead();
     m_WriteAsRead.set(value);
     return lmx60::ELMX_OK;
 }
@@ -135,6 +136,7 @@ void HIPGSWriteValueConstraintType::select_UseEnumeratedValues()
 
 lmx60::elmx_error HIPGSWriteValueConstraintType::setUseEnumeratedValues(const bool& value)
 {
+    select_UseEnumeratedValues();
     m_UseEnumeratedValues.set(value);
     return lmx60::ELMX_OK;
 }

@@ -208,10 +208,23 @@ class IeeeClasses(unittest.TestCase):
 
     def test_the_versioned_identifier_group_starts_with_vendor(self):
         definition = ieee_model().class_named("HIPGSAbstractionDefinition")
-        group = definition.members[0]
+        group = [m for m in definition.members if m.kind != "attribute"][0]
         vendor = members_of(ieee_model(), "HIPGSVersionedIdentifier", "element")[0]
         self.assertEqual((group.kind, group.class_name), ("group", "HIPGSVersionedIdentifier"))
         self.assertEqual(group.first_events, [vendor.event])
+
+    def test_document_elements_keep_their_schema_location_hints(self):
+        model = ieee_model()
+        hints = ["xsi:schemaLocation", "xsi:noNamespaceSchemaLocation"]
+        attributes = lambda name: [m.qname for m in model.class_named(name).members if m.kind == "attribute"]
+        self.assertEqual(attributes("HIPGSBusDefinition"), hints)
+        # After the element's own attributes; the hints are optional text.
+        self.assertEqual(attributes("HIPGSCellSpecification")[-2:], hints)
+        self.assertTrue(all(m.min_occurs == 0 and m.value_type == "string"
+                            for m in model.class_named("HIPGSBusDefinition").members if m.kind == "attribute"))
+        # Local elements, values and xsi:type families have none.
+        for name in ("HIPGSAbstractionDefinitionPorts", "HIPGSDisplayName", "HIPGSPortType"):
+            self.assertFalse(set(hints) & set(attributes(name)), name)
 
     def test_derivation_families_link_base_and_derived_classes(self):
         model = ieee_model()
@@ -287,7 +300,8 @@ class ValueKinds(unittest.TestCase):
         self.assertEqual(presence.enum_values, ["required", "illegal", "optional"])
 
     def test_vendor_extensions_keep_open_content(self):
-        [content] = ieee_model().class_named("HIPGSVendorExtensions").members
+        [content] = [m for m in ieee_model().class_named("HIPGSVendorExtensions").members
+                     if m.kind != "attribute"]
         self.assertEqual((content.kind, content.any_namespace, content.max_occurs), ("any", "##any", None))
 
     def test_an_element_without_content_is_an_empty_member(self):

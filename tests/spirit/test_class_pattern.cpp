@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <typeinfo>
 
@@ -207,6 +208,25 @@ TEST(Choices, AssignNullHandsBackTheAlternativeAndKeepsTheSelection)
     auto* transactional = new HIPGSTransactional;
     EXPECT_EQ(choice.assignTransactional(transactional), transactional);
     EXPECT_EQ(choice.getChoiceId(), 1);
+}
+
+TEST(Choices, SettingAnAlternativeSelectsIt)
+{
+    HIPGSInterfaceMode mode;
+    mode.select_Master();
+    mode.setMirroredMaster();
+    EXPECT_FALSE(mode.isSetMaster());
+    EXPECT_TRUE(mode.isSetMirroredMaster());
+    std::ostringstream written;
+    ASSERT_EQ(static_cast<const HIPGSBase&>(mode).marshal(written, nullptr), lmx60::ELMX_OK);
+    EXPECT_NE(written.str().find("<spirit:mirroredMaster"), std::string::npos) << written.str();
+    EXPECT_EQ(written.str().find("<spirit:master"), std::string::npos) << written.str();
+
+    HIPGSQualifier qualifier;
+    qualifier.select_IsReset();
+    ASSERT_EQ(qualifier.setIsClock(true), lmx60::ELMX_OK);
+    EXPECT_FALSE(qualifier.isSetIsReset());
+    EXPECT_TRUE(qualifier.getIsClock());
 }
 
 TEST(BigIntegers, KeepTwentyAndMoreDigits)

@@ -32,12 +32,8 @@ TEST(CorpusCanonicalComparison, WritingBackOnlyRespellsEqualValues)
     }
     ASSERT_FALSE(written.empty());
     for (const roundtrip::difference& difference : roundtrip::canonical_differences(written, scratch.path())) {
-        // The schema location hint of the document element is not kept (docs/design.md says why);
-        // it is the one known loss, named here so that any other difference still fails.
-        bool schemaLocationHint = difference.kind == "attribute only in input" &&
-                                  difference.detail.find("/@xsi:schemaLocation") != std::string::npos;
         EXPECT_TRUE(roundtrip::is_lexical_normalisation(difference.kind) ||
-                    roundtrip::is_typed_slot_order(difference.kind) || schemaLocationHint)
+                    roundtrip::is_typed_slot_order(difference.kind))
             << difference.input << ": " << difference.kind << "\t" << difference.detail;
     }
 }

@@ -111,6 +111,34 @@ TEST(Documents, ChildrenAreIndentedInSchemaOrder)
     }
 }
 
+TEST(Documents, SchemaLocationHintsOfTheDocumentElementAreWrittenBack)
+{
+    const std::string xsi = "http://www.w3.org/2001/XMLSchema-instance";
+    const std::string location = kSpirit + " http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009/index.xsd";
+    const std::string document = kDeclaration + "<spirit:busDefinition" + kNamespaces + " xmlns:xsi=\"" + xsi +
+                                 "\" xsi:schemaLocation=\"" + location + "\">\n" +
+                                 "  <spirit:vendor>vorlix.com</spirit:vendor>\n"
+                                 "  <spirit:library>busdefs</spirit:library>\n"
+                                 "  <spirit:name>apb</spirit:name>\n"
+                                 "  <spirit:version>1.0</spirit:version>\n"
+                                 "  <spirit:directConnection>false</spirit:directConnection>\n"
+                                 "  <spirit:isAddressable>true</spirit:isAddressable>\n"
+                                 "</spirit:busDefinition>\n";
+    HIPGSBusDefinition bus;
+    ASSERT_EQ(bus.unmarshal(document.data(), document.size()), lmx60::ELMX_OK);
+    EXPECT_EQ(bus.getSchemaLocationAttr(), location);
+    EXPECT_FALSE(bus.isSetNoNamespaceSchemaLocationAttr());
+    EXPECT_EQ(written(bus), document);
+
+    HIPGSTop top;
+    ASSERT_EQ(top.unmarshal(document.data(), document.size()), lmx60::ELMX_OK);
+    EXPECT_EQ(written(top), document);
+
+    // Without a hint nothing of the namespace is declared.
+    bus.unsetSchemaLocationAttr();
+    EXPECT_EQ(written(bus).find("xmlns:xsi"), std::string::npos);
+}
+
 TEST(Occurrences, ChoiceWithoutAlternativeFailsWith7)
 {
     std::string text;

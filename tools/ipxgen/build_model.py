@@ -11,6 +11,7 @@ from __future__ import annotations
 
 from typing import Optional
 
+import document_attributes
 import numbering
 import overrides
 import vendor_slots
@@ -33,6 +34,7 @@ class ModelBuilder:
     def build(self) -> Model:
         self.members.fill_all()
         self._link_families()
+        document_attributes.add_schema_location_hints(self._document_classes())
         restrictions = self._number_restrictions()
         element_events, attribute_events = self._number_events()
         self._fill_first_events()
@@ -131,6 +133,17 @@ class ModelBuilder:
                            else place.bound.name)
                 rows.append((place.bound.ns_id, decl.name.local, content))
         return rows
+
+    def _document_classes(self) -> list:
+        """The classes that read and write a global element of element content, each once.
+
+        A global element of simple content (spirit:displayName) is a value, never a document in
+        practice. Members of xsi:type families are left out: a base and a derived class would both
+        declare the hints, and such elements (spirit:port) do not stand as documents either."""
+        names = sorted({content for _, _, content in self._global_element_rows()})
+        bound_classes = (self.by_name[name].bound for name in names)
+        return [bound for bound in bound_classes
+                if bound.content != "simple" and not bound.base_class and not bound.derived_classes]
 
     def _global_elements(self) -> list:
         rows = {(ns_id, local): (ns_id, local, content)

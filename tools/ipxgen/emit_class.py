@@ -434,7 +434,7 @@ class ClassEmitter:
         if m.value_type == "empty":
             lines += [
                 "bool isSet%s() const { return %s.is_set(); }" % (s, f),
-                "void set%s() { %s.set(); }" % (s, f),
+                "void set%s() { %s%s.set(); }" % (s, self.selection(m) + " " if self.selection(m) else "", f),
                 "void unset%s() { %s.unset(); }" % (s, f),
             ]
             return "\n".join(lines)
@@ -733,6 +733,12 @@ class ClassEmitter:
         if b.content == "choice":
             yield ("void %s::release_choice()\n{\n    release_alternatives(*this, s_class_info);\n}" % b.name)
 
+    def selection(self, m):
+        """Setting an alternative of a choice makes it the current one, as its non-const getter does."""
+        if b_is_choice(self.bound) and m in self.content_members():
+            return "select_%s();" % m.stem
+        return ""
+
     def setter_check(self, m, value):
         if m.restriction is None:
             return ""
@@ -767,7 +773,9 @@ class ClassEmitter:
                 yield "lmx60::elmx_error %s::insert%s(size_t index, const %s& value)\n{\n%s    %s.insert(index, value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
                 yield "lmx60::elmx_error %s::set%s(size_t index, const %s& value)\n{\n%s    %s.get(index) = value;\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
                 return
-            yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
+            select = "    %s\n" % self.selection(m) if self.selection(m) else ""
+            yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (
+                n, s, t, check, select, f)
             if m.enum_values:
                 values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
                 table = "%s_%s_values" % (n, f)

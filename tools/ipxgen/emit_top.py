@@ -429,6 +429,10 @@ class TopEmitter(emit_class.ClassEmitter):
                                            for m in self.members for d in self.definitions(m)),
         )
 
+    def selection(self, m):
+        """The dispatcher's setters select before they validate (definitions below), not after."""
+        return ""
+
     def definitions(self, m):
         """The choice pattern's definitions; a value setter also makes its element the choice."""
         setter = "lmx60::elmx_error %s::set%s(" % (CLASS_NAME, m.stem)

@@ -14,12 +14,13 @@ from typing import Optional
 NS_NONE = 0
 NS_VORLIX = 1000
 NS_SPIRIT = 1001
+NS_XSI = 1002  # only for the schema-location hints of document elements
 
 SPIRIT_URI = "http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009"
 VORLIX_URI = "http://www.vorlix.com/XMLSchema/ipxact/1.0"
 
 NAMESPACE_IDS = {SPIRIT_URI: NS_SPIRIT, VORLIX_URI: NS_VORLIX, "": NS_NONE}
-PREFIXES = {NS_SPIRIT: "spirit", NS_VORLIX: "vorlix", NS_NONE: ""}
+PREFIXES = {NS_SPIRIT: "spirit", NS_VORLIX: "vorlix", NS_XSI: "xsi", NS_NONE: ""}
 
 
 def qualified(ns_id: int, local: str) -> str:

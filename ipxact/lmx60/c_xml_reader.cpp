@@ -26,7 +26,20 @@ const int kParserOptions = XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_COMPA
 // small pieces also keep the token buffers in cache and out of the allocator's large blocks.
 const size_t kPieceSize = 8 * 1024;
 
+// libxml2's text reader, which this reader replaced, gave its parser the first 4 bytes and then
+// pieces of 512; a fault within the piece it had parsed stopped the read before the node it returned.
+const size_t kLookAheadStart = 4;
+const size_t kLookAheadPiece = 512;
+
 xmlParserCtxtPtr as_parser(void* p) { return static_cast<xmlParserCtxtPtr>(p); }
+
+// The end of the piece of the text reader's grid that holds the byte before `offset`.
+size_t end_of_look_ahead_piece(size_t offset)
+{
+    if (offset <= kLookAheadStart)
+        return kLookAheadStart;
+    return kLookAheadStart + (offset - kLookAheadStart + kLookAheadPiece - 1) / kLookAheadPiece * kLookAheadPiece;
+}
 
 // The reader whose parser is running on this thread. Entity text is parsed by a parser of its own that
 // shares our callbacks; its faults must still reach the reader.
@@ -367,6 +380,14 @@ int c_xml_reader::parser_line() const
     return parser && parser->input ? parser->input->line : 0;
 }
 
+size_t c_xml_reader::parser_offset() const
+{
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    if (!parser || !parser->input || !parser->input->cur || !parser->input->base)
+        return 0;
+    return static_cast<size_t>(parser->input->consumed) + static_cast<size_t>(parser->input->cur - parser->input->base);
+}
+
 int c_xml_reader::line() const
 {
     if (m_fault.code != 0 && m_fault.line > 0)
@@ -395,13 +416,8 @@ void c_xml_reader::start_parser(const char* data, size_t length)
 
 void c_xml_reader::feed()
 {
-    if (m_next == m_tokens.size()) {
-        m_tokens.clear();
-        m_attributes.clear();
-        m_declarations.clear();
-        m_arena.clear();
-        m_next = 0;
-    }
+    if (m_next > 0)
+        drop_consumed_tokens();
     const char* data = "";
     size_t length = 0;
     const bool more = next_input(&data, &length);
@@ -419,6 +435,44 @@ void c_xml_reader::feed()
     }
 }
 
+// Moves the tokens not yet consumed, and what they hold, to the front of the buffers. The reader always
+// looks a token or so ahead, so the buffers are never simply drained; this keeps them to a piece or two.
+void c_xml_reader::drop_consumed_tokens()
+{
+    size_t arenaEnd = 0;
+    size_t attributesEnd = 0;
+    size_t declarationsEnd = 0;
+    // Everything kept lies after everything dropped, in the same order, so moving it forward is safe.
+    for (size_t i = m_next; i < m_tokens.size(); ++i) {
+        token_record token = m_tokens[i];
+        if (token.kind == token_kind::start) {
+            for (size_t a = 0; a < token.count; ++a) {
+                attribute_record attribute = m_attributes[token.first + a];
+                std::memmove(&m_arena[arenaEnd], &m_arena[attribute.value_offset], attribute.value_length + 1);
+                attribute.value_offset = arenaEnd;
+                arenaEnd += attribute.value_length + 1;
+                m_attributes[attributesEnd + a] = attribute;
+            }
+            token.first = attributesEnd;
+            attributesEnd += token.count;
+            for (size_t d = 0; d < token.ns_count; ++d)
+                m_declarations[declarationsEnd + d] = m_declarations[token.first_ns + d];
+            token.first_ns = declarationsEnd;
+            declarationsEnd += token.ns_count;
+        } else {
+            std::memmove(&m_arena[arenaEnd], &m_arena[token.first], token.count);
+            token.first = arenaEnd;
+            arenaEnd += token.count;
+        }
+        m_tokens[i - m_next] = token;
+    }
+    m_tokens.resize(m_tokens.size() - m_next);
+    m_arena.resize(arenaEnd);
+    m_attributes.resize(attributesEnd);
+    m_declarations.resize(declarationsEnd);
+    m_next = 0;
+}
+
 void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_t length)
 {
     token_record token{};
@@ -426,6 +480,7 @@ void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_
     token.line = line;
     token.first = m_arena.size();
     token.count = length;
+    token.offset = parser_offset();
     m_arena.append(text, length);
     m_tokens.push_back(token);
     m_text_open = false;
@@ -437,6 +492,7 @@ void c_xml_reader::push_fault(int code, int line, const std::string& message)
         return;
     m_pending_fault.code = code;
     m_pending_fault.line = line;
+    m_pending_fault.offset = parser_offset();
     m_pending_fault.message = message;
     while (!m_pending_fault.message.empty() && m_pending_fault.message.back() == '\n')
         m_pending_fault.message.pop_back();
@@ -482,6 +538,7 @@ void c_xml_reader::push_start(const char* local, const char* prefix, const char*
     token_record token{};
     token.kind = token_kind::start;
     token.line = line;
+    token.offset = parser_offset();
     token.local = local;
     token.prefix = prefix;
     token.uri = uri;
@@ -509,6 +566,7 @@ void c_xml_reader::push_end()
     token_record token{};
     token.kind = token_kind::end;
     token.line = m_open_lines.empty() ? parser_line() : m_open_lines.back();
+    token.offset = parser_offset();
     if (!m_open_lines.empty())
         m_open_lines.pop_back();
     m_root_closed = m_open_lines.empty();
@@ -525,6 +583,7 @@ void c_xml_reader::push_text(const char* text, size_t length)
     } else {
         m_arena.append(text, length);
         m_tokens.back().count += length;
+        m_tokens.back().offset = parser_offset();
     }
     if (m_tokens.back().count > XML_MAX_TEXT_LENGTH)
         refuse_beyond_limit("huge text node");
@@ -549,25 +608,35 @@ bool c_xml_reader::token_available()
 const c_xml_reader::token_record* c_xml_reader::take_token()
 {
     if (m_leave_scope) {
-        m_scope.resize(m_scope_marks.back());
+        if (m_scope.size() != m_scope_marks.back())
+            m_scope.resize(m_scope_marks.back());
         m_scope_marks.pop_back();
         m_leave_scope = false;
     }
-    if (!token_available()) {
+    // Most tokens are already waiting complete in the buffer.
+    const bool waiting = m_next + 1 < m_tokens.size();
+    if (!waiting && !token_available()) {
         m_current_kind = token_kind::end;
         m_current_line = 0;
         return nullptr;
     }
     if (m_tokens[m_next].kind == token_kind::end && m_scope_marks.size() == 1)
         finish_document();
+    // Mostly the parser is already past the look-ahead horizon without a fault, which is cheap to see.
+    const bool parsedPastHorizon =
+        m_next + 1 < m_tokens.size() &&
+        m_tokens.back().offset >= end_of_look_ahead_piece(m_tokens[m_next + 1].offset);
+    if (m_pending_fault.code != 0 || !parsedPastHorizon)
+        stop_at_fault_ahead();
     const token_record& token = m_tokens[m_next++];
     m_current_kind = token.kind;
     m_current_line = token.line;
     switch (token.kind) {
     case token_kind::start:
         m_scope_marks.push_back(m_scope.size());
-        m_scope.insert(m_scope.end(), m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns),
-                       m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns + token.ns_count));
+        if (token.ns_count > 0)
+            m_scope.insert(m_scope.end(), m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns),
+                           m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns + token.ns_count));
         break;
     case token_kind::end:
         m_leave_scope = !m_scope_marks.empty();
@@ -580,6 +649,27 @@ const c_xml_reader::token_record* c_xml_reader::take_token()
         break;
     }
     return &token;
+}
+
+// A fault just ahead wins over the token about to be taken, as with the text reader: a document broken
+// in one place fails with the parser's fault, not with what the broken markup looks like to the
+// binding (a misspelt end tag would otherwise first show as an unknown element).
+void c_xml_reader::stop_at_fault_ahead()
+{
+    if (m_tokens[m_next].kind == token_kind::fault)
+        return;
+    while (m_next + 1 >= m_tokens.size() && !m_input_done)
+        feed();
+    if (m_next + 1 >= m_tokens.size())
+        return;
+    // The text reader had parsed the piece that holds the token after the one it returned.
+    const size_t horizon = end_of_look_ahead_piece(m_tokens[m_next + 1].offset);
+    while (m_pending_fault.code == 0 && !m_input_done && parser_offset() < horizon)
+        feed();
+    if (m_pending_fault.code != 0 && m_pending_fault.offset <= horizon) {
+        m_fault = m_pending_fault;
+        fail_from_parser();
+    }
 }
 
 // The document is only whole once what follows its element has been parsed too: a fault there fails

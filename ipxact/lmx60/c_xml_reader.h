@@ -117,6 +117,7 @@ private:
         size_t count;       // start tags: attribute count; others: length in m_arena
         size_t first_ns;
         size_t ns_count;
+        size_t offset;      // how far into the input the parser stood when it made the token
     };
     struct attribute_record {
         const char* local;
@@ -132,6 +133,7 @@ private:
     struct parser_fault {
         int code = 0;
         int line = 0;
+        size_t offset = 0;
         std::string message;
     };
     struct sax_events;
@@ -139,8 +141,10 @@ private:
 
     // Producing tokens (called from libxml2's callbacks).
     void feed();
+    void drop_consumed_tokens();
     void start_parser(const char* data, size_t length);
     int parser_line() const;
+    size_t parser_offset() const;
     void push_token(token_kind kind, int line, const char* text, size_t length);
     void push_start(const char* local, const char* prefix, const char* uri, int nbNamespaces,
                     const char** namespaces, int nbAttributes, const char** attributes);
@@ -152,6 +156,7 @@ private:
 
     // Consuming tokens.
     bool token_available();
+    void stop_at_fault_ahead();
     void finish_document();
     const token_record* take_token();
     const char* arena_text(size_t offset) const { return m_arena.data() + offset; }

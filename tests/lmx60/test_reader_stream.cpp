@@ -126,10 +126,10 @@ TEST(ReaderLines, LinesBeyond65535AreReportedExactly)
     EXPECT_EQ(reader->line(), 70002);
 }
 
-TEST(ReaderLines, FaultsArriveInDocumentOrder)
+TEST(ReaderLines, DistantFaultsArriveInDocumentOrder)
 {
-    // A stray text on line 2, then markup that is not well-formed on line 4.
-    const std::string xml = "<a>\nstray<b/>\n<c/>\n<d></e></a>";
+    // A stray text on line 2, then a few kilobytes on, markup that is not well-formed.
+    const std::string xml = "<a>\nstray<b/>\n" + repeat("<c/>\n", 1000) + "<d></e></a>";
     recording_reader reader(xml);
     lmx60::elmx_error code = lmx60::ELMX_OK;
     try {
@@ -147,7 +147,35 @@ TEST(ReaderLines, FaultsArriveInDocumentOrder)
     EXPECT_EQ(reader.faults[0].code, lmx60::ELMX_UNEXPECTED_TEXT);
     EXPECT_EQ(reader.faults[0].line, 2);
     EXPECT_EQ(reader.faults[1].code, lmx60::ELMX_NOT_WELL_FORMED);
-    EXPECT_EQ(reader.faults[1].line, 4);
+    EXPECT_EQ(reader.faults[1].line, 1003);
+}
+
+TEST(ReaderLines, BrokenMarkupFailsWithTheParsersFaultNotWithWhatItLooksLike)
+{
+    // The misspelt end tag makes <nmae> look like an element of its own before the parser objects.
+    const std::string xml = std::string("<root xmlns:a=\"") + kAcme + "\">\n" + repeat("<a:name>x</a:name>\n", 100) +
+                            "<a:nmae>x</a:name>\n</root>";
+    recording_reader reader(xml);
+    lmx60::elmx_error code = lmx60::ELMX_OK;
+    int line = 0;
+    try {
+        reader->read_document_element();
+        reader->enter();
+        std::string text;
+        while (reader->current() == lmx60::c_xml_reader::tok_start) {
+            if (std::string(reader->element_local_name()) != "name")
+                reader->capture_error(lmx60::ELMX_UNEXPECTED_ELEMENT, reader->element_qname(), __FILE__, __LINE__);
+            reader->read_text(&text);
+            reader->advance();
+        }
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        code = e.get_error();
+        line = e.get_line();
+    }
+    EXPECT_EQ(code, lmx60::ELMX_NOT_WELL_FORMED);
+    EXPECT_EQ(line, 102);
+    ASSERT_EQ(reader.faults.size(), 1u);
+    EXPECT_EQ(reader.faults[0].code, lmx60::ELMX_NOT_WELL_FORMED);
 }
 
 TEST(ReaderMemory, LargeFileIsReadWithoutHoldingIt)

@@ -96,8 +96,8 @@ protected:
     explicit c_xml_reader(const std::string& sourceName);
     // A source calls this once its input can be read; without it the reader reports no file.
     void input_available() { m_input_available = true; }
-    // The next piece of the input, at most a few tens of kilobytes; false at its end. The bytes stay
-    // valid until the next call.
+    // The next piece of the input, a few kilobytes; false at its end. The bytes stay valid until the
+    // next call.
     virtual bool next_input(const char** data, size_t* length) = 0;
     // The first bytes of the input as they arrive, to find a byte-order mark.
     void note_leading_bytes(const char* data, size_t length);
@@ -105,7 +105,8 @@ protected:
 private:
     // libxml2's push parser turns each piece of input into tokens through SAX2 callbacks; the pull
     // interface above consumes them. Names are libxml2 dictionary strings, which live as long as the
-    // parser; attribute values and texts are copied into m_arena, recycled once every token is consumed.
+    // parser; attribute values and texts are copied into m_arena. Consumed tokens are dropped whenever
+    // a piece is fed, so the buffers hold a piece or two of input.
     enum class token_kind : unsigned char { start, end, text, reference, comment, instruction, doctype, fault };
     struct token_record {
         token_kind kind;
@@ -113,9 +114,9 @@ private:
         const char* local;  // start tags only
         const char* prefix;
         const char* uri;
-        size_t first;       // start tags: first attribute and first declaration; others: offset in m_arena
+        size_t first;       // start tags: first attribute; others: offset in m_arena
         size_t count;       // start tags: attribute count; others: length in m_arena
-        size_t first_ns;
+        size_t first_ns;    // start tags: their namespace declarations
         size_t ns_count;
         size_t offset;      // how far into the input the parser stood when it made the token
     };

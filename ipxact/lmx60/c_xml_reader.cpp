@@ -5,7 +5,11 @@
 #include <cstring>
 #include <initializer_list>
 
-#include <libxml/xmlreader.h>
+#include <libxml/SAX2.h>
+#include <libxml/entities.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 
 #include <ipxact/lmx60/c_any_info.h>
@@ -15,15 +19,47 @@ namespace lmx60 {
 namespace {
 
 // No network, no DTD loading, no entity substitution: a document can only ever reach its own bytes.
-// CDATA is merged into text; COMPACT saves memory on the short texts IP-XACT is made of.
+// CDATA is merged into text.
 const int kParserOptions = XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_COMPACT;
 
-xmlTextReaderPtr as_reader(void* p) { return static_cast<xmlTextReaderPtr>(p); }
+// Pieces of this size keep the tokens waiting for the engine to a few hundred, whatever the document;
+// small pieces also keep the token buffers in cache and out of the allocator's large blocks.
+const size_t kPieceSize = 8 * 1024;
 
-bool is_blank(const xmlChar* text)
+// libxml2's text reader, which this reader replaced, gave its parser the first 4 bytes and then
+// pieces of 512; a fault within the piece it had parsed stopped the read before the node it returned.
+const size_t kLookAheadStart = 4;
+const size_t kLookAheadPiece = 512;
+
+xmlParserCtxtPtr as_parser(void* p) { return static_cast<xmlParserCtxtPtr>(p); }
+
+// The end of the piece of the text reader's grid that holds the byte before `offset`.
+size_t end_of_look_ahead_piece(size_t offset)
 {
-    for (; text && *text; ++text)
-        if (*text != ' ' && *text != '\t' && *text != '\n' && *text != '\r')
+    if (offset <= kLookAheadStart)
+        return kLookAheadStart;
+    return kLookAheadStart + (offset - kLookAheadStart + kLookAheadPiece - 1) / kLookAheadPiece * kLookAheadPiece;
+}
+
+// The reader whose parser is running on this thread. Entity text is parsed by a parser of its own that
+// shares our callbacks; its faults must still reach the reader.
+thread_local c_xml_reader* t_feeding = nullptr;
+
+class feeding_scope {
+public:
+    explicit feeding_scope(c_xml_reader* reader) : m_saved(t_feeding) { t_feeding = reader; }
+    ~feeding_scope() { t_feeding = m_saved; }
+    feeding_scope(const feeding_scope&) = delete;
+    feeding_scope& operator=(const feeding_scope&) = delete;
+
+private:
+    c_xml_reader* m_saved;
+};
+
+bool is_blank(const char* text, size_t length)
+{
+    for (size_t i = 0; i < length; ++i)
+        if (text[i] != ' ' && text[i] != '\t' && text[i] != '\n' && text[i] != '\r')
             return false;
     return true;
 }
@@ -78,29 +114,211 @@ bool declaration_agrees_with_mark(const std::string& leading, const char* declar
     return true;
 }
 
+const char* as_text(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+
+// Captured text is escaped the way libxml2 serialises a tree, so that it reads back as the same content.
+void append_escaped_text(std::string* out, const char* text, size_t length)
+{
+    for (size_t i = 0; i < length; ++i) {
+        switch (text[i]) {
+        case '<': *out += "&lt;"; break;
+        case '>': *out += "&gt;"; break;
+        case '&': *out += "&amp;"; break;
+        case '\r': *out += "&#13;"; break;
+        default: *out += text[i]; break;
+        }
+    }
+}
+
+// Line ends and tabs in attribute values are written as references, or reading would normalise them away.
+void append_escaped_attribute(std::string* out, const char* text, size_t length)
+{
+    for (size_t i = 0; i < length; ++i) {
+        switch (text[i]) {
+        case '<': *out += "&lt;"; break;
+        case '>': *out += "&gt;"; break;
+        case '&': *out += "&amp;"; break;
+        case '"': *out += "&quot;"; break;
+        case '\n': *out += "&#10;"; break;
+        case '\r': *out += "&#13;"; break;
+        case '\t': *out += "&#9;"; break;
+        default: *out += text[i]; break;
+        }
+    }
+}
+
+void append_qname(std::string* out, const char* prefix, const char* local)
+{
+    if (prefix) {
+        *out += prefix;
+        *out += ':';
+    }
+    *out += local;
+}
+
+void append_declaration(std::string* out, const char* prefix, const char* uri)
+{
+    *out += prefix ? " xmlns:" : " xmlns";
+    if (prefix)
+        *out += prefix;
+    const bool hasDouble = std::strchr(uri, '"') != nullptr;
+    const bool hasSingle = std::strchr(uri, '\'') != nullptr;
+    if (hasDouble && !hasSingle) {
+        *out += "='";
+        *out += uri;
+        *out += '\'';
+        return;
+    }
+    *out += "=\"";
+    for (const char* c = uri; *c; ++c) {
+        if (*c == '"')
+            *out += "&quot;";
+        else
+            *out += *c;
+    }
+    *out += '"';
+}
+
+bool same_prefix(const char* a, const char* b)
+{
+    return a == b || (a && b && std::strcmp(a, b) == 0);
+}
+
+bool is_xml_prefix(const char* prefix) { return prefix && std::strcmp(prefix, "xml") == 0; }
+
 }  // namespace
 
-// Keeps the first fault libxml2 reports, with its line; warnings are ignored.
-void record_parser_fault(void* context, void* errorPtr)
-{
-    auto* self = static_cast<c_xml_reader*>(context);
-    auto* error = static_cast<xmlErrorPtr>(errorPtr);
-    if (!error || error->level < XML_ERR_ERROR || self->m_fault.code != 0)
-        return;
-    self->m_fault.code = error->code;
-    // Entity text is parsed on its own, so its faults carry lines within that text; the document's
-    // parser still stands where the entity was referenced.
-    int referenceLine = self->m_reader ? xmlTextReaderGetParserLineNumber(as_reader(self->m_reader)) : 0;
-    self->m_fault.line = std::max(error->line, referenceLine);
-    self->m_fault.message = error->message ? error->message : "";
-    while (!self->m_fault.message.empty() && self->m_fault.message.back() == '\n')
-        self->m_fault.message.pop_back();
-}
+// libxml2's callbacks. Those of the document's own parser become tokens; entity text is parsed by a
+// parser of its own, whose callbacks build libxml2's entity content as its tree builder would.
+struct c_xml_reader::sax_events {
+    static c_xml_reader* owner(void* context)
+    {
+        c_xml_reader* reader = t_feeding;
+        return reader && reader->m_parser == context ? reader : nullptr;
+    }
 
-static void structured_fault(void* context, xmlErrorPtr error)
-{
-    record_parser_fault(context, error);
-}
+    static void start_element(void* context, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
+                              int nbNamespaces, const xmlChar** namespaces, int nbAttributes, int nbDefaulted,
+                              const xmlChar** attributes)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader) {
+            xmlSAX2StartElementNs(context, local, prefix, uri, nbNamespaces, namespaces, nbAttributes, nbDefaulted,
+                                  attributes);
+            return;
+        }
+        // Attributes defaulted by the internal subset are not part of what the document says.
+        reader->push_start(as_text(local), as_text(prefix), as_text(uri), nbNamespaces,
+                           reinterpret_cast<const char**>(namespaces), nbAttributes - nbDefaulted,
+                           reinterpret_cast<const char**>(attributes));
+    }
+
+    static void end_element(void* context, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader) {
+            xmlSAX2EndElementNs(context, local, prefix, uri);
+            return;
+        }
+        reader->push_end();
+    }
+
+    static void characters(void* context, const xmlChar* text, int length)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader) {
+            xmlSAX2Characters(context, text, length);
+            return;
+        }
+        reader->push_text(as_text(text), static_cast<size_t>(length));
+    }
+
+    static void reference(void* context, const xmlChar* name)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader) {
+            xmlSAX2Reference(context, name);
+            return;
+        }
+        std::string written = std::string("&") + as_text(name) + ";";
+        reader->push_token(token_kind::reference, reader->parser_line(), written.data(), written.size());
+    }
+
+    static void comment(void* context, const xmlChar* value)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader || as_parser(context)->inSubset) {
+            xmlSAX2Comment(context, value);
+            return;
+        }
+        if (reader->m_root_closed)
+            return;  // nothing after the document element is read, however long it goes on
+        std::string written = std::string("<!--") + as_text(value) + "-->";
+        reader->push_token(token_kind::comment, reader->parser_line(), written.data(), written.size());
+    }
+
+    static void instruction(void* context, const xmlChar* target, const xmlChar* data)
+    {
+        c_xml_reader* reader = owner(context);
+        if (!reader || as_parser(context)->inSubset) {
+            xmlSAX2ProcessingInstruction(context, target, data);
+            return;
+        }
+        if (reader->m_root_closed)
+            return;
+        std::string written = std::string("<?") + as_text(target);
+        if (data) {
+            written += ' ';
+            written += as_text(data);
+        }
+        written += "?>";
+        reader->push_token(token_kind::instruction, reader->parser_line(), written.data(), written.size());
+    }
+
+    static void internal_subset(void* context, const xmlChar* name, const xmlChar* externalId, const xmlChar* systemId)
+    {
+        // The subset itself is built as usual: the entity declarations live there.
+        xmlSAX2InternalSubset(context, name, externalId, systemId);
+        c_xml_reader* reader = owner(context);
+        if (!reader || (!externalId && !systemId))
+            return;
+        const char* named = as_text(systemId ? systemId : externalId);
+        reader->push_token(token_kind::doctype, reader->parser_line(), named, std::strlen(named));
+    }
+
+    // Keeps the first fault libxml2 reports, with its line; warnings are ignored.
+    static void fault(void*, xmlErrorPtr error)
+    {
+        c_xml_reader* reader = t_feeding;
+        if (!reader || !error || error->level < XML_ERR_ERROR)
+            return;
+        // Entity text is parsed on its own, so its faults carry lines within that text; the document's
+        // parser still stands where the entity was referenced.
+        reader->push_fault(error->code, std::max(error->line, reader->parser_line()),
+                           error->message ? error->message : "");
+    }
+
+    static xmlSAXHandler* handler()
+    {
+        static xmlSAXHandler events = [] {
+            xmlSAXHandler h;
+            std::memset(&h, 0, sizeof h);
+            xmlSAXVersion(&h, 2);
+            h.startElementNs = start_element;
+            h.endElementNs = end_element;
+            h.characters = characters;
+            h.ignorableWhitespace = characters;
+            h.cdataBlock = characters;
+            h.reference = reference;
+            h.comment = comment;
+            h.processingInstruction = instruction;
+            h.internalSubset = internal_subset;
+            h.serror = fault;
+            return h;
+        }();
+        return &events;
+    }
+};
 
 int find_event(const s_event_map* map, int nsId, const char* name, size_t length)
 {
@@ -114,15 +332,13 @@ c_xml_reader::c_xml_reader(const std::string& sourceName) : m_source_name(source
 
 c_xml_reader::~c_xml_reader()
 {
-    if (m_reader)
-        xmlFreeTextReader(as_reader(m_reader));
-}
-
-void c_xml_reader::attach(void* textReader)
-{
-    m_reader = textReader;
-    if (m_reader)
-        xmlTextReaderSetStructuredErrorHandler(as_reader(m_reader), structured_fault, this);
+    if (!m_parser)
+        return;
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    if (parser->myDoc)
+        xmlFreeDoc(parser->myDoc);
+    parser->myDoc = nullptr;
+    xmlFreeParserCtxt(parser);
 }
 
 void c_xml_reader::note_leading_bytes(const char* data, size_t length)
@@ -158,15 +374,314 @@ int c_xml_reader::ns_id_of_uri(const char* uri) const
     return id;
 }
 
+int c_xml_reader::parser_line() const
+{
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    return parser && parser->input ? parser->input->line : 0;
+}
+
+size_t c_xml_reader::parser_offset() const
+{
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    if (!parser || !parser->input || !parser->input->cur || !parser->input->base)
+        return 0;
+    return static_cast<size_t>(parser->input->consumed) + static_cast<size_t>(parser->input->cur - parser->input->base);
+}
+
 int c_xml_reader::line() const
 {
-    if (!m_reader)
-        return 0;
     if (m_fault.code != 0 && m_fault.line > 0)
         return m_fault.line;
-    xmlNodePtr node = xmlTextReaderCurrentNode(as_reader(m_reader));
-    long nodeLine = node ? xmlGetLineNo(node) : -1;
-    return nodeLine > 0 ? static_cast<int>(nodeLine) : xmlTextReaderGetParserLineNumber(as_reader(m_reader));
+    return m_current_line > 0 ? m_current_line : parser_line();
+}
+
+// ---- Producing tokens -------------------------------------------------------------------------------
+
+void c_xml_reader::start_parser(const char* data, size_t length)
+{
+    // libxml2 guesses the encoding from the first four bytes, as its own readers do.
+    const size_t head = std::min<size_t>(length, 4);
+    xmlParserCtxtPtr parser = xmlCreatePushParserCtxt(sax_events::handler(), nullptr, data, static_cast<int>(head), nullptr);
+    m_parser = parser;
+    if (!parser) {
+        push_fault(XML_ERR_NO_MEMORY, 0, "the parser could not be created");
+        return;
+    }
+    xmlCtxtUseOptions(parser, kParserOptions);
+    // Entity content parsed for checking is then owned by the entity, as for libxml2's own pull reader.
+    parser->parseMode = XML_PARSE_READER;
+    if (length > head)
+        xmlParseChunk(parser, data + head, static_cast<int>(length - head), 0);
+}
+
+void c_xml_reader::feed()
+{
+    if (m_next > 0)
+        drop_consumed_tokens();
+    const char* data = "";
+    size_t length = 0;
+    const bool more = next_input(&data, &length);
+    feeding_scope feeding(this);
+    if (!m_parser) {
+        start_parser(data, more ? length : 0);
+        if (!m_parser)
+            return;
+    } else if (more) {
+        xmlParseChunk(as_parser(m_parser), data, static_cast<int>(length), 0);
+    }
+    if (!more && !m_input_done) {
+        xmlParseChunk(as_parser(m_parser), nullptr, 0, 1);
+        m_input_done = true;
+    }
+}
+
+// Moves the tokens not yet consumed, and what they hold, to the front of the buffers. The reader always
+// looks a token or so ahead, so the buffers are never simply drained; this keeps them to a piece or two.
+void c_xml_reader::drop_consumed_tokens()
+{
+    size_t arenaEnd = 0;
+    size_t attributesEnd = 0;
+    size_t declarationsEnd = 0;
+    // Everything kept lies after everything dropped, in the same order, so moving it forward is safe.
+    for (size_t i = m_next; i < m_tokens.size(); ++i) {
+        token_record token = m_tokens[i];
+        if (token.kind == token_kind::start) {
+            for (size_t a = 0; a < token.count; ++a) {
+                attribute_record attribute = m_attributes[token.first + a];
+                std::memmove(&m_arena[arenaEnd], &m_arena[attribute.value_offset], attribute.value_length + 1);
+                attribute.value_offset = arenaEnd;
+                arenaEnd += attribute.value_length + 1;
+                m_attributes[attributesEnd + a] = attribute;
+            }
+            token.first = attributesEnd;
+            attributesEnd += token.count;
+            for (size_t d = 0; d < token.ns_count; ++d)
+                m_declarations[declarationsEnd + d] = m_declarations[token.first_ns + d];
+            token.first_ns = declarationsEnd;
+            declarationsEnd += token.ns_count;
+        } else {
+            std::memmove(&m_arena[arenaEnd], &m_arena[token.first], token.count);
+            token.first = arenaEnd;
+            arenaEnd += token.count;
+        }
+        m_tokens[i - m_next] = token;
+    }
+    m_tokens.resize(m_tokens.size() - m_next);
+    m_arena.resize(arenaEnd);
+    m_attributes.resize(attributesEnd);
+    m_declarations.resize(declarationsEnd);
+    m_next = 0;
+}
+
+void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_t length)
+{
+    token_record token{};
+    token.kind = kind;
+    token.line = line;
+    token.first = m_arena.size();
+    token.count = length;
+    token.offset = parser_offset();
+    m_arena.append(text, length);
+    m_tokens.push_back(token);
+    m_text_open = false;
+}
+
+void c_xml_reader::push_fault(int code, int line, const std::string& message)
+{
+    if (m_pending_fault.code != 0)
+        return;
+    m_pending_fault.code = code;
+    m_pending_fault.line = line;
+    m_pending_fault.offset = parser_offset();
+    m_pending_fault.message = message;
+    while (!m_pending_fault.message.empty() && m_pending_fault.message.back() == '\n')
+        m_pending_fault.message.pop_back();
+    push_token(token_kind::fault, line, "", 0);
+    // Nothing after a fault is read, so the rest of the input need not be parsed.
+    m_input_done = true;
+}
+
+// libxml2's tree builder enforces these limits; without a tree they are ours to keep.
+void c_xml_reader::refuse_beyond_limit(const char* message)
+{
+    push_fault(XML_ERR_INTERNAL_ERROR, parser_line(), message);
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    parser->disableSAX = 1;
+    parser->instate = XML_PARSER_EOF;
+}
+
+void c_xml_reader::append_attribute_value(const char* value, size_t length)
+{
+    if (!std::memchr(value, '&', length)) {
+        m_arena.append(value, length);
+        return;
+    }
+    // Without entity substitution libxml2 leaves "&#38;" and entity references in the value, for a
+    // tree to resolve; resolve them the same way.
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    xmlNodePtr nodes = xmlStringLenGetNodeList(parser->myDoc, BAD_CAST value, static_cast<int>(length));
+    xmlChar* resolved = xmlNodeListGetString(parser->myDoc, nodes, 1);
+    if (resolved)
+        m_arena.append(as_text(resolved));
+    xmlFree(resolved);
+    xmlFreeNodeList(nodes);
+}
+
+void c_xml_reader::push_start(const char* local, const char* prefix, const char* uri, int nbNamespaces,
+                              const char** namespaces, int nbAttributes, const char** attributes)
+{
+    const int line = parser_line();
+    if (m_open_lines.size() > xmlParserMaxDepth) {
+        refuse_beyond_limit("Excessive depth in document: 256 use XML_PARSE_HUGE option");
+        return;
+    }
+    token_record token{};
+    token.kind = token_kind::start;
+    token.line = line;
+    token.offset = parser_offset();
+    token.local = local;
+    token.prefix = prefix;
+    token.uri = uri;
+    token.first_ns = m_declarations.size();
+    token.ns_count = static_cast<size_t>(nbNamespaces);
+    for (int i = 0; i < nbNamespaces; ++i)
+        m_declarations.push_back({namespaces[2 * i], namespaces[2 * i + 1] ? namespaces[2 * i + 1] : ""});
+    token.first = m_attributes.size();
+    token.count = static_cast<size_t>(nbAttributes);
+    for (int i = 0; i < nbAttributes; ++i) {
+        const char** attribute = attributes + 5 * i;
+        attribute_record record{attribute[0], attribute[1], attribute[2], m_arena.size(), 0};
+        append_attribute_value(attribute[3], static_cast<size_t>(attribute[4] - attribute[3]));
+        record.value_length = m_arena.size() - record.value_offset;
+        m_arena.push_back('\0');
+        m_attributes.push_back(record);
+    }
+    m_tokens.push_back(token);
+    m_text_open = false;
+    m_open_lines.push_back(line);
+}
+
+void c_xml_reader::push_end()
+{
+    token_record token{};
+    token.kind = token_kind::end;
+    token.line = m_open_lines.empty() ? parser_line() : m_open_lines.back();
+    token.offset = parser_offset();
+    if (!m_open_lines.empty())
+        m_open_lines.pop_back();
+    m_root_closed = m_open_lines.empty();
+    m_tokens.push_back(token);
+    m_text_open = false;
+}
+
+void c_xml_reader::push_text(const char* text, size_t length)
+{
+    if (!m_text_open) {
+        // libxml2 dates a text at the line its first run of characters ends on.
+        push_token(token_kind::text, parser_line(), text, length);
+        m_text_open = true;
+    } else {
+        m_arena.append(text, length);
+        m_tokens.back().count += length;
+        m_tokens.back().offset = parser_offset();
+    }
+    if (m_tokens.back().count > XML_MAX_TEXT_LENGTH)
+        refuse_beyond_limit("huge text node");
+}
+
+// ---- Consuming tokens -------------------------------------------------------------------------------
+
+bool c_xml_reader::token_available()
+{
+    for (;;) {
+        const size_t pending = m_tokens.size() - m_next;
+        // A text is handed on whole; the next piece of input may still continue it.
+        const bool textMayGrow = pending == 1 && m_text_open && !m_input_done;
+        if (pending > 0 && !textMayGrow)
+            return true;
+        if (m_input_done)
+            return pending > 0;
+        feed();
+    }
+}
+
+const c_xml_reader::token_record* c_xml_reader::take_token()
+{
+    if (m_leave_scope) {
+        if (m_scope.size() != m_scope_marks.back())
+            m_scope.resize(m_scope_marks.back());
+        m_scope_marks.pop_back();
+        m_leave_scope = false;
+    }
+    // Most tokens are already waiting complete in the buffer.
+    const bool waiting = m_next + 1 < m_tokens.size();
+    if (!waiting && !token_available()) {
+        m_current_kind = token_kind::end;
+        m_current_line = 0;
+        return nullptr;
+    }
+    if (m_tokens[m_next].kind == token_kind::end && m_scope_marks.size() == 1)
+        finish_document();
+    // Mostly the parser is already past the look-ahead horizon without a fault, which is cheap to see.
+    const bool parsedPastHorizon =
+        m_next + 1 < m_tokens.size() &&
+        m_tokens.back().offset >= end_of_look_ahead_piece(m_tokens[m_next + 1].offset);
+    if (m_pending_fault.code != 0 || !parsedPastHorizon)
+        stop_at_fault_ahead();
+    const token_record& token = m_tokens[m_next++];
+    m_current_kind = token.kind;
+    m_current_line = token.line;
+    switch (token.kind) {
+    case token_kind::start:
+        m_scope_marks.push_back(m_scope.size());
+        if (token.ns_count > 0)
+            m_scope.insert(m_scope.end(), m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns),
+                           m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns + token.ns_count));
+        break;
+    case token_kind::end:
+        m_leave_scope = !m_scope_marks.empty();
+        break;
+    case token_kind::fault:
+        m_fault = m_pending_fault;
+        fail_from_parser();
+        break;
+    default:
+        break;
+    }
+    return &token;
+}
+
+// A fault just ahead wins over the token about to be taken, as with the text reader: a document broken
+// in one place fails with the parser's fault, not with what the broken markup looks like to the
+// binding (a misspelt end tag would otherwise first show as an unknown element).
+void c_xml_reader::stop_at_fault_ahead()
+{
+    if (m_tokens[m_next].kind == token_kind::fault)
+        return;
+    while (m_next + 1 >= m_tokens.size() && !m_input_done)
+        feed();
+    if (m_next + 1 >= m_tokens.size())
+        return;
+    // The text reader had parsed the piece that holds the token after the one it returned.
+    const size_t horizon = end_of_look_ahead_piece(m_tokens[m_next + 1].offset);
+    while (m_pending_fault.code == 0 && !m_input_done && parser_offset() < horizon)
+        feed();
+    if (m_pending_fault.code != 0 && m_pending_fault.offset <= horizon) {
+        m_fault = m_pending_fault;
+        fail_from_parser();
+    }
+}
+
+// The document is only whole once what follows its element has been parsed too: a fault there fails
+// the read that reaches the end of the document element.
+void c_xml_reader::finish_document()
+{
+    while (!m_input_done)
+        feed();
+    if (m_pending_fault.code != 0) {
+        m_fault = m_pending_fault;
+        fail_from_parser();
+    }
 }
 
 void c_xml_reader::fail_from_parser()
@@ -174,7 +689,7 @@ void c_xml_reader::fail_from_parser()
     if (m_fault.code == 0) {
         // libxml2 stopped without telling why: treat the input as truncated or unreadable.
         m_fault.code = XML_ERR_DOCUMENT_END;
-        m_fault.line = m_reader ? xmlTextReaderGetParserLineNumber(as_reader(m_reader)) : 0;
+        m_fault.line = parser_line();
     }
     std::string item = m_fault.message.empty() ? std::string(m_item) : m_fault.message;
     m_token = tok_eof;
@@ -183,92 +698,64 @@ void c_xml_reader::fail_from_parser()
     throw c_lmx_reader_exception(code_of_parser_fault(m_fault.code, m_fault.message), line());
 }
 
-void c_xml_reader::note_text_end_line()
+void c_xml_reader::take_element(const token_record& start)
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
-    int type = xmlTextReaderNodeType(r);
-    m_text_end_line = 0;
-    if (type != XML_READER_TYPE_TEXT && type != XML_READER_TYPE_WHITESPACE &&
-        type != XML_READER_TYPE_SIGNIFICANT_WHITESPACE)
-        return;
-    // libxml2 dates a text node at the line its first run of characters ends on.
-    xmlNodePtr node = xmlTextReaderCurrentNode(r);
-    if (node)
-        m_text_end_line = static_cast<int>(xmlGetLineNo(node));
-}
-
-bool c_xml_reader::read_node()
-{
-    note_text_end_line();
-    int status = xmlTextReaderRead(as_reader(m_reader));
-    if (status < 0 || m_fault.code != 0)
-        fail_from_parser();
-    if (status == 0)
-        m_token = tok_eof;
-    return status == 1;
-}
-
-void c_xml_reader::take_element_name()
-{
-    xmlTextReaderPtr r = as_reader(m_reader);
-    const xmlChar* local = xmlTextReaderConstLocalName(r);
-    m_element_local = reinterpret_cast<const char*>(local ? local : BAD_CAST "");
-    m_element_local_length = std::strlen(m_element_local);
-    m_element_ns_id = ns_id_of_uri(reinterpret_cast<const char*>(xmlTextReaderConstNamespaceUri(r)));
+    m_element_local = start.local;
+    m_element_local_length = std::strlen(start.local);
+    m_element_prefix = start.prefix;
+    m_element_uri = start.uri;
+    m_element_ns_id = ns_id_of_uri(start.uri);
+    m_current_attributes = start.first;
+    m_current_attribute_count = start.count;
+    m_attribute_index = 0;
 }
 
 void c_xml_reader::skip_to_next_token()
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
     ++m_token_count;
     for (;;) {
-        if (m_positioned_after) {
-            m_positioned_after = false;
-            if (m_fault.code != 0)
-                fail_from_parser();
-        } else if (!read_node()) {
+        const token_record* token = take_token();
+        if (!token) {
+            m_token = tok_eof;
             return;
         }
-        switch (xmlTextReaderNodeType(r)) {
-        case XML_READER_TYPE_ELEMENT:
+        switch (token->kind) {
+        case token_kind::start:
             m_token = tok_start;
-            take_element_name();
+            take_element(*token);
             return;
-        case XML_READER_TYPE_END_ELEMENT:
+        case token_kind::end:
             m_token = tok_end;
             return;
-        case XML_READER_TYPE_TEXT:
-        case XML_READER_TYPE_CDATA:
-            if (!is_blank(xmlTextReaderConstValue(r))) {
+        case token_kind::text:
+            if (!is_blank(arena_text(token->first), token->count)) {
                 m_token = tok_start;  // report at the element that holds the text
                 capture_error(ELMX_UNEXPECTED_TEXT, m_item, __FILE__, __LINE__);
             }
             break;
-        case XML_READER_TYPE_ENTITY_REFERENCE:
-            refuse_entity_reference();
+        case token_kind::reference:
+            refuse_entity_reference(token->line);
             break;
-        case XML_READER_TYPE_DOCUMENT_TYPE:
-            refuse_external_subset();
+        case token_kind::doctype:
+            refuse_external_subset(*token);
             break;
-        case XML_READER_TYPE_NONE:
-            m_token = tok_eof;
-            return;
         default:
-            break;  // white space, comments, processing instructions, the document type
+            break;  // comments and processing instructions
         }
     }
 }
 
 elmx_error c_xml_reader::read_document_element()
 {
-    if (!m_reader) {
+    if (!m_input_available) {
         m_token = tok_eof;
         return capture_error(ELMX_NO_FILE, m_source_name, __FILE__, __LINE__);
     }
     skip_to_next_token();
     if (m_token != tok_start)
         return capture_error(ELMX_NO_ROOT, m_source_name, __FILE__, __LINE__);
-    const char* declared = reinterpret_cast<const char*>(xmlTextReaderConstEncoding(as_reader(m_reader)));
+    xmlParserCtxtPtr parser = as_parser(m_parser);
+    const char* declared = parser->myDoc ? as_text(parser->myDoc->encoding) : nullptr;
     if (!declaration_agrees_with_mark(m_leading_bytes, declared)) {
         // The declaration can only stand on the first line.
         std::string item = std::string("encoding=\"") + declared + "\" after another byte-order mark";
@@ -279,14 +766,14 @@ elmx_error c_xml_reader::read_document_element()
 
 const char* c_xml_reader::element_ns_uri() const
 {
-    const xmlChar* uri = xmlTextReaderConstNamespaceUri(as_reader(m_reader));
-    return uri ? reinterpret_cast<const char*>(uri) : "";
+    return m_element_uri ? m_element_uri : "";
 }
 
 std::string c_xml_reader::element_qname() const
 {
-    const xmlChar* name = xmlTextReaderConstName(as_reader(m_reader));
-    return name ? reinterpret_cast<const char*>(name) : "";
+    std::string name;
+    append_qname(&name, m_element_prefix, m_element_local);
+    return name;
 }
 
 bool c_xml_reader::element_is(int nsId, const char* local) const
@@ -296,71 +783,57 @@ bool c_xml_reader::element_is(int nsId, const char* local) const
 
 void c_xml_reader::take_attribute_name()
 {
-    m_attribute_ns_id = ns_id_of_uri(attribute_ns_uri());
+    m_attribute_ns_id = ns_id_of_uri(current_attribute().uri);
 }
 
 bool c_xml_reader::first_attribute()
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
-    for (int status = xmlTextReaderMoveToFirstAttribute(r); status == 1; status = xmlTextReaderMoveToNextAttribute(r))
-        if (!xmlTextReaderIsNamespaceDecl(r)) {
-            take_attribute_name();
-            return true;
-        }
-    xmlTextReaderMoveToElement(r);
-    return false;
+    m_attribute_index = 0;
+    if (m_current_kind != token_kind::start || m_current_attribute_count == 0)
+        return false;
+    take_attribute_name();
+    return true;
 }
 
 bool c_xml_reader::next_attribute()
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
-    while (xmlTextReaderMoveToNextAttribute(r) == 1)
-        if (!xmlTextReaderIsNamespaceDecl(r)) {
-            take_attribute_name();
-            return true;
-        }
-    xmlTextReaderMoveToElement(r);
-    return false;
+    if (m_current_kind != token_kind::start || m_attribute_index + 1 >= m_current_attribute_count)
+        return false;
+    ++m_attribute_index;
+    take_attribute_name();
+    return true;
 }
 
 const char* c_xml_reader::attribute_local_name() const
 {
-    const xmlChar* name = xmlTextReaderConstLocalName(as_reader(m_reader));
-    return name ? reinterpret_cast<const char*>(name) : "";
+    return current_attribute().local;
 }
 
 const char* c_xml_reader::attribute_ns_uri() const
 {
-    const xmlChar* uri = xmlTextReaderConstNamespaceUri(as_reader(m_reader));
-    return uri ? reinterpret_cast<const char*>(uri) : "";
+    const char* uri = current_attribute().uri;
+    return uri ? uri : "";
 }
 
 const char* c_xml_reader::attribute_value() const
 {
-    const xmlChar* value = xmlTextReaderConstValue(as_reader(m_reader));
-    return value ? reinterpret_cast<const char*>(value) : "";
+    return arena_text(current_attribute().value_offset);
 }
 
 std::string c_xml_reader::attribute_qname() const
 {
-    const xmlChar* name = xmlTextReaderConstName(as_reader(m_reader));
-    return name ? reinterpret_cast<const char*>(name) : "";
+    std::string name;
+    append_qname(&name, current_attribute().prefix, current_attribute().local);
+    return name;
 }
 
 void c_xml_reader::enter()
 {
-    if (xmlTextReaderIsEmptyElement(as_reader(m_reader))) {
-        ++m_token_count;
-        m_token = tok_end;
-        m_virtual_end = true;
-        return;
-    }
     skip_to_next_token();
 }
 
 void c_xml_reader::advance()
 {
-    m_virtual_end = false;
     skip_to_next_token();
 }
 
@@ -368,36 +841,29 @@ void c_xml_reader::read_text(std::string* text)
 {
     text->clear();
     ++m_token_count;
-    xmlTextReaderPtr r = as_reader(m_reader);
-    if (xmlTextReaderIsEmptyElement(r)) {
+    if (m_current_kind != token_kind::start) {
         m_token = tok_end;
-        m_virtual_end = true;
         return;
     }
     for (;;) {
-        if (!read_node())
+        const token_record* token = take_token();
+        if (!token)
             fail_from_parser();
-        switch (xmlTextReaderNodeType(r)) {
-        case XML_READER_TYPE_TEXT:
-        case XML_READER_TYPE_CDATA:
-        case XML_READER_TYPE_WHITESPACE:
-        case XML_READER_TYPE_SIGNIFICANT_WHITESPACE: {
-            const xmlChar* value = xmlTextReaderConstValue(r);
-            if (value)
-                text->append(reinterpret_cast<const char*>(value));
+        switch (token->kind) {
+        case token_kind::text:
+            text->append(arena_text(token->first), token->count);
             break;
-        }
-        case XML_READER_TYPE_END_ELEMENT:
+        case token_kind::end:
             m_token = tok_end;
             return;
-        case XML_READER_TYPE_ELEMENT:
+        case token_kind::start:
             m_token = tok_start;
-            take_element_name();
+            take_element(*token);
             capture_error(ELMX_UNEXPECTED_ELEMENT, element_qname(), __FILE__, __LINE__);
             skip_element();
             break;
-        case XML_READER_TYPE_ENTITY_REFERENCE:
-            refuse_entity_reference();
+        case token_kind::reference:
+            refuse_entity_reference(token->line);
             break;
         default:
             break;
@@ -407,38 +873,134 @@ void c_xml_reader::read_text(std::string* text)
 
 void c_xml_reader::skip_element()
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
     ++m_token_count;
-    if (xmlTextReaderIsEmptyElement(r)) {
+    if (m_current_kind != token_kind::start) {
         m_token = tok_end;
-        m_virtual_end = true;
         return;
     }
-    int status = xmlTextReaderNext(r);
-    if (status < 0 || m_fault.code != 0)
-        fail_from_parser();
+    for (size_t depth = 1; depth > 0;) {
+        const token_record* token = take_token();
+        if (!token)
+            fail_from_parser();
+        if (token->kind == token_kind::start)
+            ++depth;
+        else if (token->kind == token_kind::end)
+            --depth;
+    }
     m_token = tok_end;
-    m_positioned_after = true;
+}
+
+const char* c_xml_reader::find_in_scope(const char* prefix, size_t from, size_t to, bool* found) const
+{
+    for (size_t i = to; i > from; --i)
+        if (same_prefix(m_scope[i - 1].prefix, prefix)) {
+            *found = true;
+            return m_scope[i - 1].uri;
+        }
+    *found = false;
+    return nullptr;
+}
+
+// Writes a start tag without its closing bracket; returns where its own declarations end. A name whose
+// prefix is declared outside the captured element is added to `added`, for the captured element.
+size_t c_xml_reader::write_start_tag(const token_record& start, std::string* xml, std::vector<ns_binding>* added,
+                                   size_t rootMark)
+{
+    auto resolve = [&](const char* prefix, const char* uri) {
+        if (!uri || is_xml_prefix(prefix))
+            return;
+        bool found = false;
+        find_in_scope(prefix, rootMark, m_scope.size(), &found);
+        for (size_t i = 0; i < added->size() && !found; ++i)
+            found = same_prefix((*added)[i].prefix, prefix);
+        if (found)
+            return;
+        const char* outer = find_in_scope(prefix, 0, rootMark, &found);
+        added->push_back({prefix, found ? outer : uri});
+    };
+    *xml += '<';
+    append_qname(xml, start.prefix, start.local);
+    for (size_t i = 0; i < start.ns_count; ++i) {
+        const ns_binding& declaration = m_declarations[start.first_ns + i];
+        if (!is_xml_prefix(declaration.prefix))
+            append_declaration(xml, declaration.prefix, declaration.uri);
+    }
+    const size_t declarationsEnd = xml->size();
+    resolve(start.prefix, start.uri);
+    for (size_t i = 0; i < start.count; ++i) {
+        const attribute_record& attribute = m_attributes[start.first + i];
+        resolve(attribute.prefix, attribute.uri);
+        *xml += ' ';
+        append_qname(xml, attribute.prefix, attribute.local);
+        *xml += "=\"";
+        append_escaped_attribute(xml, arena_text(attribute.value_offset), attribute.value_length);
+        *xml += '"';
+    }
+    return declarationsEnd;
 }
 
 void c_xml_reader::capture_element(c_any_info* out)
 {
-    xmlTextReaderPtr r = as_reader(m_reader);
-    // libxml2 writes letters outside ASCII in attribute values as character references when the
-    // document declares no encoding, and as themselves when it does. The captured text must not hang
-    // on the declaration, or one element read from two spellings of a document compares unequal.
-    xmlNodePtr node = xmlTextReaderCurrentNode(r);
-    if (node && node->doc && !node->doc->encoding)
-        node->doc->encoding = xmlStrdup(BAD_CAST "UTF-8");
-    xmlChar* xml = xmlTextReaderReadOuterXml(r);
-    if (m_fault.code != 0) {
-        xmlFree(xml);
-        fail_from_parser();
+    const std::string uri = element_ns_uri();
+    const std::string local(m_element_local, m_element_local_length);
+    if (m_current_kind != token_kind::start) {
+        out->set(uri, local, "");
+        skip_element();
+        return;
     }
-    out->set(element_ns_uri(), std::string(m_element_local, m_element_local_length),
-             xml ? reinterpret_cast<const char*>(xml) : "");
-    xmlFree(xml);
-    skip_element();
+    ++m_token_count;
+    const size_t rootMark = m_scope_marks.back();
+    std::string xml;
+    std::vector<ns_binding> added;
+    const token_record& root = m_tokens[m_next - 1];
+    // Declarations from outside go after the element's own, before its attributes.
+    const size_t declarationsEnd = write_start_tag(root, &xml, &added, rootMark);
+    std::vector<std::pair<const char*, const char*>> open{{root.prefix, root.local}};
+    bool tagOpen = true;
+    while (!open.empty()) {
+        const token_record* token = take_token();
+        if (!token)
+            fail_from_parser();
+        if (token->kind == token_kind::end) {
+            if (tagOpen) {
+                xml += "/>";
+            } else {
+                xml += "</";
+                append_qname(&xml, open.back().first, open.back().second);
+                xml += '>';
+            }
+            tagOpen = false;
+            open.pop_back();
+            continue;
+        }
+        if (tagOpen) {
+            xml += '>';
+            tagOpen = false;
+        }
+        switch (token->kind) {
+        case token_kind::start:
+            write_start_tag(*token, &xml, &added, rootMark);
+            open.emplace_back(token->prefix, token->local);
+            tagOpen = true;
+            break;
+        case token_kind::text:
+            append_escaped_text(&xml, arena_text(token->first), token->count);
+            break;
+        case token_kind::reference:
+        case token_kind::comment:
+        case token_kind::instruction:
+            xml.append(arena_text(token->first), token->count);
+            break;
+        default:
+            break;
+        }
+    }
+    std::string outer;
+    for (const ns_binding& declaration : added)
+        append_declaration(&outer, declaration.prefix, declaration.uri);
+    xml.insert(declarationsEnd, outer);
+    m_token = tok_end;
+    out->set(uri, local, xml);
 }
 
 elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item, const char* file, int sourceLine)
@@ -446,34 +1008,18 @@ elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item,
     return capture_error_at(code, item, file, sourceLine, line());
 }
 
-void c_xml_reader::refuse_entity_reference()
+void c_xml_reader::refuse_entity_reference(int documentLine)
 {
-    // libxml2 gives a reference no line of its own, only its parent's; text just before the
-    // reference ends on the reference's line.
-    xmlNodePtr node = xmlTextReaderCurrentNode(as_reader(m_reader));
-    long documentLine = m_text_end_line;
-    if (documentLine <= 0 && node)
-        documentLine = xmlGetLineNo(node);
-    if (documentLine <= 0)
-        documentLine = xmlTextReaderGetParserLineNumber(as_reader(m_reader));
-    capture_error_at(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__, static_cast<int>(documentLine));
+    capture_error_at(ELMX_EXTERNAL_ENTITY, m_item, __FILE__, __LINE__, documentLine);
 }
 
-void c_xml_reader::refuse_external_subset()
+void c_xml_reader::refuse_external_subset(const token_record& doctype)
 {
     // An external subset is never loaded, so a document that relies on one cannot mean what it says.
-    auto* dtd = reinterpret_cast<xmlDtdPtr>(xmlTextReaderCurrentNode(as_reader(m_reader)));
-    if (!dtd || (!dtd->SystemID && !dtd->ExternalID))
-        return;
-    // libxml2 keeps no line for the document type; the element it declares follows it closely.
-    long documentLine = -1;
-    for (xmlNodePtr next = dtd->next; next && documentLine <= 0; next = next->next)
-        documentLine = xmlGetLineNo(next);
-    if (documentLine <= 0)
-        documentLine = xmlTextReaderGetParserLineNumber(as_reader(m_reader));
-    const xmlChar* named = dtd->SystemID ? dtd->SystemID : dtd->ExternalID;
-    capture_error_at(ELMX_EXTERNAL_ENTITY, reinterpret_cast<const char*>(named), __FILE__, __LINE__,
-                     static_cast<int>(documentLine));
+    const std::string named(arena_text(doctype.first), doctype.count);
+    // The document type is reported where what follows it begins, normally the element it declares.
+    int documentLine = token_available() ? m_tokens[m_next].line : parser_line();
+    capture_error_at(ELMX_EXTERNAL_ENTITY, named, __FILE__, __LINE__, documentLine);
 }
 
 elmx_error c_xml_reader::capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
@@ -495,23 +1041,32 @@ elmx_error c_xml_reader::capture_error_at(elmx_error code, const std::string& it
 
 bool c_xml_reader::find_attribute(const char* nsUri, const char* local, std::string* value) const
 {
-    xmlChar* found = xmlTextReaderGetAttributeNs(as_reader(m_reader), BAD_CAST local, BAD_CAST nsUri);
-    if (!found)
+    if (m_current_kind != token_kind::start)
         return false;
-    *value = reinterpret_cast<const char*>(found);
-    xmlFree(found);
-    return true;
+    const bool wantsNamespace = nsUri && *nsUri;
+    for (size_t i = 0; i < m_current_attribute_count; ++i) {
+        const attribute_record& attribute = m_attributes[m_current_attributes + i];
+        if (std::strcmp(attribute.local, local) != 0)
+            continue;
+        if (wantsNamespace ? attribute.uri && std::strcmp(attribute.uri, nsUri) == 0 : !attribute.uri) {
+            value->assign(arena_text(attribute.value_offset), attribute.value_length);
+            return true;
+        }
+    }
+    return false;
 }
 
 bool c_xml_reader::get_namespace(const std::string& prefix, std::string* uri) const
 {
-    xmlChar* found = xmlTextReaderLookupNamespace(as_reader(m_reader),
-                                                  prefix.empty() ? nullptr : BAD_CAST prefix.c_str());
-    if (!found)
-        return false;
-    *uri = reinterpret_cast<const char*>(found);
-    xmlFree(found);
-    return true;
+    if (prefix == "xml") {
+        *uri = as_text(XML_XML_NAMESPACE);
+        return true;
+    }
+    bool found = false;
+    const char* bound = find_in_scope(prefix.empty() ? nullptr : prefix.c_str(), 0, m_scope.size(), &found);
+    if (found)
+        *uri = bound;
+    return found;
 }
 
 c_xml_reader_memory::c_xml_reader_memory(const c_read_memory& memory, const std::string& sourceName)
@@ -520,12 +1075,22 @@ c_xml_reader_memory::c_xml_reader_memory(const c_read_memory& memory, const std:
 }
 
 c_xml_reader_memory::c_xml_reader_memory(const char* data, size_t length, const std::string& sourceName)
-    : c_xml_reader(sourceName)
+    : c_xml_reader(sourceName), m_data(data ? data : ""), m_length(data ? length : 0)
 {
-    note_leading_bytes(data ? data : "", length);
-    // libxml2 takes an int length; larger inputs are refused rather than truncated.
-    if (length <= static_cast<size_t>(INT32_MAX))
-        attach(xmlReaderForMemory(data ? data : "", static_cast<int>(length), nullptr, nullptr, kParserOptions));
+    note_leading_bytes(m_data, m_length);
+    // libxml2 counts its input in int; larger inputs are refused rather than truncated.
+    if (m_length <= static_cast<size_t>(INT32_MAX))
+        input_available();
+}
+
+bool c_xml_reader_memory::next_input(const char** data, size_t* length)
+{
+    if (m_offset >= m_length)
+        return false;
+    *data = m_data + m_offset;
+    *length = std::min(kPieceSize, m_length - m_offset);
+    m_offset += *length;
+    return true;
 }
 
 c_xml_reader_file::c_xml_reader_file(const char* fileName) : c_xml_reader(fileName ? fileName : "")
@@ -534,18 +1099,20 @@ c_xml_reader_file::c_xml_reader_file(const char* fileName) : c_xml_reader(fileNa
     if (!file)
         return;
     m_file = file;
-    attach(xmlReaderForIO(read_chunk, nullptr, this, nullptr, nullptr, kParserOptions));
+    input_available();
 }
 
-int c_xml_reader_file::read_chunk(void* context, char* buffer, int length)
+bool c_xml_reader_file::next_input(const char** data, size_t* length)
 {
-    auto* self = static_cast<c_xml_reader_file*>(context);
-    auto* file = static_cast<FILE*>(self->m_file);
-    size_t n = std::fread(buffer, 1, static_cast<size_t>(length), file);
-    if (n == 0 && std::ferror(file))
-        return -1;
-    self->note_leading_bytes(buffer, n);
-    return static_cast<int>(n);
+    m_buffer.resize(kPieceSize);
+    size_t n = std::fread(&m_buffer[0], 1, m_buffer.size(), static_cast<FILE*>(m_file));
+    // A read error ends the input; the parser then reports the document as cut short.
+    if (n == 0)
+        return false;
+    note_leading_bytes(m_buffer.data(), n);
+    *data = m_buffer.data();
+    *length = n;
+    return true;
 }
 
 c_xml_reader_file::~c_xml_reader_file()

@@ -1,4 +1,4 @@
-// Pull reader over an XML document, namespace-aware, built on libxml2's text reader.
+// Pull reader over an XML document, namespace-aware, fed by libxml2's SAX2 push parser.
 #ifndef IPXACT_LMX60_C_XML_READER_H
 #define IPXACT_LMX60_C_XML_READER_H
 
@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <ipxact/lmx60/lmx60_error.h>
 #include <ipxact/lmx60/lmx60_types.h>
@@ -93,32 +94,116 @@ public:
 
 protected:
     explicit c_xml_reader(const std::string& sourceName);
-    void attach(void* textReader);
+    // A source calls this once its input can be read; without it the reader reports no file.
+    void input_available() { m_input_available = true; }
+    // The next piece of the input, a few kilobytes; false at its end. The bytes stay valid until the
+    // next call.
+    virtual bool next_input(const char** data, size_t* length) = 0;
     // The first bytes of the input as they arrive, to find a byte-order mark.
     void note_leading_bytes(const char* data, size_t length);
 
 private:
-    bool read_node();  // false at the end of the input
-    void note_text_end_line();
+    // libxml2's push parser turns each piece of input into tokens through SAX2 callbacks; the pull
+    // interface above consumes them. Names are libxml2 dictionary strings, which live as long as the
+    // parser; attribute values and texts are copied into m_arena. Consumed tokens are dropped whenever
+    // a piece is fed, so the buffers hold a piece or two of input.
+    enum class token_kind : unsigned char { start, end, text, reference, comment, instruction, doctype, fault };
+    struct token_record {
+        token_kind kind;
+        int line;           // for an end tag, the line of its start tag
+        const char* local;  // start tags only
+        const char* prefix;
+        const char* uri;
+        size_t first;       // start tags: first attribute; others: offset in m_arena
+        size_t count;       // start tags: attribute count; others: length in m_arena
+        size_t first_ns;    // start tags: their namespace declarations
+        size_t ns_count;
+        size_t offset;      // how far into the input the parser stood when it made the token
+    };
+    struct attribute_record {
+        const char* local;
+        const char* prefix;
+        const char* uri;
+        size_t value_offset;
+        size_t value_length;
+    };
+    struct ns_binding {
+        const char* prefix;  // nullptr for the default namespace
+        const char* uri;
+    };
+    struct parser_fault {
+        int code = 0;
+        int line = 0;
+        size_t offset = 0;
+        std::string message;
+    };
+    struct sax_events;
+    friend struct sax_events;
+
+    // Producing tokens (called from libxml2's callbacks).
+    void feed();
+    void drop_consumed_tokens();
+    void start_parser(const char* data, size_t length);
+    int parser_line() const;
+    size_t parser_offset() const;
+    void push_token(token_kind kind, int line, const char* text, size_t length);
+    void push_start(const char* local, const char* prefix, const char* uri, int nbNamespaces,
+                    const char** namespaces, int nbAttributes, const char** attributes);
+    void push_end();
+    void push_text(const char* text, size_t length);
+    void push_fault(int code, int line, const std::string& message);
+    void refuse_beyond_limit(const char* message);
+    void append_attribute_value(const char* value, size_t length);
+
+    // Consuming tokens.
+    bool token_available();
+    void stop_at_fault_ahead();
+    void finish_document();
+    const token_record* take_token();
+    const char* arena_text(size_t offset) const { return m_arena.data() + offset; }
+    const attribute_record& current_attribute() const { return m_attributes[m_current_attributes + m_attribute_index]; }
+    void take_element(const token_record& start);
+    const char* find_in_scope(const char* prefix, size_t from, size_t to, bool* found) const;
+    size_t write_start_tag(const token_record& start, std::string* xml, std::vector<ns_binding>* added, size_t rootMark);
+
     void fail_from_parser();
-    void take_element_name();
-    void refuse_entity_reference();
-    void refuse_external_subset();
+    void refuse_entity_reference(int documentLine);
+    void refuse_external_subset(const token_record& doctype);
     elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
                                 int documentLine);
     void take_attribute_name();
     void skip_to_next_token();
 
-    void* m_reader = nullptr;  // xmlTextReaderPtr; kept opaque so hosts need no libxml2 headers
+    void* m_parser = nullptr;  // xmlParserCtxtPtr; kept opaque so hosts need no libxml2 headers
+    bool m_input_available = false;
+    bool m_input_done = false;   // the parser has seen the end of the input, or a fault
+    bool m_text_open = false;    // the last token is a text that the next piece of input may continue
+    std::vector<token_record> m_tokens;
+    std::vector<attribute_record> m_attributes;
+    std::vector<ns_binding> m_declarations;
+    std::string m_arena;
+    std::vector<int> m_open_lines;  // start lines of the elements the parser has open
+    bool m_root_closed = false;     // the parser is past the end of the document element
+    parser_fault m_pending_fault;   // the first fault, delivered when its token is consumed
+
+    size_t m_next = 0;  // the next token to consume
+    token_kind m_current_kind = token_kind::end;
+    int m_current_line = 0;
+    size_t m_current_attributes = 0;
+    size_t m_current_attribute_count = 0;
+    size_t m_attribute_index = 0;
+    std::vector<ns_binding> m_scope;   // declarations in scope of the current token
+    std::vector<size_t> m_scope_marks; // where each open element's declarations begin in m_scope
+    bool m_leave_scope = false;        // the current token is an end tag, whose scope ends on the next step
+
     const s_ns_map* m_ns_map = nullptr;
     token m_token = tok_eof;
     size_t m_token_count = 0;
-    bool m_virtual_end = false;      // the end of an empty element, which libxml2 does not report
-    bool m_positioned_after = false; // libxml2 already stands past the element we passed over
-    int m_text_end_line = 0;         // where the text just passed ends; 0 after anything else
     int m_element_ns_id = -1;
     const char* m_element_local = "";
     size_t m_element_local_length = 0;
+    const char* m_element_prefix = nullptr;
+    const char* m_element_uri = nullptr;
     int m_attribute_ns_id = -1;
     // Namespace URIs are interned by libxml2, so the last lookups are cached by address.
     mutable const void* m_cached_uri[2] = {nullptr, nullptr};
@@ -129,12 +214,7 @@ private:
     s_debug_error m_debug;
     reader_error_handler m_handler;
     std::string m_leading_bytes;
-    struct parser_fault {
-        int code = 0;
-        int line = 0;
-        std::string message;
-    } m_fault;
-    friend void record_parser_fault(void*, void*);
+    parser_fault m_fault;  // the fault the read stopped on
 };
 
 struct c_read_memory {
@@ -147,6 +227,13 @@ class c_xml_reader_memory : public c_xml_reader {
 public:
     explicit c_xml_reader_memory(const c_read_memory& memory, const std::string& sourceName = "<unspecified>");
     c_xml_reader_memory(const char* data, size_t length, const std::string& sourceName = "<unspecified>");
+
+private:
+    bool next_input(const char** data, size_t* length) override;
+
+    const char* m_data;
+    size_t m_length;
+    size_t m_offset = 0;
 };
 
 // Reads a file through our own file handle, so libxml2 never resolves the name itself.
@@ -157,9 +244,10 @@ public:
     bool is_open() const { return m_file != nullptr; }
 
 private:
-    static int read_chunk(void* self, char* buffer, int length);
+    bool next_input(const char** data, size_t* length) override;
 
     void* m_file = nullptr;
+    std::string m_buffer;
 };
 
 // Saves the reader's item name on entry and restores it on exit, also when reading unwinds.

@@ -67,5 +67,11 @@ TEST(Soak, ReadingAndWritingOneDocumentKeepsResidentMemorySteady)
     RecordProperty("document_bytes", static_cast<int>(xml.size()));
     RecordProperty("settled_kb", static_cast<int>(settled));
     RecordProperty("highest_kb", static_cast<int>(highest));
+#ifdef IPXACT_SANITIZED_BUILD
+    // The sanitizer's allocator maps its size classes lazily over thousands of rounds (the growth
+    // levels off instead of rising with the rounds), so resident memory says nothing about ours
+    // here; the rounds still run under AddressSanitizer, and LeakSanitizer checks at exit.
+    GTEST_SKIP() << "resident memory is judged in the plain build; " << total << " rounds ran clean";
+#endif
     EXPECT_LE(highest - settled, kToleranceKb) << total << " rounds of a " << xml.size() << "-byte document";
 }

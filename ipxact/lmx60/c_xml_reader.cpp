@@ -13,6 +13,7 @@
 #include <libxml/xmlerror.h>
 
 #include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/lmx60/lmx60_text.h>
 
 namespace lmx60 {
 
@@ -115,37 +116,6 @@ bool declaration_agrees_with_mark(const std::string& leading, const char* declar
 }
 
 const char* as_text(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
-
-// Captured text is escaped the way libxml2 serialises a tree, so that it reads back as the same content.
-void append_escaped_text(std::string* out, const char* text, size_t length)
-{
-    for (size_t i = 0; i < length; ++i) {
-        switch (text[i]) {
-        case '<': *out += "&lt;"; break;
-        case '>': *out += "&gt;"; break;
-        case '&': *out += "&amp;"; break;
-        case '\r': *out += "&#13;"; break;
-        default: *out += text[i]; break;
-        }
-    }
-}
-
-// Line ends and tabs in attribute values are written as references, or reading would normalise them away.
-void append_escaped_attribute(std::string* out, const char* text, size_t length)
-{
-    for (size_t i = 0; i < length; ++i) {
-        switch (text[i]) {
-        case '<': *out += "&lt;"; break;
-        case '>': *out += "&gt;"; break;
-        case '&': *out += "&amp;"; break;
-        case '"': *out += "&quot;"; break;
-        case '\n': *out += "&#10;"; break;
-        case '\r': *out += "&#13;"; break;
-        case '\t': *out += "&#9;"; break;
-        default: *out += text[i]; break;
-        }
-    }
-}
 
 void append_qname(std::string* out, const char* prefix, const char* local)
 {
@@ -933,7 +903,7 @@ size_t c_xml_reader::write_start_tag(const token_record& start, std::string* xml
         *xml += ' ';
         append_qname(xml, attribute.prefix, attribute.local);
         *xml += "=\"";
-        append_escaped_attribute(xml, arena_text(attribute.value_offset), attribute.value_length);
+        append_xml_escaped(*xml, arena_text(attribute.value_offset), attribute.value_length, true);
         *xml += '"';
     }
     return declarationsEnd;
@@ -984,7 +954,7 @@ void c_xml_reader::capture_element(c_any_info* out)
             tagOpen = true;
             break;
         case token_kind::text:
-            append_escaped_text(&xml, arena_text(token->first), token->count);
+            append_xml_escaped(xml, arena_text(token->first), token->count, false);
             break;
         case token_kind::reference:
         case token_kind::comment:

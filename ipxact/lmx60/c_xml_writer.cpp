@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/lmx60/lmx60_text.h>
 
 namespace lmx60 {
 
@@ -205,18 +206,7 @@ bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
     const unsigned char* run = p;
     while (p < end) {
         unsigned char c = *p;
-        const char* replacement = nullptr;
-        switch (c) {
-        case '&': replacement = "&amp;"; break;
-        case '<': replacement = "&lt;"; break;
-        case '>': replacement = "&gt;"; break;
-        case '"': replacement = inAttribute ? "&quot;" : nullptr; break;
-        case '\t': replacement = inAttribute ? "&#9;" : nullptr; break;
-        case '\n': replacement = inAttribute ? "&#10;" : nullptr; break;
-        case '\r': replacement = "&#13;"; break;
-        default: break;
-        }
-        if (replacement) {
+        if (const char* replacement = xml_escape(static_cast<char>(c), inAttribute)) {
             m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
             m_buffer += replacement;
             run = ++p;

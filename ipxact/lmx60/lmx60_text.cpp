@@ -252,4 +252,16 @@ void append_long_long(std::string& out, long long value) {
   out.append(buffer, result.ptr);
 }
 
+void append_xml_escaped(std::string& out, const char* text, size_t length, bool inAttribute) {
+  size_t run = 0;
+  for (size_t i = 0; i < length; ++i) {
+    if (const char* replacement = xml_escape(text[i], inAttribute)) {
+      out.append(text + run, i - run);
+      out += replacement;
+      run = i + 1;
+    }
+  }
+  out.append(text + run, length - run);
+}
+
 }  // namespace lmx60

@@ -5,6 +5,7 @@
 // Every parser accepts exactly the XML Schema 1.0 lexical form after the
 // surrounding XML whitespace is removed, independent of the C locale.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -46,6 +47,26 @@ std::string format_float(float value);
 void append_double(std::string& out, double value);
 void append_float(std::string& out, float value);
 void append_long_long(std::string& out, long long value);
+
+// The reference that stands for `c` in XML text or in a quoted attribute value; null where the
+// character is written as it is. Carriage returns, and in attribute values tabs and line ends, are
+// references so that a reader's normalisation cannot change them.
+inline const char* xml_escape(char c, bool inAttribute)
+{
+    switch (c) {
+    case '&': return "&amp;";
+    case '<': return "&lt;";
+    case '>': return "&gt;";
+    case '"': return inAttribute ? "&quot;" : nullptr;
+    case '\t': return inAttribute ? "&#9;" : nullptr;
+    case '\n': return inAttribute ? "&#10;" : nullptr;
+    case '\r': return "&#13;";
+    default: return nullptr;
+    }
+}
+
+// Appends `length` bytes of `text` with xml_escape's references in place of the characters.
+void append_xml_escaped(std::string& out, const char* text, size_t length, bool inAttribute);
 
 }  // namespace lmx60
 

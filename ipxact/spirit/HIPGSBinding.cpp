@@ -247,8 +247,11 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
     // Seen per reading, not from the holders: a required attribute always holds a value.
     std::vector<bool> seen(info.member_count, false);
     for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
-        const bool xsi = is_xsi(reader.attribute_ns_uri());
-        int nsId = xsi ? kXsiNamespaceId : reader.attribute_ns_id();
+        int nsId = reader.attribute_ns_id();
+        // The reader's map leaves xsi out: its attributes come as an unknown namespace (0).
+        const bool xsi = nsId == 0 && is_xsi(reader.attribute_ns_uri());
+        if (xsi)
+            nsId = kXsiNamespaceId;
         const char* local = reader.attribute_local_name();
         const MemberInfo* found = nullptr;
         for (uint32_t i = 0; i < info.member_count && !found; ++i) {

@@ -733,6 +733,9 @@ class ClassEmitter:
         if b.content == "choice":
             yield ("void %s::release_choice()\n{\n    release_alternatives(*this, s_class_info);\n}" % b.name)
 
+    # A refused value leaves a choice as it was; the root dispatcher selects first (emit_top.py).
+    SELECTS_BEFORE_CHECK = False
+
     def selection(self, m):
         """Setting an alternative of a choice makes it the current one, as its non-const getter does."""
         if b_is_choice(self.bound) and m in self.content_members():
@@ -774,8 +777,9 @@ class ClassEmitter:
                 yield "lmx60::elmx_error %s::set%s(size_t index, const %s& value)\n{\n%s    %s.get(index) = value;\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
                 return
             select = "    %s\n" % self.selection(m) if self.selection(m) else ""
-            yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (
-                n, s, t, check, select, f)
+            guarded = select + check if self.SELECTS_BEFORE_CHECK else check + select
+            yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (
+                n, s, t, guarded, f)
             if m.enum_values:
                 values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
                 table = "%s_%s_values" % (n, f)

@@ -385,6 +385,9 @@ def top_class(model):
 
 
 class TopEmitter(emit_class.ClassEmitter):
+    # A value setter makes its element the choice even when the value is then refused.
+    SELECTS_BEFORE_CHECK = True
+
     def __init__(self, model, validators):
         super().__init__(model, top_class(model), {}, validators.setter_name, validators.checks_of)
 
@@ -426,21 +429,8 @@ class TopEmitter(emit_class.ClassEmitter):
                 "case %d:\n    return %s.get_ptr();" % (i, emit_class.field_name(m))
                 for i, m in enumerate(self.members) if m.class_name),
             member_definitions="\n\n".join(self.with_selector_names(d)
-                                           for m in self.members for d in self.definitions(m)),
+                                           for m in self.members for d in self.member_definitions(m)),
         )
-
-    def selection(self, m):
-        """The dispatcher's setters select before they validate (definitions below), not after."""
-        return ""
-
-    def definitions(self, m):
-        """The choice pattern's definitions; a value setter also makes its element the choice."""
-        setter = "lmx60::elmx_error %s::set%s(" % (CLASS_NAME, m.stem)
-        for definition in self.member_definitions(m):
-            if definition.startswith(setter):
-                opening = definition.index("{\n") + 2
-                definition = definition[:opening] + "    select_%s();\n" % m.stem + definition[opening:]
-            yield definition
 
 
 def files(model, validators):

@@ -736,8 +736,8 @@ class ComponentWriter:
             out.add("      <spirit:view>\n")
             inner = "        "
             self.name_group(out, inner, view, description_chance=0.5)
-            out.add(simple(inner, "envIdentifier", rng.choice([":modelsim.example.com:", "*Simulation:*:*",
-                                                               "verilogSource:*:", ":vivado.example.com:"])))
+            out.add(simple(inner, "envIdentifier", rng.choice([":simulator.example.com:", "*Simulation:*:*",
+                                                               "verilogSource:*:", ":synthesis.example.com:"])))
             if v == len(self.views) - 1 and v > 2:
                 out.add(f'{inner}<spirit:hierarchyRef spirit:vendor="example.com" spirit:library="designs"'
                         f' spirit:name="top_design" spirit:version="1.0"/>\n')

@@ -24,12 +24,10 @@ bool is_xml_file(const std::filesystem::path& path)
     return path.extension() == ".xml";
 }
 
-}  // namespace
-
-std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& document)
+// Reads with a handler that collects every fault and carries on while the document stays readable.
+std::vector<fault> read_collecting(lmx60::c_xml_reader& reader, HIPGSpirit::HIPGSTop& document)
 {
     std::vector<fault> faults;
-    lmx60::c_xml_reader_file reader(path.c_str());
     reader.set_error_handler([&faults](lmx60::elmx_error code, const std::string& item, int line) {
         faults.push_back({line, code, item});
         return faults.size() < kMaxFaultsPerDocument && !ends_reading(code) ? lmx60::ELMX_OK : code;
@@ -41,6 +39,20 @@ std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& 
         faults.push_back({first.document_line, result, first.item_name});
     }
     return faults;
+}
+
+}  // namespace
+
+std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& document)
+{
+    lmx60::c_xml_reader_file reader(path.c_str());
+    return read_collecting(reader, document);
+}
+
+std::vector<fault> read_document_text(const char* data, size_t size, HIPGSpirit::HIPGSTop& document)
+{
+    lmx60::c_xml_reader_memory reader(data, size);
+    return read_collecting(reader, document);
 }
 
 std::string describe(const std::string& path, const fault& f)

@@ -3,6 +3,7 @@
 #ifndef IPXACT_CLI_FAULTS_H
 #define IPXACT_CLI_FAULTS_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct fault {
 // Reads the whole document at `path`; empty when it read cleanly. Reading carries on past faults
 // that leave the document readable, up to a limit per document.
 std::vector<fault> read_document(const std::string& path, HIPGSpirit::HIPGSTop& document);
+// The same for a document held in memory.
+std::vector<fault> read_document_text(const char* data, size_t size, HIPGSpirit::HIPGSTop& document);
 
 // "FILE:LINE: error CODE: DESCRIPTION (ELEMENT)"
 std::string describe(const std::string& path, const fault& f);

@@ -10,8 +10,9 @@ namespace ipxact_cli {
 
 namespace {
 
-// Gathers the counts of one document. Optional children are looked at only when present: the const
-// getters of absent children throw.
+// Gathers the counts of one document. Every child that may be absent is looked at only when present
+// (isSet...): the const getters of absent children throw. A group whose content is all optional, such
+// as spirit:registerData, is absent when none of it was read.
 class walker {
 public:
     explicit walker(document_summary& summary) : m_summary(summary) {}
@@ -144,7 +145,9 @@ private:
     void address_block(const HIPGSAddressBlockType& block)
     {
         ++m_addressBlocks;
-        register_data(block.getAddressBlockDefinitionGroup().getRegisterData());
+        const HIPGSAddressBlockDefinitionGroup& definition = block.getAddressBlockDefinitionGroup();
+        if (definition.isSetRegisterData())
+            register_data(definition.getRegisterData());
         vendor_blocks(block);
     }
 
@@ -155,7 +158,9 @@ private:
             const HIPGSAnonAddressBlock& item = base.getAnonAddressBlock(i);
             if (item.isSetAddressBlock()) {
                 ++m_addressBlocks;
-                register_data(item.getAddressBlock().getAddressBlockExtensions().getRegisterData());
+                const HIPGSAddressBlockExtensions& extensions = item.getAddressBlock().getAddressBlockExtensions();
+                if (extensions.isSetRegisterData())
+                    register_data(extensions.getRegisterData());
                 vendor_blocks(item.getAddressBlock());
             } else if (item.isSetBank()) {
                 bank(item.getBank().getBankBase());
@@ -175,8 +180,11 @@ private:
                 vendor_blocks(definition.getField(j));
             vendor_blocks(r);
         }
-        for (size_t i = 0; i < data.sizeRegisterFile(); ++i)
-            register_data(data.getRegisterFile(i).getRegisterFileDefinitionGroup().getRegisterData());
+        for (size_t i = 0; i < data.sizeRegisterFile(); ++i) {
+            const HIPGSRegisterFileDefinitionGroup& file = data.getRegisterFile(i).getRegisterFileDefinitionGroup();
+            if (file.isSetRegisterData())
+                register_data(file.getRegisterData());
+        }
     }
 
     // Vendor blocks are open content of spirit:vendorExtensions, except where the owner's class

@@ -58,6 +58,8 @@ public:
 
     // Sends buffered text to the stream; reports ELMX_WRITE_FAILED when the stream fails.
     elmx_error flush();
+    // Marks the output stream as failed: what was asked cannot be written (an element without a name).
+    void fail_stream() { m_os.setstate(std::ios::failbit); }
 
 private:
     void close_start_tag();

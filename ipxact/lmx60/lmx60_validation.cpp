@@ -57,6 +57,23 @@ long count_characters(const std::string& value)
     return count;
 }
 
+long count_items(const std::string& value)
+{
+    long count = 0;
+    bool inItem = false;
+    for (char c : value) {
+        bool separator = is_xml_whitespace(c);
+        count += !separator && !inItem;
+        inItem = !separator;
+    }
+    return count;
+}
+
+long length_of(const c_facets& facets, const std::string& value)
+{
+    return facets.counts_items ? count_items(value) : count_characters(value);
+}
+
 }  // namespace
 
 // Text that is no number at all is the value type's fault, which its parser reports; the bounds
@@ -83,7 +100,7 @@ bool facets_hold(const c_facets& facets, const std::string& value)
         if (order != 2 && order >= 0)
             return false;
     }
-    long length = (facets.min_length >= 0 || facets.max_length >= 0) ? count_characters(value) : 0;
+    long length = (facets.min_length >= 0 || facets.max_length >= 0) ? length_of(facets, value) : 0;
     if (facets.min_length >= 0 && length < facets.min_length)
         return false;
     if (facets.max_length >= 0 && length > facets.max_length)
@@ -91,11 +108,13 @@ bool facets_hold(const c_facets& facets, const std::string& value)
     return true;
 }
 
-elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value)
+elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value, elmx_error code)
 {
     if (facets_hold(facets, value))
         return ELMX_OK;
-    return reader.capture_error(ELMX_VALUE_FACET, reader.get_current_item(), __FILE__, __LINE__);
+    if (facets.counts_items && facets.min_length > 0 && count_items(value) == 0)
+        return reader.capture_error(ELMX_EMPTY_LIST, reader.get_current_item(), __FILE__, __LINE__);
+    return reader.capture_error(code, reader.get_current_item(), __FILE__, __LINE__);
 }
 
 }  // namespace lmx60

@@ -30,7 +30,8 @@ elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, c
 bool is_one_of(const char* const* allowed, const std::string& value);
 
 // Bound and length facets; null texts and negative lengths are absent facets. Bounds compare
-// numerically (integers of any size, or floating point when either side has a fraction).
+// numerically (integers of any size, or floating point when either side has a fraction). The length
+// of a list value is its number of items, that of any other value its number of characters.
 struct c_facets {
     const char* min_inclusive;
     const char* max_inclusive;
@@ -38,9 +39,15 @@ struct c_facets {
     const char* max_exclusive;
     long min_length;
     long max_length;
+    bool counts_items = false;
 };
+// A list without items where the facets require some is an empty list (code 20), any other length
+// outside them a facet fault (code 36).
 bool facets_hold(const c_facets& facets, const std::string& value);
-elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value);
+// `code` is what a failed bound or length gives: ELMX_VALUE_FACET, or ELMX_CONSTRAINT_VALUE for the
+// values of timing and load constraints.
+elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value,
+                        elmx_error code = ELMX_VALUE_FACET);
 
 }  // namespace lmx60
 

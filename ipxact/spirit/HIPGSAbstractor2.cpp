@@ -22,13 +22,17 @@ const lmx60::s_event_map HIPGSAbstractor2::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSAbstractor2::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAbstractor2_first_events_0[] = {577, 0};
+static const int32_t HIPGSAbstractor2_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSAbstractor2::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractor2_first_events_0, ops<&HIPGSAbstractor2::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractor2_first_events_2, ops<&HIPGSAbstractor2::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "abstractorMode", "spirit:abstractorMode", 286, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_AbstractorMode>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractorInterfaces", "spirit:abstractorInterfaces", 285, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_AbstractorInterfaces>(), nullptr},
@@ -44,7 +48,7 @@ const MemberInfo HIPGSAbstractor2::s_members[] = {
 
 const ClassInfo HIPGSAbstractor2::s_class_info = {
     "spirit:abstractor", 1001, "abstractor", ContentKind::sequence,
-    s_members, 11, ns_map_writer_2,
+    s_members, 13, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -136,6 +140,8 @@ HIPGSAbstractor2::~HIPGSAbstractor2() = default;
 
 void HIPGSAbstractor2::swap(HIPGSAbstractor2& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_AbstractorMode.swap(other.m_AbstractorMode);
     m_BusType.swap(other.m_BusType);
@@ -151,7 +157,9 @@ void HIPGSAbstractor2::swap(HIPGSAbstractor2& other) noexcept
 
 bool HIPGSAbstractor2::operator==(const HIPGSAbstractor2& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_AbstractorMode == other.m_AbstractorMode
         && m_BusType == other.m_BusType
         && m_AbstractorInterfaces == other.m_AbstractorInterfaces
@@ -207,6 +215,18 @@ lmx60::elmx_error HIPGSAbstractor2::unmarshal(lmx60::c_xml_reader& reader, const
 lmx60::elmx_error HIPGSAbstractor2::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSAbstractor2::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractor2::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSAbstractor2::getVersionedIdentifier() const

@@ -56,6 +56,18 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:versionedIdentifier, 1..1
     const HIPGSVersionedIdentifier& getVersionedIdentifier() const;
     HIPGSVersionedIdentifier& getVersionedIdentifier();
@@ -157,6 +169,8 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSVersionedIdentifier> m_VersionedIdentifier;  // group spirit:versionedIdentifier, 1..1
     lmx60::ct_complex_single<HIPGSAbstractorMode> m_AbstractorMode;  // spirit:abstractorMode, 1..1
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_BusType;  // spirit:busType, 1..1

@@ -21,15 +21,19 @@ const lmx60::s_event_map HIPGSAbstractorGenerator::elem_event_map[] = {
 const lmx60::s_event_map HIPGSAbstractorGenerator::attr_event_map[] = {
     {1001, "hidden", 6, 411},
     {1001, "scope", 5, 528},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAbstractorGenerator_first_events_2[] = {492, 0};
+static const int32_t HIPGSAbstractorGenerator_first_events_4[] = {492, 0};
 
 const MemberInfo HIPGSAbstractorGenerator::s_members[] = {
     {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_ScopeAttr>(), &validation_spec_preserve_Value43},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAbstractorGenerator_first_events_2, ops<&HIPGSAbstractorGenerator::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAbstractorGenerator_first_events_4, ops<&HIPGSAbstractorGenerator::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_ApiType>(), &lmx60::validation_spec_collapse},
@@ -42,7 +46,7 @@ const MemberInfo HIPGSAbstractorGenerator::s_members[] = {
 
 const ClassInfo HIPGSAbstractorGenerator::s_class_info = {
     "spirit:abstractorGenerator", 1001, "abstractorGenerator", ContentKind::sequence,
-    s_members, 10, ns_map_writer_2,
+    s_members, 12, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -136,6 +140,8 @@ void HIPGSAbstractorGenerator::swap(HIPGSAbstractorGenerator& other) noexcept
 {
     m_HiddenAttr.swap(other.m_HiddenAttr);
     m_ScopeAttr.swap(other.m_ScopeAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Phase.swap(other.m_Phase);
     m_Parameters.swap(other.m_Parameters);
@@ -150,6 +156,8 @@ bool HIPGSAbstractorGenerator::operator==(const HIPGSAbstractorGenerator& other)
 {
     return m_HiddenAttr == other.m_HiddenAttr
         && m_ScopeAttr == other.m_ScopeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_Phase == other.m_Phase
         && m_Parameters == other.m_Parameters
@@ -232,6 +240,18 @@ bool HIPGSAbstractorGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
     const char* text = enum_text(HIPGSAbstractorGenerator_m_ScopeAttr_values, static_cast<int>(value));
     return text && setScopeAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractorGenerator::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAbstractorGenerator::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSAbstractorGenerator::getNameGroup() const

@@ -76,6 +76,18 @@ public:
     e_enum_ScopeAttr getEnumScopeAttr() const;
     bool setEnumScopeAttr(e_enum_ScopeAttr value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
     HIPGSNameGroup& getNameGroup();
@@ -149,6 +161,8 @@ public:
 protected:
     lmx60::ct_simple_optional<bool> m_HiddenAttr;  // @spirit:hidden, optional
     lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @spirit:scope, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSPhase> m_Phase;  // spirit:phase, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1

@@ -15,18 +15,20 @@ const lmx60::s_event_map HIPGSAbstractorPortType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAbstractorPortType_first_events_0[] = {492, 0};
-static const int32_t HIPGSAbstractorPortType_first_events_1[] = {306, 0};
+static const int32_t HIPGSAbstractorPortType_first_events_2[] = {492, 0};
+static const int32_t HIPGSAbstractorPortType_first_events_3[] = {306, 0};
 
 const MemberInfo HIPGSAbstractorPortType::s_members[] = {
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractorPortType_first_events_0, ops<&HIPGSAbstractorPortType::m_AnonNameGroupPort>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSAbstractorPortType_first_events_1, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractorPortType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractorPortType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 1, 1, HIPGSAbstractorPortType_first_events_2, ops<&HIPGSAbstractorPortType::m_AnonNameGroupPort>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSAbstractorPortType_first_events_3, ops<&HIPGSAbstractorPortType::m_AnonVendorExtensions>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAbstractorPortType::s_class_info = {
     "spirit:abstractorPortType", 0, "abstractorPortType", ContentKind::sequence,
-    s_members, 2, ns_map_writer_1,
+    s_members, 4, ns_map_writer_1,
     1, "spirit:abstractorPortType", nullptr,
 };
 

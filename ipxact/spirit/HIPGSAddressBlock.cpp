@@ -25,12 +25,14 @@ const lmx60::s_event_map HIPGSAddressBlock::attr_event_map[] = {
     {1001, "maximum", 7, 48},
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSAddressBlock_first_events_12[] = {492, 0};
-static const int32_t HIPGSAddressBlock_first_events_13[] = {442, 0};
-static const int32_t HIPGSAddressBlock_first_events_14[] = {509, 563, 0};
+static const int32_t HIPGSAddressBlock_first_events_14[] = {492, 0};
+static const int32_t HIPGSAddressBlock_first_events_15[] = {442, 0};
+static const int32_t HIPGSAddressBlock_first_events_16[] = {509, 563, 0};
 
 const MemberInfo HIPGSAddressBlock::s_members[] = {
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_FormatAttr>(), &validation_spec_collapse_Value29},
@@ -39,23 +41,26 @@ const MemberInfo HIPGSAddressBlock::s_members[] = {
     {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_DependencyAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
     {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlock_first_events_12, ops<&HIPGSAddressBlock::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlock_first_events_13, ops<&HIPGSAddressBlock::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlock_first_events_14, ops<&HIPGSAddressBlock::m_AddressBlockDefinitionGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlock_first_events_14, ops<&HIPGSAddressBlock::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlock_first_events_15, ops<&HIPGSAddressBlock::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlock_first_events_16, ops<&HIPGSAddressBlock::m_AddressBlockDefinitionGroup>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "addressBlockInfo", "vorlix:addressBlockInfo", 0, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_AddressBlockInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSAddressBlock::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSAddressBlock::s_class_info = {
     "spirit:addressBlock", 1001, "addressBlock", ContentKind::sequence,
-    s_members, 17, ns_map_writer_2,
+    s_members, 20, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -159,10 +164,13 @@ void HIPGSAddressBlock::swap(HIPGSAddressBlock& other) noexcept
     m_MaximumAttr.swap(other.m_MaximumAttr);
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_AddressSpecifier.swap(other.m_AddressSpecifier);
     m_AddressBlockDefinitionGroup.swap(other.m_AddressBlockDefinitionGroup);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_AddressBlockInfo.swap(other.m_AddressBlockInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -180,10 +188,13 @@ bool HIPGSAddressBlock::operator==(const HIPGSAddressBlock& other) const
         && m_MaximumAttr == other.m_MaximumAttr
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_AddressSpecifier == other.m_AddressSpecifier
         && m_AddressBlockDefinitionGroup == other.m_AddressBlockDefinitionGroup
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_AddressBlockInfo == other.m_AddressBlockInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -347,6 +358,18 @@ lmx60::elmx_error HIPGSAddressBlock::setPromptAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
+lmx60::elmx_error HIPGSAddressBlock::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressBlock::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
 const HIPGSNameGroup& HIPGSAddressBlock::getNameGroup() const
 {
     return m_NameGroup.get();
@@ -445,6 +468,31 @@ HIPGSVendorExtensions* HIPGSAddressBlock::assignVendorExtensions(HIPGSVendorExte
 void HIPGSAddressBlock::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSAddressBlockInfo& HIPGSAddressBlock::getAddressBlockInfo() const
+{
+    return m_AddressBlockInfo.get();
+}
+
+HIPGSAddressBlockInfo& HIPGSAddressBlock::getAddressBlockInfo()
+{
+    return m_AddressBlockInfo.get();
+}
+
+void HIPGSAddressBlock::assignAddressBlockInfo(const HIPGSAddressBlockInfo& value)
+{
+    m_AddressBlockInfo.assign(value);
+}
+
+HIPGSAddressBlockInfo* HIPGSAddressBlock::assignAddressBlockInfo(HIPGSAddressBlockInfo* child)
+{
+    return m_AddressBlockInfo.assign(child);
+}
+
+void HIPGSAddressBlock::unsetAddressBlockInfo()
+{
+    m_AddressBlockInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSAddressBlockDefinitionGroup;
+class HIPGSAddressBlockInfo;
 class HIPGSAddressSpecifier;
 class HIPGSNameGroup;
 class HIPGSVendorExtensions;
@@ -158,6 +159,18 @@ public:
     bool isSetPromptAttr() const { return m_PromptAttr.is_set(); }
     void unsetPromptAttr() { m_PromptAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
     HIPGSNameGroup& getNameGroup();
@@ -194,6 +207,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSAddressBlockInfo& getAddressBlockInfo() const;
+    HIPGSAddressBlockInfo& getAddressBlockInfo();
+    void assignAddressBlockInfo(const HIPGSAddressBlockInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSAddressBlockInfo* assignAddressBlockInfo(HIPGSAddressBlockInfo* child);
+    bool isSetAddressBlockInfo() const { return m_AddressBlockInfo.is_set(); }
+    void unsetAddressBlockInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -220,10 +242,13 @@ protected:
     lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
     lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
     lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSAddressSpecifier> m_AddressSpecifier;  // group spirit:addressSpecifier, 1..1
     lmx60::ct_complex_single<HIPGSAddressBlockDefinitionGroup> m_AddressBlockDefinitionGroup;  // group spirit:addressBlockDefinitionGroup, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSAddressBlockInfo> m_AddressBlockInfo;  // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -232,6 +257,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSAddressBlockDefinitionGroup.h>
+#include <ipxact/spirit/HIPGSAddressBlockInfo.h>
 #include <ipxact/spirit/HIPGSAddressSpecifier.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSAddressSpaceRef2::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSAddressSpaceRef2::attr_event_map[] = {
     {1001, "addressSpaceRef", 15, 294},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSAddressSpaceRef2::s_members[] = {
     {MemberKind::attribute, 1001, "addressSpaceRef", "spirit:addressSpaceRef", 294, 1, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_AddressSpaceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSAddressSpaceRef2::s_class_info = {
     "spirit:addressSpaceRef", 1001, "addressSpaceRef", ContentKind::empty,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -117,11 +121,15 @@ HIPGSAddressSpaceRef2::~HIPGSAddressSpaceRef2() = default;
 void HIPGSAddressSpaceRef2::swap(HIPGSAddressSpaceRef2& other) noexcept
 {
     m_AddressSpaceRefAttr.swap(other.m_AddressSpaceRefAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
 }
 
 bool HIPGSAddressSpaceRef2::operator==(const HIPGSAddressSpaceRef2& other) const
 {
-    return m_AddressSpaceRefAttr == other.m_AddressSpaceRefAttr;
+    return m_AddressSpaceRefAttr == other.m_AddressSpaceRefAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
 }
 
 void HIPGSAddressSpaceRef2::init()
@@ -172,6 +180,18 @@ lmx60::elmx_error HIPGSAddressSpaceRef2::marshal(lmx60::c_xml_writer& writer, co
 lmx60::elmx_error HIPGSAddressSpaceRef2::setAddressSpaceRefAttr(const std::string& value)
 {
     m_AddressSpaceRefAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressSpaceRef2::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSAddressSpaceRef2::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

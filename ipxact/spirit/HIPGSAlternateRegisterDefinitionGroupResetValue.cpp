@@ -35,7 +35,7 @@ const MemberInfo HIPGSAlternateRegisterDefinitionGroupResetValue::s_members[] = 
     {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_DependencyAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
     {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAlternateRegisterDefinitionGroupResetValue::m_MaximumAttr>(), &lmx60::validation_spec_empty},

@@ -25,13 +25,14 @@ const MemberInfo HIPGSArgument::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSArgument_first_events_1, ops<&HIPGSArgument::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSArgument::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSArgument::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSArgument::m_ParameterInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSArgument::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSArgument::s_class_info = {
     "spirit:argument", 0, "argument", ContentKind::sequence,
-    s_members, 5, ns_map_writer_1,
+    s_members, 6, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -65,6 +66,7 @@ void HIPGSArgument::swap(HIPGSArgument& other) noexcept
     m_NameGroupString.swap(other.m_NameGroupString);
     m_Value.swap(other.m_Value);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_ParameterInfo.swap(other.m_ParameterInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
@@ -74,6 +76,7 @@ bool HIPGSArgument::operator==(const HIPGSArgument& other) const
         && m_NameGroupString == other.m_NameGroupString
         && m_Value == other.m_Value
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_ParameterInfo == other.m_ParameterInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -216,6 +219,31 @@ HIPGSVendorExtensions* HIPGSArgument::assignVendorExtensions(HIPGSVendorExtensio
 void HIPGSArgument::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSParameterInfo& HIPGSArgument::getParameterInfo() const
+{
+    return m_ParameterInfo.get();
+}
+
+HIPGSParameterInfo& HIPGSArgument::getParameterInfo()
+{
+    return m_ParameterInfo.get();
+}
+
+void HIPGSArgument::assignParameterInfo(const HIPGSParameterInfo& value)
+{
+    m_ParameterInfo.assign(value);
+}
+
+HIPGSParameterInfo* HIPGSArgument::assignParameterInfo(HIPGSParameterInfo* child)
+{
+    return m_ParameterInfo.assign(child);
+}
+
+void HIPGSArgument::unsetParameterInfo()
+{
+    m_ParameterInfo.unset();
 }
 
 }  // namespace HIPGSpirit

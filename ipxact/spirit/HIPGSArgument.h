@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSNameGroupString;
+class HIPGSParameterInfo;
 class HIPGSValue;
 class HIPGSVendorExtensions;
 
@@ -81,6 +82,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSParameterInfo& getParameterInfo() const;
+    HIPGSParameterInfo& getParameterInfo();
+    void assignParameterInfo(const HIPGSParameterInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSParameterInfo* assignParameterInfo(HIPGSParameterInfo* child);
+    bool isSetParameterInfo() const { return m_ParameterInfo.is_set(); }
+    void unsetParameterInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -99,6 +109,7 @@ protected:
     lmx60::ct_complex_single<HIPGSNameGroupString> m_NameGroupString;  // group spirit:nameGroupString, 1..1
     lmx60::ct_complex_single<HIPGSValue> m_Value;  // spirit:value, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSParameterInfo> m_ParameterInfo;  // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -107,6 +118,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSNameGroupString.h>
+#include <ipxact/spirit/HIPGSParameterInfo.h>
 #include <ipxact/spirit/HIPGSValue.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 

@@ -13,24 +13,28 @@ const lmx60::s_event_map HIPGSBank::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSBank::attr_event_map[] = {
     {1001, "bankAlignment", 13, 309},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSBank_first_events_1[] = {492, 0};
-static const int32_t HIPGSBank_first_events_2[] = {442, 0};
-static const int32_t HIPGSBank_first_events_3[] = {485, 514, 543, 0};
+static const int32_t HIPGSBank_first_events_3[] = {492, 0};
+static const int32_t HIPGSBank_first_events_4[] = {442, 0};
+static const int32_t HIPGSBank_first_events_5[] = {485, 514, 543, 0};
 
 const MemberInfo HIPGSBank::s_members[] = {
     {MemberKind::attribute, 1001, "bankAlignment", "spirit:bankAlignment", 309, 1, 1, nullptr, ops<&HIPGSBank::m_BankAlignmentAttr>(), &validation_spec_collapse_Value71},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBank_first_events_1, ops<&HIPGSBank::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSBank_first_events_2, ops<&HIPGSBank::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, HIPGSBank_first_events_3, ops<&HIPGSBank::m_BankBase>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBank::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBank::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBank_first_events_3, ops<&HIPGSBank::m_NameGroup>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSBank_first_events_4, ops<&HIPGSBank::m_AddressSpecifier>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, HIPGSBank_first_events_5, ops<&HIPGSBank::m_BankBase>(), nullptr},
 };
 
 
 const ClassInfo HIPGSBank::s_class_info = {
     "spirit:bank", 1001, "bank", ContentKind::sequence,
-    s_members, 4, ns_map_writer_2,
+    s_members, 6, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -123,6 +127,8 @@ HIPGSBank::~HIPGSBank() = default;
 void HIPGSBank::swap(HIPGSBank& other) noexcept
 {
     m_BankAlignmentAttr.swap(other.m_BankAlignmentAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_AddressSpecifier.swap(other.m_AddressSpecifier);
     m_BankBase.swap(other.m_BankBase);
@@ -131,6 +137,8 @@ void HIPGSBank::swap(HIPGSBank& other) noexcept
 bool HIPGSBank::operator==(const HIPGSBank& other) const
 {
     return m_BankAlignmentAttr == other.m_BankAlignmentAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_NameGroup == other.m_NameGroup
         && m_AddressSpecifier == other.m_AddressSpecifier
         && m_BankBase == other.m_BankBase;
@@ -200,6 +208,18 @@ bool HIPGSBank::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
     const char* text = enum_text(HIPGSBank_m_BankAlignmentAttr_values, static_cast<int>(value));
     return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBank::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBank::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSBank::getNameGroup() const

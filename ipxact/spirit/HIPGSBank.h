@@ -60,6 +60,18 @@ public:
     e_enum_BankAlignmentAttr getEnumBankAlignmentAttr() const;
     bool setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
     HIPGSNameGroup& getNameGroup();
@@ -93,6 +105,8 @@ public:
 
 protected:
     lmx60::ct_simple_single<std::string> m_BankAlignmentAttr;  // @spirit:bankAlignment, required
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSAddressSpecifier> m_AddressSpecifier;  // group spirit:addressSpecifier, 1..1
     lmx60::ct_complex_single<HIPGSBankBase> m_BankBase;  // group spirit:bankBase, 1..1

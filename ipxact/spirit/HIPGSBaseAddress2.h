@@ -154,6 +154,18 @@ public:
     bool isSetPromptAttr() const { return m_PromptAttr.is_set(); }
     void unsetPromptAttr() { m_PromptAttr.unset(); }
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // simple content, scaledNonNegativeInteger
     const std::string& getBaseAddress() const { return m_BaseAddress.get(); }
     lmx60::elmx_error setBaseAddress(const std::string& value);
@@ -184,6 +196,8 @@ protected:
     lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
     lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
     lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_single<std::string> m_BaseAddress;  // simple content, scaledNonNegativeInteger
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 

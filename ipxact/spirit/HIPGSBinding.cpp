@@ -546,6 +546,10 @@ void write_attribute(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Me
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name)
 {
+    if (!name && info.local_name) {
+        writer.fail_stream();
+        return lmx60::ELMX_WRITE_FAILED;
+    }
     // Groups and compositors have no element of their own: their children stand in the owner's element.
     if (!info.local_name) {
         detail::write_inline(writer, obj, info);
@@ -708,6 +712,11 @@ void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::strin
         reader.read_text(text);
 }
 
+std::string value_item(lmx60::c_xml_reader& reader, const MemberInfo& member)
+{
+    return member.qname ? std::string(member.qname) : reader.get_current_item();
+}
+
 bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string& text)
 {
     const lmx60::c_untyped_validation_spec* checks = member.checks ? member.checks : &lmx60::validation_spec_empty;
@@ -719,11 +728,14 @@ bool parse_checked(lmx60::c_xml_reader& reader, const MemberInfo& member, std::s
     return true;
 }
 
-void read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items)
+bool read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items)
 {
     std::string text;
     take_text(reader, member, &text);
     items->clear();
+    // Lengths of a list count its items; a list type that allows none reads from empty text.
+    if (!parse_checked(reader, member, text))
+        return false;
     size_t i = 0;
     while (i < text.size()) {
         while (i < text.size() && lmx60::is_xml_whitespace(text[i]))
@@ -734,8 +746,7 @@ void read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::
         if (i > start)
             items->push_back(text.substr(start, i - start));
     }
-    if (items->empty())
-        reader.capture_error(lmx60::ELMX_EMPTY_LIST, member.qname, __FILE__, __LINE__);
+    return true;
 }
 
 void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text)

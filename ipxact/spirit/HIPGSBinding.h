@@ -174,7 +174,11 @@ void write_empty_element(lmx60::c_xml_writer& writer, const MemberInfo& member);
 void write_any(lmx60::c_xml_writer& writer, const lmx60::c_any_info& any);
 void write_any_attribute(lmx60::c_xml_writer& writer, const lmx60::c_any_attribute& attribute);
 void capture(lmx60::c_xml_reader& reader, lmx60::c_any_info* any);
-void read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items);
+// False when the list text failed its checks; the items are then not to be stored.
+bool read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::vector<std::string>* items);
+// The name a fault of a simple value is reported under: simple content has no name of its own, so
+// the element being read is the item.
+std::string value_item(lmx60::c_xml_reader& reader, const MemberInfo& member);
 
 // Conversion of one simple value between text and its member type; false on text that is not a value.
 bool parse_value(const std::string& text, std::string& value);
@@ -210,9 +214,7 @@ bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
         return false;
     V parsed{};
     if (!parse_value(text, parsed)) {
-        // Simple content has no name of its own: the element being read is the item.
-        reader.capture_error(lmx60::ELMX_BAD_VALUE, member.qname ? member.qname : reader.get_current_item(),
-                             __FILE__, __LINE__);
+        reader.capture_error(lmx60::ELMX_BAD_VALUE, value_item(reader, member), __FILE__, __LINE__);
         return false;
     }
     value = std::move(parsed);
@@ -318,14 +320,15 @@ template <class V, class H>
 void read_list(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
 {
     std::vector<std::string> items;
-    read_list_text(r, m, &items);
+    if (!read_list_text(r, m, &items))
+        return;
     h.clear();
     for (const std::string& text : items) {
         V value{};
         if (parse_value(text, value))
             h.append(value);
         else
-            r.capture_error(lmx60::ELMX_BAD_VALUE, m.qname, __FILE__, __LINE__);
+            r.capture_error(lmx60::ELMX_BAD_VALUE, value_item(r, m), __FILE__, __LINE__);
     }
 }
 

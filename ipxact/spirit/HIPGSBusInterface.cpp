@@ -21,17 +21,21 @@ const lmx60::s_event_map HIPGSBusInterface::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSBusInterface::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSBusInterface_first_events_0[] = {492, 0};
-static const int32_t HIPGSBusInterface_first_events_3[] = {461, 475, 478, 479, 487, 538, 546, 0};
+static const int32_t HIPGSBusInterface_first_events_2[] = {492, 0};
+static const int32_t HIPGSBusInterface_first_events_5[] = {461, 475, 478, 479, 487, 538, 546, 0};
 
 const MemberInfo HIPGSBusInterface::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterface_first_events_0, ops<&HIPGSBusInterface::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusInterface::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusInterface::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterface_first_events_2, ops<&HIPGSBusInterface::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterface::m_BusType>(), nullptr},
     {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterface::m_AbstractionType>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_3, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
+    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_5, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
     {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse, "false"},
     {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterface::m_PortMaps>(), nullptr},
     {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &validation_spec_collapse_Value84},
@@ -39,13 +43,14 @@ const MemberInfo HIPGSBusInterface::s_members[] = {
     {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Endianness>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Parameters>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusInterface::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "busInterfaceInfo", "vorlix:busInterfaceInfo", 0, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BusInterfaceInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBusInterface::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSBusInterface::s_class_info = {
     "spirit:busInterface", 1001, "busInterface", ContentKind::sequence,
-    s_members, 12, ns_map_writer_2,
+    s_members, 15, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -137,6 +142,8 @@ HIPGSBusInterface::~HIPGSBusInterface() = default;
 
 void HIPGSBusInterface::swap(HIPGSBusInterface& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_BusType.swap(other.m_BusType);
     m_AbstractionType.swap(other.m_AbstractionType);
@@ -148,12 +155,15 @@ void HIPGSBusInterface::swap(HIPGSBusInterface& other) noexcept
     m_Endianness.swap(other.m_Endianness);
     m_Parameters.swap(other.m_Parameters);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_BusInterfaceInfo.swap(other.m_BusInterfaceInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
 bool HIPGSBusInterface::operator==(const HIPGSBusInterface& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_BusType == other.m_BusType
         && m_AbstractionType == other.m_AbstractionType
         && m_InterfaceMode == other.m_InterfaceMode
@@ -164,6 +174,7 @@ bool HIPGSBusInterface::operator==(const HIPGSBusInterface& other) const
         && m_Endianness == other.m_Endianness
         && m_Parameters == other.m_Parameters
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_BusInterfaceInfo == other.m_BusInterfaceInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -211,6 +222,18 @@ lmx60::elmx_error HIPGSBusInterface::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSBusInterface::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSBusInterface::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBusInterface::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSBusInterface::getNameGroup() const
@@ -448,6 +471,31 @@ HIPGSVendorExtensions* HIPGSBusInterface::assignVendorExtensions(HIPGSVendorExte
 void HIPGSBusInterface::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSBusInterfaceInfo& HIPGSBusInterface::getBusInterfaceInfo() const
+{
+    return m_BusInterfaceInfo.get();
+}
+
+HIPGSBusInterfaceInfo& HIPGSBusInterface::getBusInterfaceInfo()
+{
+    return m_BusInterfaceInfo.get();
+}
+
+void HIPGSBusInterface::assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value)
+{
+    m_BusInterfaceInfo.assign(value);
+}
+
+HIPGSBusInterfaceInfo* HIPGSBusInterface::assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child)
+{
+    return m_BusInterfaceInfo.assign(child);
+}
+
+void HIPGSBusInterface::unsetBusInterfaceInfo()
+{
+    m_BusInterfaceInfo.unset();
 }
 
 }  // namespace HIPGSpirit

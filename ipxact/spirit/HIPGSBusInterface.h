@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSBitSteering;
+class HIPGSBusInterfaceInfo;
 class HIPGSInterfaceMode;
 class HIPGSLibraryRefType2;
 class HIPGSNameGroup;
@@ -57,6 +58,18 @@ public:
     lmx60::elmx_error marshal(const char* file, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
+
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
@@ -150,6 +163,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSBusInterfaceInfo& getBusInterfaceInfo() const;
+    HIPGSBusInterfaceInfo& getBusInterfaceInfo();
+    void assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSBusInterfaceInfo* assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child);
+    bool isSetBusInterfaceInfo() const { return m_BusInterfaceInfo.is_set(); }
+    void unsetBusInterfaceInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -164,6 +186,8 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_BusType;  // spirit:busType, 1..1
     lmx60::ct_complex_single<HIPGSLibraryRefType2> m_AbstractionType;  // spirit:abstractionType, 0..1
@@ -175,6 +199,7 @@ protected:
     lmx60::ct_simple_optional<std::string> m_Endianness;  // spirit:endianness, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSBusInterfaceInfo> m_BusInterfaceInfo;  // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -183,6 +208,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSBitSteering.h>
+#include <ipxact/spirit/HIPGSBusInterfaceInfo.h>
 #include <ipxact/spirit/HIPGSInterfaceMode.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>

@@ -36,14 +36,14 @@ const MemberInfo HIPGSClockPulseDuration::s_members[] = {
     {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_DependencyAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
     {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "units", "spirit:units", 569, 0, 1, nullptr, ops<&HIPGSClockPulseDuration::m_UnitsAttr>(), &validation_spec_collapse_Value60},
-    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSClockPulseDuration::m_ClockPulseDuration>(), &validation_spec_collapse_Value85},
+    {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSClockPulseDuration::m_ClockPulseDuration>(), &validation_spec_collapse_Value86},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSClockPulseDuration::m_any_attribute>(), nullptr},
 };
 

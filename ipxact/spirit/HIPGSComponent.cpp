@@ -27,13 +27,17 @@ const lmx60::s_event_map HIPGSComponent::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSComponent::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSComponent_first_events_0[] = {577, 0};
+static const int32_t HIPGSComponent_first_events_2[] = {577, 0};
 
 const MemberInfo HIPGSComponent::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponent_first_events_0, ops<&HIPGSComponent::m_VersionedIdentifier>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponent::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponent::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponent_first_events_2, ops<&HIPGSComponent::m_VersionedIdentifier>(), nullptr},
     {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 0, 1, nullptr, ops<&HIPGSComponent::m_BusInterfaces>(), nullptr},
     {MemberKind::element, 1001, "channels", "spirit:channels", 468, 0, 1, nullptr, ops<&HIPGSComponent::m_Channels>(), nullptr},
     {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 0, 1, nullptr, ops<&HIPGSComponent::m_RemapStates>(), nullptr},
@@ -54,7 +58,7 @@ const MemberInfo HIPGSComponent::s_members[] = {
 
 const ClassInfo HIPGSComponent::s_class_info = {
     "spirit:component", 1001, "component", ContentKind::sequence,
-    s_members, 16, ns_map_writer_2,
+    s_members, 18, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -146,6 +150,8 @@ HIPGSComponent::~HIPGSComponent() = default;
 
 void HIPGSComponent::swap(HIPGSComponent& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
     m_BusInterfaces.swap(other.m_BusInterfaces);
     m_Channels.swap(other.m_Channels);
@@ -166,7 +172,9 @@ void HIPGSComponent::swap(HIPGSComponent& other) noexcept
 
 bool HIPGSComponent::operator==(const HIPGSComponent& other) const
 {
-    return m_VersionedIdentifier == other.m_VersionedIdentifier
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_VersionedIdentifier == other.m_VersionedIdentifier
         && m_BusInterfaces == other.m_BusInterfaces
         && m_Channels == other.m_Channels
         && m_RemapStates == other.m_RemapStates
@@ -227,6 +235,18 @@ lmx60::elmx_error HIPGSComponent::unmarshal(lmx60::c_xml_reader& reader, const s
 lmx60::elmx_error HIPGSComponent::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSComponent::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSComponent::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVersionedIdentifier& HIPGSComponent::getVersionedIdentifier() const

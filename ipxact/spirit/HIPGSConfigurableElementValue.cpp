@@ -13,19 +13,23 @@ const lmx60::s_event_map HIPGSConfigurableElementValue::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSConfigurableElementValue::attr_event_map[] = {
     {1001, "referenceId", 11, 511},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSConfigurableElementValue::s_members[] = {
     {MemberKind::attribute, 1001, "referenceId", "spirit:referenceId", 511, 1, 1, nullptr, ops<&HIPGSConfigurableElementValue::m_ReferenceIdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSConfigurableElementValue::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSConfigurableElementValue::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSConfigurableElementValue::m_ConfigurableElementValue>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSConfigurableElementValue::s_class_info = {
     "spirit:configurableElementValue", 1001, "configurableElementValue", ContentKind::simple,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,12 +122,16 @@ HIPGSConfigurableElementValue::~HIPGSConfigurableElementValue() = default;
 void HIPGSConfigurableElementValue::swap(HIPGSConfigurableElementValue& other) noexcept
 {
     m_ReferenceIdAttr.swap(other.m_ReferenceIdAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_ConfigurableElementValue.swap(other.m_ConfigurableElementValue);
 }
 
 bool HIPGSConfigurableElementValue::operator==(const HIPGSConfigurableElementValue& other) const
 {
     return m_ReferenceIdAttr == other.m_ReferenceIdAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_ConfigurableElementValue == other.m_ConfigurableElementValue;
 }
 
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSConfigurableElementValue::marshal(lmx60::c_xml_writer& wr
 lmx60::elmx_error HIPGSConfigurableElementValue::setReferenceIdAttr(const std::string& value)
 {
     m_ReferenceIdAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConfigurableElementValue::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSConfigurableElementValue::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

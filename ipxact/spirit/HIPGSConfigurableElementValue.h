@@ -50,6 +50,18 @@ public:
     const std::string& getReferenceIdAttr() const { return m_ReferenceIdAttr.get(); }
     lmx60::elmx_error setReferenceIdAttr(const std::string& value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // simple content, xs:string
     const std::string& getConfigurableElementValue() const { return m_ConfigurableElementValue.get(); }
     lmx60::elmx_error setConfigurableElementValue(const std::string& value);
@@ -60,6 +72,8 @@ public:
 
 protected:
     lmx60::ct_simple_single<std::string> m_ReferenceIdAttr;  // @spirit:referenceId, required
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_single<std::string> m_ConfigurableElementValue;  // simple content, xs:string
 
     static const MemberInfo s_members[];

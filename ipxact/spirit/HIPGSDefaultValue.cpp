@@ -24,6 +24,8 @@ const lmx60::s_event_map HIPGSDefaultValue::attr_event_map[] = {
     {1001, "maximum", 7, 48},
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -35,12 +37,14 @@ const MemberInfo HIPGSDefaultValue::s_members[] = {
     {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_DependencyAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_ConfigGroupsAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
     {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
     {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_MinimumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDefaultValue::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSDefaultValue::m_DefaultValue>(), &validation_spec_preserve_Lexical2},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSDefaultValue::m_any_attribute>(), nullptr},
 };
@@ -48,7 +52,7 @@ const MemberInfo HIPGSDefaultValue::s_members[] = {
 
 const ClassInfo HIPGSDefaultValue::s_class_info = {
     "spirit:defaultValue", 1001, "defaultValue", ContentKind::simple,
-    s_members, 14, ns_map_writer_2,
+    s_members, 16, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -152,6 +156,8 @@ void HIPGSDefaultValue::swap(HIPGSDefaultValue& other) noexcept
     m_MaximumAttr.swap(other.m_MaximumAttr);
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_DefaultValue.swap(other.m_DefaultValue);
     m_any_attribute.swap(other.m_any_attribute);
 }
@@ -170,6 +176,8 @@ bool HIPGSDefaultValue::operator==(const HIPGSDefaultValue& other) const
         && m_MaximumAttr == other.m_MaximumAttr
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_DefaultValue == other.m_DefaultValue
         && m_any_attribute == other.m_any_attribute;
 }
@@ -333,6 +341,18 @@ bool HIPGSDefaultValue::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 lmx60::elmx_error HIPGSDefaultValue::setPromptAttr(const std::string& value)
 {
     m_PromptAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDefaultValue::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDefaultValue::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -48,6 +48,8 @@ public:
     lmx60::elmx_error setLegacyOutput(size_t index, const std::string& value);
     void deleteLegacyOutput(size_t index) { m_LegacyOutput.erase(index); }
     void clearLegacyOutput() { m_LegacyOutput.clear(); }
+    e_enum_LegacyOutput getEnumLegacyOutput(size_t index) const;
+    bool setEnumLegacyOutput(size_t index, e_enum_LegacyOutput value);
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

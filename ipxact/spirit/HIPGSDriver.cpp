@@ -12,19 +12,23 @@ const lmx60::s_event_map HIPGSDriver::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSDriver::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSDriver_first_events_0[] = {334, 335, 342, 0};
+static const int32_t HIPGSDriver_first_events_2[] = {334, 335, 342, 0};
 
 const MemberInfo HIPGSDriver::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriver_first_events_0, ops<&HIPGSDriver::m_InnerDriverType>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriver_first_events_2, ops<&HIPGSDriver::m_InnerDriverType>(), nullptr},
 };
 
 
 const ClassInfo HIPGSDriver::s_class_info = {
     "spirit:driver", 1001, "driver", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSDriver::~HIPGSDriver() = default;
 
 void HIPGSDriver::swap(HIPGSDriver& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_InnerDriverType.swap(other.m_InnerDriverType);
 }
 
 bool HIPGSDriver::operator==(const HIPGSDriver& other) const
 {
-    return m_InnerDriverType == other.m_InnerDriverType;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_InnerDriverType == other.m_InnerDriverType;
 }
 
 void HIPGSDriver::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSDriver::unmarshal(lmx60::c_xml_reader& reader, const std:
 lmx60::elmx_error HIPGSDriver::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSDriver::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSInnerDriverType& HIPGSDriver::getInnerDriverType() const

@@ -18,25 +18,30 @@ const lmx60::s_event_map HIPGSFileSet::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSFileSet::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSFileSet_first_events_0[] = {492, 0};
+static const int32_t HIPGSFileSet_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSFileSet::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSet_first_events_0, ops<&HIPGSFileSet::m_NameGroup>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileSet::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileSet::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSet_first_events_2, ops<&HIPGSFileSet::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Group>(), &lmx60::validation_spec_collapse},
     {MemberKind::element, 1001, "file", "spirit:file", 371, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_File>(), nullptr},
     {MemberKind::element, 1001, "defaultFileBuilder", "spirit:defaultFileBuilder", 373, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_DefaultFileBuilder>(), nullptr},
     {MemberKind::element, 1001, "dependency", "spirit:dependency", 386, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Dependency>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "function", "spirit:function", 403, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Function>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFileSet::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "subCoreRef", "vorlix:subCoreRef", 0, 0, 1, nullptr, ops<&HIPGSFileSet::m_SubCoreRef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSFileSet::s_class_info = {
     "spirit:fileSet", 1001, "fileSet", ContentKind::sequence,
-    s_members, 7, ns_map_writer_2,
+    s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -128,6 +133,8 @@ HIPGSFileSet::~HIPGSFileSet() = default;
 
 void HIPGSFileSet::swap(HIPGSFileSet& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Group.swap(other.m_Group);
     m_File.swap(other.m_File);
@@ -135,17 +142,21 @@ void HIPGSFileSet::swap(HIPGSFileSet& other) noexcept
     m_Dependency.swap(other.m_Dependency);
     m_Function.swap(other.m_Function);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_SubCoreRef.swap(other.m_SubCoreRef);
 }
 
 bool HIPGSFileSet::operator==(const HIPGSFileSet& other) const
 {
-    return m_NameGroup == other.m_NameGroup
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroup == other.m_NameGroup
         && m_Group == other.m_Group
         && m_File == other.m_File
         && m_DefaultFileBuilder == other.m_DefaultFileBuilder
         && m_Dependency == other.m_Dependency
         && m_Function == other.m_Function
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_SubCoreRef == other.m_SubCoreRef;
 }
 
 void HIPGSFileSet::init()
@@ -191,6 +202,18 @@ lmx60::elmx_error HIPGSFileSet::unmarshal(lmx60::c_xml_reader& reader, const std
 lmx60::elmx_error HIPGSFileSet::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSFileSet::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSFileSet::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroup& HIPGSFileSet::getNameGroup() const
@@ -442,6 +465,31 @@ HIPGSVendorExtensions* HIPGSFileSet::assignVendorExtensions(HIPGSVendorExtension
 void HIPGSFileSet::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSSubCoreRefType& HIPGSFileSet::getSubCoreRef() const
+{
+    return m_SubCoreRef.get();
+}
+
+HIPGSSubCoreRefType& HIPGSFileSet::getSubCoreRef()
+{
+    return m_SubCoreRef.get();
+}
+
+void HIPGSFileSet::assignSubCoreRef(const HIPGSSubCoreRefType& value)
+{
+    m_SubCoreRef.assign(value);
+}
+
+HIPGSSubCoreRefType* HIPGSFileSet::assignSubCoreRef(HIPGSSubCoreRefType* child)
+{
+    return m_SubCoreRef.assign(child);
+}
+
+void HIPGSFileSet::unsetSubCoreRef()
+{
+    m_SubCoreRef.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -13,6 +13,7 @@ class HIPGSFile;
 class HIPGSFileBuilderType;
 class HIPGSFunction;
 class HIPGSNameGroup;
+class HIPGSSubCoreRefType;
 class HIPGSVendorExtensions;
 
 class HIPGSFileSet : public HIPGSBase {
@@ -50,6 +51,18 @@ public:
     lmx60::elmx_error marshal(const char* file, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
+
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
@@ -129,11 +142,22 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSSubCoreRefType& getSubCoreRef() const;
+    HIPGSSubCoreRefType& getSubCoreRef();
+    void assignSubCoreRef(const HIPGSSubCoreRefType& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSSubCoreRefType* assignSubCoreRef(HIPGSSubCoreRefType* child);
+    bool isSetSubCoreRef() const { return m_SubCoreRef.is_set(); }
+    void unsetSubCoreRef();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_simple_multi<std::string> m_Group;  // spirit:group, 0..unbounded
     lmx60::ct_complex_multi<HIPGSFile> m_File;  // spirit:file, 0..unbounded
@@ -141,6 +165,7 @@ protected:
     lmx60::ct_simple_multi<std::string> m_Dependency;  // spirit:dependency, 0..unbounded
     lmx60::ct_complex_multi<HIPGSFunction> m_Function;  // spirit:function, 0..unbounded
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSSubCoreRefType> m_SubCoreRef;  // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
@@ -151,6 +176,7 @@ protected:
 #include <ipxact/spirit/HIPGSFileBuilderType.h>
 #include <ipxact/spirit/HIPGSFunction.h>
 #include <ipxact/spirit/HIPGSNameGroup.h>
+#include <ipxact/spirit/HIPGSSubCoreRefType.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -14,6 +14,8 @@ const lmx60::s_event_map HIPGSInstanceGeneratorType::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSInstanceGeneratorType::attr_event_map[] = {
     {1001, "scope", 5, 528},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -29,13 +31,15 @@ const MemberInfo HIPGSInstanceGeneratorType::s_members[] = {
     {MemberKind::element, 1001, "generatorExe", "spirit:generatorExe", 407, 1, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_GeneratorExe>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_VendorExtensions>(), nullptr},
     {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_ScopeAttr>(), &validation_spec_preserve_Value43},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSInstanceGeneratorType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSInstanceGeneratorType::m_Group>(), &lmx60::validation_spec_collapse},
 };
 
 
 const ClassInfo HIPGSInstanceGeneratorType::s_class_info = {
     "spirit:instanceGeneratorType", 0, "instanceGeneratorType", ContentKind::sequence,
-    s_members, 10, ns_map_writer_1,
+    s_members, 12, ns_map_writer_1,
     6, "spirit:instanceGeneratorType", nullptr,
 };
 
@@ -66,6 +70,8 @@ HIPGSInstanceGeneratorType::~HIPGSInstanceGeneratorType() = default;
 void HIPGSInstanceGeneratorType::swap(HIPGSInstanceGeneratorType& other) noexcept
 {
     m_ScopeAttr.swap(other.m_ScopeAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Group.swap(other.m_Group);
     HIPGSGeneratorType::swap(other);
 }
@@ -74,6 +80,8 @@ bool HIPGSInstanceGeneratorType::operator==(const HIPGSInstanceGeneratorType& ot
 {
     return HIPGSGeneratorType::operator==(other)
         && m_ScopeAttr == other.m_ScopeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_Group == other.m_Group;
 }
 
@@ -147,6 +155,18 @@ bool HIPGSInstanceGeneratorType::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
     const char* text = enum_text(HIPGSInstanceGeneratorType_m_ScopeAttr_values, static_cast<int>(value));
     return text && setScopeAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSInstanceGeneratorType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSInstanceGeneratorType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSInstanceGeneratorType::appendGroup(const std::string& value)

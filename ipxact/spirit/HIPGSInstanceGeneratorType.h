@@ -52,6 +52,18 @@ public:
     e_enum_ScopeAttr getEnumScopeAttr() const;
     bool setEnumScopeAttr(e_enum_ScopeAttr value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // spirit:group, 0..unbounded
     size_t sizeGroup() const { return m_Group.size(); }
     const std::string& getGroup(size_t index) const { return m_Group.get(index); }
@@ -67,6 +79,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @spirit:scope, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_multi<std::string> m_Group;  // spirit:group, 0..unbounded
 
     static const MemberInfo s_members[];

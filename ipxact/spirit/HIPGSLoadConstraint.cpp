@@ -24,7 +24,7 @@ const MemberInfo HIPGSLoadConstraint::s_members[] = {
     {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "cellSpecification", "spirit:cellSpecification", 350, 1, 1, nullptr, ops<&HIPGSLoadConstraint::m_CellSpecification>(), nullptr},
-    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &validation_spec_collapse_Value84, "3"},
+    {MemberKind::element, 1001, "count", "spirit:count", 363, 0, 1, nullptr, ops<&HIPGSLoadConstraint::m_Count>(), &validation_spec_collapse_Value85, "3"},
 };
 
 
@@ -223,7 +223,7 @@ lmx60::elmx_error HIPGSLoadConstraint::setCount(const lmx60::c_big_int& value)
 {
     std::string text;
     detail::format_value(value, text);
-    if (lmx60::elmx_error error = UserValidator84(text, "count"))
+    if (lmx60::elmx_error error = UserValidator85(text, "count"))
         return error;
     m_Count.set(value);
     return lmx60::ELMX_OK;

@@ -13,18 +13,22 @@ const lmx60::s_event_map HIPGSMemoryMapRef::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSMemoryMapRef::attr_event_map[] = {
     {1001, "memoryMapRef", 12, 470},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSMemoryMapRef::s_members[] = {
     {MemberKind::attribute, 1001, "memoryMapRef", "spirit:memoryMapRef", 470, 1, 1, nullptr, ops<&HIPGSMemoryMapRef::m_MemoryMapRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSMemoryMapRef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSMemoryMapRef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
 };
 
 
 const ClassInfo HIPGSMemoryMapRef::s_class_info = {
     "spirit:memoryMapRef", 1001, "memoryMapRef", ContentKind::empty,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -117,11 +121,15 @@ HIPGSMemoryMapRef::~HIPGSMemoryMapRef() = default;
 void HIPGSMemoryMapRef::swap(HIPGSMemoryMapRef& other) noexcept
 {
     m_MemoryMapRefAttr.swap(other.m_MemoryMapRefAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
 }
 
 bool HIPGSMemoryMapRef::operator==(const HIPGSMemoryMapRef& other) const
 {
-    return m_MemoryMapRefAttr == other.m_MemoryMapRefAttr;
+    return m_MemoryMapRefAttr == other.m_MemoryMapRefAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
 }
 
 void HIPGSMemoryMapRef::init()
@@ -172,6 +180,18 @@ lmx60::elmx_error HIPGSMemoryMapRef::marshal(lmx60::c_xml_writer& writer, const 
 lmx60::elmx_error HIPGSMemoryMapRef::setMemoryMapRefAttr(const std::string& value)
 {
     m_MemoryMapRefAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMemoryMapRef::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSMemoryMapRef::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -15,11 +15,15 @@ const lmx60::s_event_map HIPGSModel::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSModel::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSModel::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSModel::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSModel::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "views", "spirit:views", 588, 0, 1, nullptr, ops<&HIPGSModel::m_Views>(), nullptr},
     {MemberKind::element, 1001, "ports", "spirit:ports", 533, 0, 1, nullptr, ops<&HIPGSModel::m_Ports>(), nullptr},
     {MemberKind::element, 1001, "modelParameters", "spirit:modelParameters", 484, 0, 1, nullptr, ops<&HIPGSModel::m_ModelParameters>(), nullptr},
@@ -28,7 +32,7 @@ const MemberInfo HIPGSModel::s_members[] = {
 
 const ClassInfo HIPGSModel::s_class_info = {
     "spirit:model", 1001, "model", ContentKind::sequence,
-    s_members, 3, ns_map_writer_2,
+    s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -120,6 +124,8 @@ HIPGSModel::~HIPGSModel() = default;
 
 void HIPGSModel::swap(HIPGSModel& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Views.swap(other.m_Views);
     m_Ports.swap(other.m_Ports);
     m_ModelParameters.swap(other.m_ModelParameters);
@@ -127,7 +133,9 @@ void HIPGSModel::swap(HIPGSModel& other) noexcept
 
 bool HIPGSModel::operator==(const HIPGSModel& other) const
 {
-    return m_Views == other.m_Views
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Views == other.m_Views
         && m_Ports == other.m_Ports
         && m_ModelParameters == other.m_ModelParameters;
 }
@@ -175,6 +183,18 @@ lmx60::elmx_error HIPGSModel::unmarshal(lmx60::c_xml_reader& reader, const std::
 lmx60::elmx_error HIPGSModel::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSModel::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSModel::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSViews& HIPGSModel::getViews() const

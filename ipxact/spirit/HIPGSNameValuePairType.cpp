@@ -15,13 +15,17 @@ const lmx60::s_event_map HIPGSNameValuePairType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSNameValuePairType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSNameValuePairType_first_events_0[] = {492, 0};
+static const int32_t HIPGSNameValuePairType_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSNameValuePairType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValuePairType_first_events_0, ops<&HIPGSNameValuePairType::m_NameGroupString>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValuePairType_first_events_2, ops<&HIPGSNameValuePairType::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSNameValuePairType::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSNameValuePairType::m_ParameterInfo>(), nullptr},
@@ -35,7 +39,7 @@ static const DerivedType HIPGSNameValuePairType_derived_types[] = {
 
 const ClassInfo HIPGSNameValuePairType::s_class_info = {
     "spirit:nameValuePairType", 0, "nameValuePairType", ContentKind::sequence,
-    s_members, 5, ns_map_writer_1,
+    s_members, 7, ns_map_writer_1,
     10, "spirit:nameValuePairType", HIPGSNameValuePairType_derived_types,
 };
 
@@ -65,6 +69,8 @@ HIPGSNameValuePairType::~HIPGSNameValuePairType() = default;
 
 void HIPGSNameValuePairType::swap(HIPGSNameValuePairType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroupString.swap(other.m_NameGroupString);
     m_Value.swap(other.m_Value);
     m_VendorExtensions.swap(other.m_VendorExtensions);
@@ -74,7 +80,9 @@ void HIPGSNameValuePairType::swap(HIPGSNameValuePairType& other) noexcept
 
 bool HIPGSNameValuePairType::operator==(const HIPGSNameValuePairType& other) const
 {
-    return m_NameGroupString == other.m_NameGroupString
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroupString == other.m_NameGroupString
         && m_Value == other.m_Value
         && m_VendorExtensions == other.m_VendorExtensions
         && m_ParameterInfo == other.m_ParameterInfo
@@ -129,6 +137,18 @@ lmx60::elmx_error HIPGSNameValuePairType::marshal(lmx60::c_xml_writer& writer, c
 bool HIPGSNameValuePairType::has_id(const char* typeName) const
 {
     return typeName && std::string(typeName) == s_class_info.type_qname;
+}
+
+lmx60::elmx_error HIPGSNameValuePairType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSNameValuePairType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroupString& HIPGSNameValuePairType::getNameGroupString() const

@@ -17,10 +17,12 @@ const lmx60::s_event_map HIPGSNameValueTypeType::attr_event_map[] = {
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSNameValueTypeType_first_events_0[] = {492, 0};
+static const int32_t HIPGSNameValueTypeType_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSNameValueTypeType::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValueTypeType_first_events_0, ops<&HIPGSNameValueTypeType::m_NameGroupString>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSNameValueTypeType_first_events_2, ops<&HIPGSNameValueTypeType::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSNameValueTypeType::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSNameValueTypeType::m_ParameterInfo>(), nullptr},
@@ -32,7 +34,7 @@ const MemberInfo HIPGSNameValueTypeType::s_members[] = {
 
 const ClassInfo HIPGSNameValueTypeType::s_class_info = {
     "spirit:nameValueTypeType", 0, "nameValueTypeType", ContentKind::sequence,
-    s_members, 7, ns_map_writer_1,
+    s_members, 9, ns_map_writer_1,
     11, "spirit:nameValueTypeType", nullptr,
 };
 

@@ -14,22 +14,27 @@ const lmx60::s_event_map HIPGSParameter::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSParameter::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSParameter_first_events_0[] = {492, 0};
+static const int32_t HIPGSParameter_first_events_2[] = {492, 0};
 
 const MemberInfo HIPGSParameter::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSParameter_first_events_0, ops<&HIPGSParameter::m_NameGroupString>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameter::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameter::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSParameter_first_events_2, ops<&HIPGSParameter::m_NameGroupString>(), nullptr},
     {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSParameter::m_Value>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSParameter::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSParameter::m_ParameterInfo>(), nullptr},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSParameter::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSParameter::s_class_info = {
     "spirit:parameter", 1001, "parameter", ContentKind::sequence,
-    s_members, 4, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -121,17 +126,23 @@ HIPGSParameter::~HIPGSParameter() = default;
 
 void HIPGSParameter::swap(HIPGSParameter& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroupString.swap(other.m_NameGroupString);
     m_Value.swap(other.m_Value);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_ParameterInfo.swap(other.m_ParameterInfo);
     m_any_attribute.swap(other.m_any_attribute);
 }
 
 bool HIPGSParameter::operator==(const HIPGSParameter& other) const
 {
-    return m_NameGroupString == other.m_NameGroupString
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroupString == other.m_NameGroupString
         && m_Value == other.m_Value
         && m_VendorExtensions == other.m_VendorExtensions
+        && m_ParameterInfo == other.m_ParameterInfo
         && m_any_attribute == other.m_any_attribute;
 }
 
@@ -178,6 +189,18 @@ lmx60::elmx_error HIPGSParameter::unmarshal(lmx60::c_xml_reader& reader, const s
 lmx60::elmx_error HIPGSParameter::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSParameter::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameter::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroupString& HIPGSParameter::getNameGroupString() const
@@ -253,6 +276,31 @@ HIPGSVendorExtensions* HIPGSParameter::assignVendorExtensions(HIPGSVendorExtensi
 void HIPGSParameter::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSParameterInfo& HIPGSParameter::getParameterInfo() const
+{
+    return m_ParameterInfo.get();
+}
+
+HIPGSParameterInfo& HIPGSParameter::getParameterInfo()
+{
+    return m_ParameterInfo.get();
+}
+
+void HIPGSParameter::assignParameterInfo(const HIPGSParameterInfo& value)
+{
+    m_ParameterInfo.assign(value);
+}
+
+HIPGSParameterInfo* HIPGSParameter::assignParameterInfo(HIPGSParameterInfo* child)
+{
+    return m_ParameterInfo.assign(child);
+}
+
+void HIPGSParameter::unsetParameterInfo()
+{
+    m_ParameterInfo.unset();
 }
 
 }  // namespace HIPGSpirit

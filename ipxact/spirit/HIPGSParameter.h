@@ -10,6 +10,7 @@
 namespace HIPGSpirit {
 
 class HIPGSNameGroupString;
+class HIPGSParameterInfo;
 class HIPGSValue;
 class HIPGSVendorExtensions;
 
@@ -49,6 +50,18 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroupString, 1..1
     const HIPGSNameGroupString& getNameGroupString() const;
     HIPGSNameGroupString& getNameGroupString();
@@ -76,6 +89,15 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSParameterInfo& getParameterInfo() const;
+    HIPGSParameterInfo& getParameterInfo();
+    void assignParameterInfo(const HIPGSParameterInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSParameterInfo* assignParameterInfo(HIPGSParameterInfo* child);
+    bool isSetParameterInfo() const { return m_ParameterInfo.is_set(); }
+    void unsetParameterInfo();
+
     // attributes of other namespaces
     size_t sizeany_attribute() const { return m_any_attribute.size(); }
     const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
@@ -90,9 +112,12 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroupString> m_NameGroupString;  // group spirit:nameGroupString, 1..1
     lmx60::ct_complex_single<HIPGSValue> m_Value;  // spirit:value, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSParameterInfo> m_ParameterInfo;  // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
@@ -101,6 +126,7 @@ protected:
 }  // namespace HIPGSpirit
 
 #include <ipxact/spirit/HIPGSNameGroupString.h>
+#include <ipxact/spirit/HIPGSParameterInfo.h>
 #include <ipxact/spirit/HIPGSValue.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 

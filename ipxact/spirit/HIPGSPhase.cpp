@@ -12,18 +12,22 @@ const lmx60::s_event_map HIPGSPhase::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSPhase::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSPhase::s_members[] = {
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPhase::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPhase::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSPhase::m_Phase>(), &lmx60::validation_spec_collapse},
 };
 
 
 const ClassInfo HIPGSPhase::s_class_info = {
     "spirit:phase", 1001, "phase", ContentKind::simple,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -115,12 +119,16 @@ HIPGSPhase::~HIPGSPhase() = default;
 
 void HIPGSPhase::swap(HIPGSPhase& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_Phase.swap(other.m_Phase);
 }
 
 bool HIPGSPhase::operator==(const HIPGSPhase& other) const
 {
-    return m_Phase == other.m_Phase;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_Phase == other.m_Phase;
 }
 
 void HIPGSPhase::init()
@@ -166,6 +174,18 @@ lmx60::elmx_error HIPGSPhase::unmarshal(lmx60::c_xml_reader& reader, const std::
 lmx60::elmx_error HIPGSPhase::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSPhase::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSPhase::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSPhase::setPhase(const float& value)

@@ -13,24 +13,29 @@ const lmx60::s_event_map HIPGSPort::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSPort::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSPort_first_events_0[] = {492, 0};
-static const int32_t HIPGSPort_first_events_1[] = {330, 359, 0};
-static const int32_t HIPGSPort_first_events_2[] = {365, 0};
+static const int32_t HIPGSPort_first_events_2[] = {492, 0};
+static const int32_t HIPGSPort_first_events_3[] = {330, 359, 0};
+static const int32_t HIPGSPort_first_events_4[] = {365, 0};
 
 const MemberInfo HIPGSPort::s_members[] = {
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPort_first_events_0, ops<&HIPGSPort::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPort_first_events_1, ops<&HIPGSPort::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPort_first_events_2, ops<&HIPGSPort::m_AnonAccess>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPort::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPort::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPort_first_events_2, ops<&HIPGSPort::m_NameGroupPort>(), nullptr},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPort_first_events_3, ops<&HIPGSPort::m_AnonWire>(), nullptr},
+    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPort_first_events_4, ops<&HIPGSPort::m_AnonAccess>(), nullptr},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPort::m_VendorExtensions>(), nullptr},
+    {MemberKind::vendor_slot, 1000, "portInfo", "vorlix:portInfo", 0, 0, 1, nullptr, ops<&HIPGSPort::m_PortInfo>(), nullptr},
 };
 
 
 const ClassInfo HIPGSPort::s_class_info = {
     "spirit:port", 1001, "port", ContentKind::sequence,
-    s_members, 4, ns_map_writer_2,
+    s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -122,18 +127,24 @@ HIPGSPort::~HIPGSPort() = default;
 
 void HIPGSPort::swap(HIPGSPort& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroupPort.swap(other.m_NameGroupPort);
     m_AnonWire.swap(other.m_AnonWire);
     m_AnonAccess.swap(other.m_AnonAccess);
     m_VendorExtensions.swap(other.m_VendorExtensions);
+    m_PortInfo.swap(other.m_PortInfo);
 }
 
 bool HIPGSPort::operator==(const HIPGSPort& other) const
 {
-    return m_NameGroupPort == other.m_NameGroupPort
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_NameGroupPort == other.m_NameGroupPort
         && m_AnonWire == other.m_AnonWire
         && m_AnonAccess == other.m_AnonAccess
-        && m_VendorExtensions == other.m_VendorExtensions;
+        && m_VendorExtensions == other.m_VendorExtensions
+        && m_PortInfo == other.m_PortInfo;
 }
 
 void HIPGSPort::init()
@@ -179,6 +190,18 @@ lmx60::elmx_error HIPGSPort::unmarshal(lmx60::c_xml_reader& reader, const std::s
 lmx60::elmx_error HIPGSPort::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSPort::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSPort::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSNameGroupPort& HIPGSPort::getNameGroupPort() const
@@ -279,6 +302,31 @@ HIPGSVendorExtensions* HIPGSPort::assignVendorExtensions(HIPGSVendorExtensions* 
 void HIPGSPort::unsetVendorExtensions()
 {
     m_VendorExtensions.unset();
+}
+
+const HIPGSPortInfo& HIPGSPort::getPortInfo() const
+{
+    return m_PortInfo.get();
+}
+
+HIPGSPortInfo& HIPGSPort::getPortInfo()
+{
+    return m_PortInfo.get();
+}
+
+void HIPGSPort::assignPortInfo(const HIPGSPortInfo& value)
+{
+    m_PortInfo.assign(value);
+}
+
+HIPGSPortInfo* HIPGSPort::assignPortInfo(HIPGSPortInfo* child)
+{
+    return m_PortInfo.assign(child);
+}
+
+void HIPGSPort::unsetPortInfo()
+{
+    m_PortInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -12,6 +12,7 @@ namespace HIPGSpirit {
 class HIPGSAnonAccess;
 class HIPGSAnonWire;
 class HIPGSNameGroupPort;
+class HIPGSPortInfo;
 class HIPGSVendorExtensions;
 
 class HIPGSPort : public HIPGSBase {
@@ -50,6 +51,18 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // group spirit:nameGroupPort, 1..1
     const HIPGSNameGroupPort& getNameGroupPort() const;
     HIPGSNameGroupPort& getNameGroupPort();
@@ -86,15 +99,27 @@ public:
     bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
     void unsetVendorExtensions();
 
+    // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
+    const HIPGSPortInfo& getPortInfo() const;
+    HIPGSPortInfo& getPortInfo();
+    void assignPortInfo(const HIPGSPortInfo& value);
+    // Takes ownership of `child`; null hands the current child to the caller.
+    HIPGSPortInfo* assignPortInfo(HIPGSPortInfo* child);
+    bool isSetPortInfo() const { return m_PortInfo.is_set(); }
+    void unsetPortInfo();
+
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroupPort> m_NameGroupPort;  // group spirit:nameGroupPort, 1..1
     lmx60::ct_complex_single<HIPGSAnonWire> m_AnonWire;  // choice, 1..1
     lmx60::ct_complex_single<HIPGSAnonAccess> m_AnonAccess;  // sequence, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
+    lmx60::ct_complex_single<HIPGSPortInfo> m_PortInfo;  // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
 
     static const MemberInfo s_members[];
 };
@@ -104,6 +129,7 @@ protected:
 #include <ipxact/spirit/HIPGSAnonAccess.h>
 #include <ipxact/spirit/HIPGSAnonWire.h>
 #include <ipxact/spirit/HIPGSNameGroupPort.h>
+#include <ipxact/spirit/HIPGSPortInfo.h>
 #include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

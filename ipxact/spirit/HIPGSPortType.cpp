@@ -14,6 +14,8 @@ const lmx60::s_event_map HIPGSPortType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSPortType::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -25,6 +27,8 @@ const MemberInfo HIPGSPortType::s_members[] = {
     {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPortType_first_events_0, ops<&HIPGSPortType::m_NameGroupPort>(), nullptr},
     {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPortType_first_events_1, ops<&HIPGSPortType::m_AnonWire>(), nullptr},
     {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPortType_first_events_2, ops<&HIPGSPortType::m_AnonAccess>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPortType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPortType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPortType::m_VendorExtensions>(), nullptr},
     {MemberKind::vendor_slot, 1000, "portInfo", "vorlix:portInfo", 0, 0, 1, nullptr, ops<&HIPGSPortType::m_PortInfo>(), nullptr},
 };
@@ -36,7 +40,7 @@ static const DerivedType HIPGSPortType_derived_types[] = {
 
 const ClassInfo HIPGSPortType::s_class_info = {
     "spirit:portType", 0, "portType", ContentKind::sequence,
-    s_members, 5, ns_map_writer_1,
+    s_members, 7, ns_map_writer_1,
     13, "spirit:portType", HIPGSPortType_derived_types,
 };
 
@@ -66,6 +70,8 @@ HIPGSPortType::~HIPGSPortType() = default;
 
 void HIPGSPortType::swap(HIPGSPortType& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_VendorExtensions.swap(other.m_VendorExtensions);
     m_PortInfo.swap(other.m_PortInfo);
     HIPGSPortDeclarationType::swap(other);
@@ -74,6 +80,8 @@ void HIPGSPortType::swap(HIPGSPortType& other) noexcept
 bool HIPGSPortType::operator==(const HIPGSPortType& other) const
 {
     return HIPGSPortDeclarationType::operator==(other)
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_VendorExtensions == other.m_VendorExtensions
         && m_PortInfo == other.m_PortInfo;
 }
@@ -126,6 +134,18 @@ lmx60::elmx_error HIPGSPortType::marshal(lmx60::c_xml_writer& writer, const char
 bool HIPGSPortType::has_id(const char* typeName) const
 {
     return typeName && std::string(typeName) == s_class_info.type_qname;
+}
+
+lmx60::elmx_error HIPGSPortType::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSPortType::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSVendorExtensions& HIPGSPortType::getVendorExtensions() const

@@ -13,19 +13,23 @@ const lmx60::s_event_map HIPGSRequiresDriver::elem_event_map[] = {
 
 const lmx60::s_event_map HIPGSRequiresDriver::attr_event_map[] = {
     {1001, "driverType", 10, 382},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
 
 const MemberInfo HIPGSRequiresDriver::s_members[] = {
     {MemberKind::attribute, 1001, "driverType", "spirit:driverType", 382, 0, 1, nullptr, ops<&HIPGSRequiresDriver::m_DriverTypeAttr>(), &validation_spec_collapse_Value31},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSRequiresDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSRequiresDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSRequiresDriver::m_RequiresDriver>(), &lmx60::validation_spec_collapse, "false"},
 };
 
 
 const ClassInfo HIPGSRequiresDriver::s_class_info = {
     "spirit:requiresDriver", 1001, "requiresDriver", ContentKind::simple,
-    s_members, 2, ns_map_writer_2,
+    s_members, 4, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -118,12 +122,16 @@ HIPGSRequiresDriver::~HIPGSRequiresDriver() = default;
 void HIPGSRequiresDriver::swap(HIPGSRequiresDriver& other) noexcept
 {
     m_DriverTypeAttr.swap(other.m_DriverTypeAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_RequiresDriver.swap(other.m_RequiresDriver);
 }
 
 bool HIPGSRequiresDriver::operator==(const HIPGSRequiresDriver& other) const
 {
     return m_DriverTypeAttr == other.m_DriverTypeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_RequiresDriver == other.m_RequiresDriver;
 }
 
@@ -193,6 +201,18 @@ bool HIPGSRequiresDriver::setEnumDriverTypeAttr(e_enum_DriverTypeAttr value)
 {
     const char* text = enum_text(HIPGSRequiresDriver_m_DriverTypeAttr_values, static_cast<int>(value));
     return text && setDriverTypeAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRequiresDriver::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSRequiresDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSRequiresDriver::setRequiresDriver(const bool& value)

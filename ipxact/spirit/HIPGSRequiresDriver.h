@@ -60,6 +60,18 @@ public:
     e_enum_DriverTypeAttr getEnumDriverTypeAttr() const;
     bool setEnumDriverTypeAttr(e_enum_DriverTypeAttr value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // simple content, xs:boolean
     const bool& getRequiresDriver() const { return m_RequiresDriver.get(); }
     lmx60::elmx_error setRequiresDriver(const bool& value);
@@ -70,6 +82,8 @@ public:
 
 protected:
     lmx60::ct_simple_optional<std::string> m_DriverTypeAttr;  // @spirit:driverType, optional
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_single<bool> m_RequiresDriver;  // simple content, xs:boolean
 
     static const MemberInfo s_members[];

@@ -12,19 +12,23 @@ const lmx60::s_event_map HIPGSSubCoreRef::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSSubCoreRef::attr_event_map[] = {
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
-static const int32_t HIPGSSubCoreRef_first_events_0[] = {59, 144, 0};
+static const int32_t HIPGSSubCoreRef_first_events_2[] = {59, 144, 0};
 
 const MemberInfo HIPGSSubCoreRef::s_members[] = {
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRef_first_events_0, ops<&HIPGSSubCoreRef::m_AnonComponentRef>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSSubCoreRef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSSubCoreRef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRef_first_events_2, ops<&HIPGSSubCoreRef::m_AnonComponentRef>(), nullptr},
 };
 
 
 const ClassInfo HIPGSSubCoreRef::s_class_info = {
     "vorlix:subCoreRef", 1000, "subCoreRef", ContentKind::sequence,
-    s_members, 1, ns_map_writer_2,
+    s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -116,12 +120,16 @@ HIPGSSubCoreRef::~HIPGSSubCoreRef() = default;
 
 void HIPGSSubCoreRef::swap(HIPGSSubCoreRef& other) noexcept
 {
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_AnonComponentRef.swap(other.m_AnonComponentRef);
 }
 
 bool HIPGSSubCoreRef::operator==(const HIPGSSubCoreRef& other) const
 {
-    return m_AnonComponentRef == other.m_AnonComponentRef;
+    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
+        && m_AnonComponentRef == other.m_AnonComponentRef;
 }
 
 void HIPGSSubCoreRef::init()
@@ -167,6 +175,18 @@ lmx60::elmx_error HIPGSSubCoreRef::unmarshal(lmx60::c_xml_reader& reader, const 
 lmx60::elmx_error HIPGSSubCoreRef::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
+}
+
+lmx60::elmx_error HIPGSSubCoreRef::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSSubCoreRef::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 const HIPGSAnonComponentRef& HIPGSSubCoreRef::getAnonComponentRef() const

@@ -49,6 +49,8 @@ public:
     lmx60::elmx_error setPlatfm(size_t index, const std::string& value);
     void deletePlatfm(size_t index) { m_Platfm.erase(index); }
     void clearPlatfm() { m_Platfm.clear(); }
+    e_enum_Platfm getEnumPlatfm(size_t index) const;
+    bool setEnumPlatfm(size_t index, e_enum_Platfm value);
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

@@ -50,6 +50,8 @@ public:
     lmx60::elmx_error setPlatform(size_t index, const std::string& value);
     void deletePlatform(size_t index) { m_Platform.erase(index); }
     void clearPlatform() { m_Platform.clear(); }
+    e_enum_Platform getEnumPlatform(size_t index) const;
+    bool setEnumPlatform(size_t index, e_enum_Platform value);
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

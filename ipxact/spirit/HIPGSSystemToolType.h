@@ -50,6 +50,8 @@ public:
     lmx60::elmx_error setTool(size_t index, const std::string& value);
     void deleteTool(size_t index) { m_Tool.erase(index); }
     void clearTool() { m_Tool.clear(); }
+    e_enum_Tool getEnumTool(size_t index) const;
+    bool setEnumTool(size_t index, e_enum_Tool value);
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

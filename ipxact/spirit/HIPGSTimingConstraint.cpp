@@ -15,6 +15,8 @@ const lmx60::s_event_map HIPGSTimingConstraint::attr_event_map[] = {
     {1001, "clockEdge", 9, 339},
     {1001, "delayType", 9, 375},
     {1001, "clockName", 9, 340},
+    {1002, "schemaLocation", 14, 599},
+    {1002, "noNamespaceSchemaLocation", 25, 598},
     {0, nullptr, 0, 1},
 };
 
@@ -23,13 +25,15 @@ const MemberInfo HIPGSTimingConstraint::s_members[] = {
     {MemberKind::attribute, 1001, "clockEdge", "spirit:clockEdge", 339, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockEdgeAttr>(), &validation_spec_collapse_Value69},
     {MemberKind::attribute, 1001, "delayType", "spirit:delayType", 375, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_DelayTypeAttr>(), &validation_spec_collapse_Value51},
     {MemberKind::attribute, 1001, "clockName", "spirit:clockName", 340, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockNameAttr>(), &validation_spec_collapse_Lexical5},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_TimingConstraint>(), &validation_spec_collapse_Value83},
 };
 
 
 const ClassInfo HIPGSTimingConstraint::s_class_info = {
     "spirit:timingConstraint", 1001, "timingConstraint", ContentKind::simple,
-    s_members, 4, ns_map_writer_2,
+    s_members, 6, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -124,6 +128,8 @@ void HIPGSTimingConstraint::swap(HIPGSTimingConstraint& other) noexcept
     m_ClockEdgeAttr.swap(other.m_ClockEdgeAttr);
     m_DelayTypeAttr.swap(other.m_DelayTypeAttr);
     m_ClockNameAttr.swap(other.m_ClockNameAttr);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_TimingConstraint.swap(other.m_TimingConstraint);
 }
 
@@ -132,6 +138,8 @@ bool HIPGSTimingConstraint::operator==(const HIPGSTimingConstraint& other) const
     return m_ClockEdgeAttr == other.m_ClockEdgeAttr
         && m_DelayTypeAttr == other.m_DelayTypeAttr
         && m_ClockNameAttr == other.m_ClockNameAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
         && m_TimingConstraint == other.m_TimingConstraint;
 }
 
@@ -228,6 +236,18 @@ lmx60::elmx_error HIPGSTimingConstraint::setClockNameAttr(const std::string& val
     if (lmx60::elmx_error error = UserValidator5(value, "clockName"))
         return error;
     m_ClockNameAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSTimingConstraint::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSTimingConstraint::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -77,6 +77,18 @@ public:
     const std::string& getClockNameAttr() const { return m_ClockNameAttr.get(); }
     lmx60::elmx_error setClockNameAttr(const std::string& value);
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // simple content, delayPercentageType
     const float& getTimingConstraint() const { return m_TimingConstraint.get(); }
     lmx60::elmx_error setTimingConstraint(const float& value);
@@ -89,6 +101,8 @@ protected:
     lmx60::ct_simple_optional<std::string> m_ClockEdgeAttr;  // @spirit:clockEdge, optional
     lmx60::ct_simple_optional<std::string> m_DelayTypeAttr;  // @spirit:delayType, optional
     lmx60::ct_simple_single<std::string> m_ClockNameAttr;  // @spirit:clockName, required
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_single<float> m_TimingConstraint;  // simple content, delayPercentageType
 
     static const MemberInfo s_members[];

@@ -51,6 +51,8 @@ public:
     lmx60::elmx_error setUnsupportedOutput(size_t index, const std::string& value);
     void deleteUnsupportedOutput(size_t index) { m_UnsupportedOutput.erase(index); }
     void clearUnsupportedOutput() { m_UnsupportedOutput.clear(); }
+    e_enum_UnsupportedOutput getEnumUnsupportedOutput(size_t index) const;
+    bool setEnumUnsupportedOutput(size_t index, e_enum_UnsupportedOutput value);
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

@@ -93,7 +93,7 @@ lmx60::elmx_error ValueValidator7(lmx60::c_xml_reader& reader, const std::string
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_7, value))
         return error;
-    return lmx60::check_facets(reader, facets_7, value);
+    return lmx60::check_facets(reader, facets_7, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator7(const std::string& value, const char* item)
@@ -113,7 +113,7 @@ lmx60::elmx_error ValueValidator8(lmx60::c_xml_reader& reader, const std::string
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_8, value))
         return error;
-    return lmx60::check_facets(reader, facets_8, value);
+    return lmx60::check_facets(reader, facets_8, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator8(const std::string& value, const char* item)
@@ -133,7 +133,7 @@ lmx60::elmx_error ValueValidator9(lmx60::c_xml_reader& reader, const std::string
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_9, value))
         return error;
-    return lmx60::check_facets(reader, facets_9, value);
+    return lmx60::check_facets(reader, facets_9, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator9(const std::string& value, const char* item)
@@ -153,7 +153,7 @@ lmx60::elmx_error ValueValidator10(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_10, value))
         return error;
-    return lmx60::check_facets(reader, facets_10, value);
+    return lmx60::check_facets(reader, facets_10, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator10(const std::string& value, const char* item)
@@ -173,7 +173,7 @@ lmx60::elmx_error ValueValidator11(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_11, value))
         return error;
-    return lmx60::check_facets(reader, facets_11, value);
+    return lmx60::check_facets(reader, facets_11, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator11(const std::string& value, const char* item)
@@ -193,7 +193,7 @@ lmx60::elmx_error ValueValidator12(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_12, value))
         return error;
-    return lmx60::check_facets(reader, facets_12, value);
+    return lmx60::check_facets(reader, facets_12, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator12(const std::string& value, const char* item)
@@ -213,7 +213,7 @@ lmx60::elmx_error ValueValidator13(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_13, value))
         return error;
-    return lmx60::check_facets(reader, facets_13, value);
+    return lmx60::check_facets(reader, facets_13, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator13(const std::string& value, const char* item)
@@ -233,7 +233,7 @@ lmx60::elmx_error ValueValidator14(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_14, value))
         return error;
-    return lmx60::check_facets(reader, facets_14, value);
+    return lmx60::check_facets(reader, facets_14, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator14(const std::string& value, const char* item)
@@ -253,7 +253,7 @@ lmx60::elmx_error ValueValidator15(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_15, value))
         return error;
-    return lmx60::check_facets(reader, facets_15, value);
+    return lmx60::check_facets(reader, facets_15, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator15(const std::string& value, const char* item)
@@ -273,7 +273,7 @@ lmx60::elmx_error ValueValidator16(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_16, value))
         return error;
-    return lmx60::check_facets(reader, facets_16, value);
+    return lmx60::check_facets(reader, facets_16, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator16(const std::string& value, const char* item)
@@ -293,7 +293,7 @@ lmx60::elmx_error ValueValidator17(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_17, value))
         return error;
-    return lmx60::check_facets(reader, facets_17, value);
+    return lmx60::check_facets(reader, facets_17, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator17(const std::string& value, const char* item)
@@ -313,7 +313,7 @@ lmx60::elmx_error ValueValidator18(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_18, value))
         return error;
-    return lmx60::check_facets(reader, facets_18, value);
+    return lmx60::check_facets(reader, facets_18, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator18(const std::string& value, const char* item)
@@ -333,7 +333,7 @@ lmx60::elmx_error ValueValidator19(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_19, value))
         return error;
-    return lmx60::check_facets(reader, facets_19, value);
+    return lmx60::check_facets(reader, facets_19, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator19(const std::string& value, const char* item)
@@ -353,7 +353,7 @@ lmx60::elmx_error ValueValidator20(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_20, value))
         return error;
-    return lmx60::check_facets(reader, facets_20, value);
+    return lmx60::check_facets(reader, facets_20, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator20(const std::string& value, const char* item)
@@ -373,7 +373,7 @@ lmx60::elmx_error ValueValidator21(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_21, value))
         return error;
-    return lmx60::check_facets(reader, facets_21, value);
+    return lmx60::check_facets(reader, facets_21, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator21(const std::string& value, const char* item)
@@ -393,7 +393,7 @@ lmx60::elmx_error ValueValidator22(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_22, value))
         return error;
-    return lmx60::check_facets(reader, facets_22, value);
+    return lmx60::check_facets(reader, facets_22, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator22(const std::string& value, const char* item)
@@ -413,7 +413,7 @@ lmx60::elmx_error ValueValidator23(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_23, value))
         return error;
-    return lmx60::check_facets(reader, facets_23, value);
+    return lmx60::check_facets(reader, facets_23, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator23(const std::string& value, const char* item)
@@ -433,7 +433,7 @@ lmx60::elmx_error ValueValidator24(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_24, value))
         return error;
-    return lmx60::check_facets(reader, facets_24, value);
+    return lmx60::check_facets(reader, facets_24, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator24(const std::string& value, const char* item)
@@ -453,7 +453,7 @@ lmx60::elmx_error ValueValidator25(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_25, value))
         return error;
-    return lmx60::check_facets(reader, facets_25, value);
+    return lmx60::check_facets(reader, facets_25, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator25(const std::string& value, const char* item)
@@ -473,7 +473,7 @@ lmx60::elmx_error ValueValidator26(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_26, value))
         return error;
-    return lmx60::check_facets(reader, facets_26, value);
+    return lmx60::check_facets(reader, facets_26, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator26(const std::string& value, const char* item)
@@ -493,7 +493,7 @@ lmx60::elmx_error ValueValidator27(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_27, value))
         return error;
-    return lmx60::check_facets(reader, facets_27, value);
+    return lmx60::check_facets(reader, facets_27, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator27(const std::string& value, const char* item)
@@ -513,7 +513,7 @@ lmx60::elmx_error ValueValidator28(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_28, value))
         return error;
-    return lmx60::check_facets(reader, facets_28, value);
+    return lmx60::check_facets(reader, facets_28, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator28(const std::string& value, const char* item)
@@ -533,7 +533,7 @@ lmx60::elmx_error ValueValidator29(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_29, value))
         return error;
-    return lmx60::check_facets(reader, facets_29, value);
+    return lmx60::check_facets(reader, facets_29, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator29(const std::string& value, const char* item)
@@ -553,7 +553,7 @@ lmx60::elmx_error ValueValidator30(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_30, value))
         return error;
-    return lmx60::check_facets(reader, facets_30, value);
+    return lmx60::check_facets(reader, facets_30, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator30(const std::string& value, const char* item)
@@ -573,7 +573,7 @@ lmx60::elmx_error ValueValidator31(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_31, value))
         return error;
-    return lmx60::check_facets(reader, facets_31, value);
+    return lmx60::check_facets(reader, facets_31, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator31(const std::string& value, const char* item)
@@ -593,7 +593,7 @@ lmx60::elmx_error ValueValidator32(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_32, value))
         return error;
-    return lmx60::check_facets(reader, facets_32, value);
+    return lmx60::check_facets(reader, facets_32, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator32(const std::string& value, const char* item)
@@ -613,7 +613,7 @@ lmx60::elmx_error ValueValidator33(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_33, value))
         return error;
-    return lmx60::check_facets(reader, facets_33, value);
+    return lmx60::check_facets(reader, facets_33, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator33(const std::string& value, const char* item)
@@ -633,7 +633,7 @@ lmx60::elmx_error ValueValidator34(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_34, value))
         return error;
-    return lmx60::check_facets(reader, facets_34, value);
+    return lmx60::check_facets(reader, facets_34, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator34(const std::string& value, const char* item)
@@ -653,7 +653,7 @@ lmx60::elmx_error ValueValidator35(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_35, value))
         return error;
-    return lmx60::check_facets(reader, facets_35, value);
+    return lmx60::check_facets(reader, facets_35, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator35(const std::string& value, const char* item)
@@ -673,7 +673,7 @@ lmx60::elmx_error ValueValidator36(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_36, value))
         return error;
-    return lmx60::check_facets(reader, facets_36, value);
+    return lmx60::check_facets(reader, facets_36, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator36(const std::string& value, const char* item)
@@ -693,7 +693,7 @@ lmx60::elmx_error ValueValidator37(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_37, value))
         return error;
-    return lmx60::check_facets(reader, facets_37, value);
+    return lmx60::check_facets(reader, facets_37, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator37(const std::string& value, const char* item)
@@ -713,7 +713,7 @@ lmx60::elmx_error ValueValidator38(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_38, value))
         return error;
-    return lmx60::check_facets(reader, facets_38, value);
+    return lmx60::check_facets(reader, facets_38, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator38(const std::string& value, const char* item)
@@ -733,7 +733,7 @@ lmx60::elmx_error ValueValidator39(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_39, value))
         return error;
-    return lmx60::check_facets(reader, facets_39, value);
+    return lmx60::check_facets(reader, facets_39, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator39(const std::string& value, const char* item)
@@ -753,7 +753,7 @@ lmx60::elmx_error ValueValidator40(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_40, value))
         return error;
-    return lmx60::check_facets(reader, facets_40, value);
+    return lmx60::check_facets(reader, facets_40, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator40(const std::string& value, const char* item)
@@ -773,7 +773,7 @@ lmx60::elmx_error ValueValidator41(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_41, value))
         return error;
-    return lmx60::check_facets(reader, facets_41, value);
+    return lmx60::check_facets(reader, facets_41, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator41(const std::string& value, const char* item)
@@ -793,7 +793,7 @@ lmx60::elmx_error ValueValidator42(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_42, value))
         return error;
-    return lmx60::check_facets(reader, facets_42, value);
+    return lmx60::check_facets(reader, facets_42, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator42(const std::string& value, const char* item)
@@ -813,7 +813,7 @@ lmx60::elmx_error ValueValidator43(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_43, value))
         return error;
-    return lmx60::check_facets(reader, facets_43, value);
+    return lmx60::check_facets(reader, facets_43, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator43(const std::string& value, const char* item)
@@ -833,7 +833,7 @@ lmx60::elmx_error ValueValidator44(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_44, value))
         return error;
-    return lmx60::check_facets(reader, facets_44, value);
+    return lmx60::check_facets(reader, facets_44, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator44(const std::string& value, const char* item)
@@ -853,7 +853,7 @@ lmx60::elmx_error ValueValidator45(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_45, value))
         return error;
-    return lmx60::check_facets(reader, facets_45, value);
+    return lmx60::check_facets(reader, facets_45, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator45(const std::string& value, const char* item)
@@ -873,7 +873,7 @@ lmx60::elmx_error ValueValidator46(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_46, value))
         return error;
-    return lmx60::check_facets(reader, facets_46, value);
+    return lmx60::check_facets(reader, facets_46, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator46(const std::string& value, const char* item)
@@ -893,7 +893,7 @@ lmx60::elmx_error ValueValidator47(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_47, value))
         return error;
-    return lmx60::check_facets(reader, facets_47, value);
+    return lmx60::check_facets(reader, facets_47, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator47(const std::string& value, const char* item)
@@ -913,7 +913,7 @@ lmx60::elmx_error ValueValidator48(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_48, value))
         return error;
-    return lmx60::check_facets(reader, facets_48, value);
+    return lmx60::check_facets(reader, facets_48, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator48(const std::string& value, const char* item)
@@ -933,7 +933,7 @@ lmx60::elmx_error ValueValidator49(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_49, value))
         return error;
-    return lmx60::check_facets(reader, facets_49, value);
+    return lmx60::check_facets(reader, facets_49, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator49(const std::string& value, const char* item)
@@ -953,7 +953,7 @@ lmx60::elmx_error ValueValidator50(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_50, value))
         return error;
-    return lmx60::check_facets(reader, facets_50, value);
+    return lmx60::check_facets(reader, facets_50, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator50(const std::string& value, const char* item)
@@ -973,7 +973,7 @@ lmx60::elmx_error ValueValidator51(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_51, value))
         return error;
-    return lmx60::check_facets(reader, facets_51, value);
+    return lmx60::check_facets(reader, facets_51, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator51(const std::string& value, const char* item)
@@ -993,7 +993,7 @@ lmx60::elmx_error ValueValidator52(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_52, value))
         return error;
-    return lmx60::check_facets(reader, facets_52, value);
+    return lmx60::check_facets(reader, facets_52, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator52(const std::string& value, const char* item)
@@ -1013,7 +1013,7 @@ lmx60::elmx_error ValueValidator53(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_53, value))
         return error;
-    return lmx60::check_facets(reader, facets_53, value);
+    return lmx60::check_facets(reader, facets_53, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator53(const std::string& value, const char* item)
@@ -1033,7 +1033,7 @@ lmx60::elmx_error ValueValidator54(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_54, value))
         return error;
-    return lmx60::check_facets(reader, facets_54, value);
+    return lmx60::check_facets(reader, facets_54, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator54(const std::string& value, const char* item)
@@ -1053,7 +1053,7 @@ lmx60::elmx_error ValueValidator55(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_55, value))
         return error;
-    return lmx60::check_facets(reader, facets_55, value);
+    return lmx60::check_facets(reader, facets_55, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator55(const std::string& value, const char* item)
@@ -1073,7 +1073,7 @@ lmx60::elmx_error ValueValidator56(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_56, value))
         return error;
-    return lmx60::check_facets(reader, facets_56, value);
+    return lmx60::check_facets(reader, facets_56, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator56(const std::string& value, const char* item)
@@ -1093,7 +1093,7 @@ lmx60::elmx_error ValueValidator57(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_57, value))
         return error;
-    return lmx60::check_facets(reader, facets_57, value);
+    return lmx60::check_facets(reader, facets_57, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator57(const std::string& value, const char* item)
@@ -1113,7 +1113,7 @@ lmx60::elmx_error ValueValidator58(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_58, value))
         return error;
-    return lmx60::check_facets(reader, facets_58, value);
+    return lmx60::check_facets(reader, facets_58, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator58(const std::string& value, const char* item)
@@ -1133,7 +1133,7 @@ lmx60::elmx_error ValueValidator59(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_59, value))
         return error;
-    return lmx60::check_facets(reader, facets_59, value);
+    return lmx60::check_facets(reader, facets_59, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator59(const std::string& value, const char* item)
@@ -1153,7 +1153,7 @@ lmx60::elmx_error ValueValidator60(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_60, value))
         return error;
-    return lmx60::check_facets(reader, facets_60, value);
+    return lmx60::check_facets(reader, facets_60, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator60(const std::string& value, const char* item)
@@ -1173,7 +1173,7 @@ lmx60::elmx_error ValueValidator61(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_61, value))
         return error;
-    return lmx60::check_facets(reader, facets_61, value);
+    return lmx60::check_facets(reader, facets_61, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator61(const std::string& value, const char* item)
@@ -1193,7 +1193,7 @@ lmx60::elmx_error ValueValidator62(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_62, value))
         return error;
-    return lmx60::check_facets(reader, facets_62, value);
+    return lmx60::check_facets(reader, facets_62, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator62(const std::string& value, const char* item)
@@ -1213,7 +1213,7 @@ lmx60::elmx_error ValueValidator63(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_63, value))
         return error;
-    return lmx60::check_facets(reader, facets_63, value);
+    return lmx60::check_facets(reader, facets_63, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator63(const std::string& value, const char* item)
@@ -1233,7 +1233,7 @@ lmx60::elmx_error ValueValidator64(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_64, value))
         return error;
-    return lmx60::check_facets(reader, facets_64, value);
+    return lmx60::check_facets(reader, facets_64, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator64(const std::string& value, const char* item)
@@ -1253,7 +1253,7 @@ lmx60::elmx_error ValueValidator65(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_65, value))
         return error;
-    return lmx60::check_facets(reader, facets_65, value);
+    return lmx60::check_facets(reader, facets_65, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator65(const std::string& value, const char* item)
@@ -1273,7 +1273,7 @@ lmx60::elmx_error ValueValidator66(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_66, value))
         return error;
-    return lmx60::check_facets(reader, facets_66, value);
+    return lmx60::check_facets(reader, facets_66, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator66(const std::string& value, const char* item)
@@ -1293,7 +1293,7 @@ lmx60::elmx_error ValueValidator67(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_67, value))
         return error;
-    return lmx60::check_facets(reader, facets_67, value);
+    return lmx60::check_facets(reader, facets_67, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator67(const std::string& value, const char* item)
@@ -1313,7 +1313,7 @@ lmx60::elmx_error ValueValidator68(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_68, value))
         return error;
-    return lmx60::check_facets(reader, facets_68, value);
+    return lmx60::check_facets(reader, facets_68, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator68(const std::string& value, const char* item)
@@ -1333,7 +1333,7 @@ lmx60::elmx_error ValueValidator69(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_69, value))
         return error;
-    return lmx60::check_facets(reader, facets_69, value);
+    return lmx60::check_facets(reader, facets_69, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator69(const std::string& value, const char* item)
@@ -1353,7 +1353,7 @@ lmx60::elmx_error ValueValidator70(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_70, value))
         return error;
-    return lmx60::check_facets(reader, facets_70, value);
+    return lmx60::check_facets(reader, facets_70, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator70(const std::string& value, const char* item)
@@ -1373,7 +1373,7 @@ lmx60::elmx_error ValueValidator71(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_71, value))
         return error;
-    return lmx60::check_facets(reader, facets_71, value);
+    return lmx60::check_facets(reader, facets_71, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator71(const std::string& value, const char* item)
@@ -1393,7 +1393,7 @@ lmx60::elmx_error ValueValidator72(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_72, value))
         return error;
-    return lmx60::check_facets(reader, facets_72, value);
+    return lmx60::check_facets(reader, facets_72, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator72(const std::string& value, const char* item)
@@ -1413,7 +1413,7 @@ lmx60::elmx_error ValueValidator73(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_73, value))
         return error;
-    return lmx60::check_facets(reader, facets_73, value);
+    return lmx60::check_facets(reader, facets_73, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator73(const std::string& value, const char* item)
@@ -1433,7 +1433,7 @@ lmx60::elmx_error ValueValidator74(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_74, value))
         return error;
-    return lmx60::check_facets(reader, facets_74, value);
+    return lmx60::check_facets(reader, facets_74, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator74(const std::string& value, const char* item)
@@ -1453,7 +1453,7 @@ lmx60::elmx_error ValueValidator75(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_75, value))
         return error;
-    return lmx60::check_facets(reader, facets_75, value);
+    return lmx60::check_facets(reader, facets_75, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator75(const std::string& value, const char* item)
@@ -1473,7 +1473,7 @@ lmx60::elmx_error ValueValidator76(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_76, value))
         return error;
-    return lmx60::check_facets(reader, facets_76, value);
+    return lmx60::check_facets(reader, facets_76, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator76(const std::string& value, const char* item)
@@ -1493,7 +1493,7 @@ lmx60::elmx_error ValueValidator77(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_77, value))
         return error;
-    return lmx60::check_facets(reader, facets_77, value);
+    return lmx60::check_facets(reader, facets_77, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator77(const std::string& value, const char* item)
@@ -1513,7 +1513,7 @@ lmx60::elmx_error ValueValidator78(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_78, value))
         return error;
-    return lmx60::check_facets(reader, facets_78, value);
+    return lmx60::check_facets(reader, facets_78, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator78(const std::string& value, const char* item)
@@ -1533,7 +1533,7 @@ lmx60::elmx_error ValueValidator79(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_79, value))
         return error;
-    return lmx60::check_facets(reader, facets_79, value);
+    return lmx60::check_facets(reader, facets_79, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator79(const std::string& value, const char* item)
@@ -1553,7 +1553,7 @@ lmx60::elmx_error ValueValidator80(lmx60::c_xml_reader& reader, const std::strin
 {
     if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_80, value))
         return error;
-    return lmx60::check_facets(reader, facets_80, value);
+    return lmx60::check_facets(reader, facets_80, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator80(const std::string& value, const char* item)
@@ -1569,7 +1569,7 @@ static const lmx60::c_facets facets_81 = {"-9223372036854775808", "9223372036854
 
 lmx60::elmx_error ValueValidator81(lmx60::c_xml_reader& reader, const std::string& value)
 {
-    return lmx60::check_facets(reader, facets_81, value);
+    return lmx60::check_facets(reader, facets_81, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator81(const std::string& value, const char* item)
@@ -1583,7 +1583,7 @@ static const lmx60::c_facets facets_82 = {"0", nullptr, nullptr, nullptr, -1, -1
 
 lmx60::elmx_error ValueValidator82(lmx60::c_xml_reader& reader, const std::string& value)
 {
-    return lmx60::check_facets(reader, facets_82, value);
+    return lmx60::check_facets(reader, facets_82, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator82(const std::string& value, const char* item)
@@ -1597,13 +1597,13 @@ static const lmx60::c_facets facets_83 = {"0.0", "100.0", nullptr, nullptr, -1, 
 
 lmx60::elmx_error ValueValidator83(lmx60::c_xml_reader& reader, const std::string& value)
 {
-    return lmx60::check_facets(reader, facets_83, value);
+    return lmx60::check_facets(reader, facets_83, value, lmx60::ELMX_CONSTRAINT_VALUE);
 }
 
 lmx60::elmx_error UserValidator83(const std::string& value, const char* item)
 {
     if (!lmx60::facets_hold(facets_83, value))
-        return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
+        return HIPGSBase::lmx_error(lmx60::ELMX_CONSTRAINT_VALUE, item, __FILE__, __LINE__);
     return lmx60::ELMX_OK;
 }
 
@@ -1611,7 +1611,7 @@ static const lmx60::c_facets facets_84 = {"1", nullptr, nullptr, nullptr, -1, -1
 
 lmx60::elmx_error ValueValidator84(lmx60::c_xml_reader& reader, const std::string& value)
 {
-    return lmx60::check_facets(reader, facets_84, value);
+    return lmx60::check_facets(reader, facets_84, value, lmx60::ELMX_VALUE_FACET);
 }
 
 lmx60::elmx_error UserValidator84(const std::string& value, const char* item)
@@ -1621,16 +1621,44 @@ lmx60::elmx_error UserValidator84(const std::string& value, const char* item)
     return lmx60::ELMX_OK;
 }
 
-static const lmx60::c_facets facets_85 = {nullptr, nullptr, nullptr, nullptr, 0, 1};
+static const lmx60::c_facets facets_85 = {"1", nullptr, nullptr, nullptr, -1, -1};
 
 lmx60::elmx_error ValueValidator85(lmx60::c_xml_reader& reader, const std::string& value)
 {
-    return lmx60::check_facets(reader, facets_85, value);
+    return lmx60::check_facets(reader, facets_85, value, lmx60::ELMX_CONSTRAINT_VALUE);
 }
 
 lmx60::elmx_error UserValidator85(const std::string& value, const char* item)
 {
     if (!lmx60::facets_hold(facets_85, value))
+        return HIPGSBase::lmx_error(lmx60::ELMX_CONSTRAINT_VALUE, item, __FILE__, __LINE__);
+    return lmx60::ELMX_OK;
+}
+
+static const lmx60::c_facets facets_86 = {nullptr, nullptr, nullptr, nullptr, 0, 1, true};
+
+lmx60::elmx_error ValueValidator86(lmx60::c_xml_reader& reader, const std::string& value)
+{
+    return lmx60::check_facets(reader, facets_86, value, lmx60::ELMX_VALUE_FACET);
+}
+
+lmx60::elmx_error UserValidator86(const std::string& value, const char* item)
+{
+    if (!lmx60::facets_hold(facets_86, value))
+        return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
+    return lmx60::ELMX_OK;
+}
+
+static const lmx60::c_facets facets_87 = {nullptr, nullptr, nullptr, nullptr, 1, -1, true};
+
+lmx60::elmx_error ValueValidator87(lmx60::c_xml_reader& reader, const std::string& value)
+{
+    return lmx60::check_facets(reader, facets_87, value, lmx60::ELMX_VALUE_FACET);
+}
+
+lmx60::elmx_error UserValidator87(const std::string& value, const char* item)
+{
+    if (!lmx60::facets_hold(facets_87, value))
         return HIPGSBase::lmx_error(lmx60::ELMX_VALUE_FACET, item, __FILE__, __LINE__);
     return lmx60::ELMX_OK;
 }
@@ -1653,6 +1681,8 @@ const lmx60::c_untyped_validation_spec validation_spec_collapse_Value82 = {lmx60
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value83 = {lmx60::ews_collapse, nullptr, ValueValidator83};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value84 = {lmx60::ews_collapse, nullptr, ValueValidator84};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value85 = {lmx60::ews_collapse, nullptr, ValueValidator85};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value86 = {lmx60::ews_collapse, nullptr, ValueValidator86};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value87 = {lmx60::ews_collapse, nullptr, ValueValidator87};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical1 = {lmx60::ews_preserve, LexicalValidator1, nullptr};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical2 = {lmx60::ews_preserve, LexicalValidator2, nullptr};
 const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical3 = {lmx60::ews_preserve, LexicalValidator3, nullptr};

@@ -187,6 +187,10 @@ lmx60::elmx_error ValueValidator84(lmx60::c_xml_reader& reader, const std::strin
 lmx60::elmx_error UserValidator84(const std::string& value, const char* item);
 lmx60::elmx_error ValueValidator85(lmx60::c_xml_reader& reader, const std::string& value);
 lmx60::elmx_error UserValidator85(const std::string& value, const char* item);
+lmx60::elmx_error ValueValidator86(lmx60::c_xml_reader& reader, const std::string& value);
+lmx60::elmx_error UserValidator86(const std::string& value, const char* item);
+lmx60::elmx_error ValueValidator87(lmx60::c_xml_reader& reader, const std::string& value);
+lmx60::elmx_error UserValidator87(const std::string& value, const char* item);
 
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical5;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical6;
@@ -206,6 +210,8 @@ extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value82;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value83;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value84;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value85;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value86;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value87;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical1;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical2;
 extern const lmx60::c_untyped_validation_spec validation_spec_preserve_Lexical3;

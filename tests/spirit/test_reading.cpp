@@ -243,3 +243,48 @@ TEST(Values, RefusedUnderAContinuingHandlerAreNotStored)
 }
 
 }  // namespace
+
+// A list type the schema derives itself may be empty and counts its length in items:
+// spirit:configurableDouble is a list of doubles with zero or one item.
+TEST(Lists, LengthsCountItemsAndAnEmptyListReadsWhereTheTypeAllowsIt)
+{
+    const auto clock_driver = [](const std::string& period) {
+        return kDeclaration + "<spirit:clockDriver xmlns:spirit=\"" + kSpirit + "\"><spirit:clockPeriod>" + period +
+               "</spirit:clockPeriod><spirit:clockPulseOffset>1</spirit:clockPulseOffset>"
+               "<spirit:clockPulseValue>1</spirit:clockPulseValue><spirit:clockPulseDuration>2.5"
+               "</spirit:clockPulseDuration></spirit:clockDriver>\n";
+    };
+    for (const char* period : {"", "  ", "10.5", " 1e3 "}) {
+        HIPGSTop top;
+        lmx60::s_debug_error debug;
+        EXPECT_EQ(read(clock_driver(period), &top, &debug), lmx60::ELMX_OK) << '"' << period << "\": " << debug.to_string();
+        std::string written;
+        EXPECT_EQ(top.marshal(&written, &debug), lmx60::ELMX_OK) << debug.to_string();
+    }
+    HIPGSTop top;
+    lmx60::s_debug_error debug;
+    EXPECT_EQ(read(clock_driver("1 2"), &top, &debug), lmx60::ELMX_VALUE_FACET);
+    EXPECT_EQ(debug.item_name, "spirit:clockPeriod");
+}
+
+// The values of timing and load constraints fail their bounds with a code of their own.
+TEST(ConstraintValues, OutOfBoundsGive37WhereOtherValuesGive36)
+{
+    lmx60::s_debug_error debug;
+    HIPGSTop timing;
+    EXPECT_EQ(read(kDeclaration + "<spirit:timingConstraint xmlns:spirit=\"" + kSpirit +
+                       "\" spirit:clockName=\"clk\">100.5</spirit:timingConstraint>\n",
+                   &timing, &debug),
+              lmx60::ELMX_CONSTRAINT_VALUE);
+    HIPGSLoadConstraint load;
+    EXPECT_EQ(read(kDeclaration + "<spirit:loadConstraint xmlns:spirit=\"" + kSpirit +
+                       "\"><spirit:cellSpecification><spirit:cellFunction>nand2</spirit:cellFunction>"
+                       "</spirit:cellSpecification><spirit:count>0</spirit:count></spirit:loadConstraint>\n",
+                   &load, &debug),
+              lmx60::ELMX_CONSTRAINT_VALUE);
+    HIPGSTop bits;
+    EXPECT_EQ(read(kDeclaration + "<spirit:addressUnitBits xmlns:spirit=\"" + kSpirit +
+                       "\">0</spirit:addressUnitBits>\n",
+                   &bits, &debug),
+              lmx60::ELMX_VALUE_FACET);
+}

@@ -139,6 +139,48 @@ TEST(Documents, SchemaLocationHintsOfTheDocumentElementAreWrittenBack)
     EXPECT_EQ(written(bus).find("xmlns:xsi"), std::string::npos);
 }
 
+// The hints stay whichever entry point reads a document: its element's own class, the class of its
+// type, the root dispatcher; documents of a derivation family and of simple content included.
+TEST(Documents, SchemaLocationHintsStayWhicheverClassReads)
+{
+    const std::string xsi = "http://www.w3.org/2001/XMLSchema-instance";
+    const std::string hint = "xsi:schemaLocation=\"" + kSpirit + " index.xsd\"";
+    const auto document = [&](const std::string& root, const std::string& content) {
+        return kDeclaration + "<" + root + kNamespaces + " xmlns:xsi=\"" + xsi + "\" " + hint + ">" + content + "</" +
+               root + ">\n";
+    };
+    const std::string component = document("spirit:component", "<spirit:vendor>example.com</spirit:vendor>"
+                                            "<spirit:library>lib</spirit:library><spirit:name>c</spirit:name>"
+                                            "<spirit:version>1.0</spirit:version>");
+    const std::string port = document("spirit:port", "<spirit:name>p</spirit:name><spirit:wire>"
+                                      "<spirit:direction>in</spirit:direction></spirit:wire>");
+    const std::string baseAddress = document("spirit:baseAddress", "0x100");
+    const auto keeps_hint = [&](auto object, const std::string& xml) {
+        lmx60::s_debug_error debug;
+        if (object.unmarshal(xml.data(), xml.size(), &debug) != lmx60::ELMX_OK)
+            return "read failed: " + debug.to_string();
+        std::string text = written(object);
+        return text.find(hint) != std::string::npos ? std::string() : "hint lost:\n" + text;
+    };
+    EXPECT_EQ(keeps_hint(HIPGSComponent(), component), "");
+    EXPECT_EQ(keeps_hint(HIPGSComponentType(), component), "");
+    EXPECT_EQ(keeps_hint(HIPGSTop(), component), "");
+    EXPECT_EQ(keeps_hint(HIPGSPort(), port), "");
+    EXPECT_EQ(keeps_hint(HIPGSPortType(), port), "");
+    EXPECT_EQ(keeps_hint(HIPGSTop(), port), "");
+    EXPECT_EQ(keeps_hint(HIPGSBaseAddress2(), baseAddress), "");
+    EXPECT_EQ(keeps_hint(HIPGSTop(), baseAddress), "");
+}
+
+TEST(Documents, AnElementWithoutANameFailsTheStreamInsteadOfCrashing)
+{
+    HIPGSBusDefinition bus;
+    std::ostringstream out;
+    lmx60::c_xml_writer writer(out);
+    EXPECT_NE(bus.marshal(writer, nullptr), lmx60::ELMX_OK);
+    EXPECT_TRUE(out.fail());
+}
+
 TEST(Occurrences, ChoiceWithoutAlternativeFailsWith7)
 {
     std::string text;

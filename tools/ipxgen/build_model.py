@@ -9,6 +9,7 @@
 
 from __future__ import annotations
 
+from dataclasses import replace
 from typing import Optional
 
 import document_attributes
@@ -20,7 +21,11 @@ from class_members import ClassMembers
 from class_places import ClassPlaces
 from model import Member, Model
 from restrictions import RestrictionTable
-from xsd_loader import ComplexType, SchemaSet
+from xsd_loader import ComplexType, ElementDecl, SchemaSet
+
+
+# Elements whose values are checked as constraints (code 37), not as plain facets (code 36).
+CONSTRAINT_ELEMENTS = ("timingConstraint", "loadConstraint")
 
 
 class ModelBuilder:
@@ -34,6 +39,7 @@ class ModelBuilder:
     def build(self) -> Model:
         self.members.fill_all()
         self._link_families()
+        self._link_content_sources()
         document_attributes.add_schema_location_hints(self._document_classes())
         restrictions = self._number_restrictions()
         element_events, attribute_events = self._number_events()
@@ -56,14 +62,41 @@ class ModelBuilder:
         for place in self.places:
             place.bound.derived_classes.sort()
 
+    def _link_content_sources(self) -> None:
+        for place in self.places:
+            source = self._content_source(place.binds)
+            if source is not None and id(source) in self.found.place_of:
+                place.bound.content_from = self.found.place_of[id(source)].bound.name
+
+    def _content_source(self, binds) -> Optional[ComplexType]:
+        """The named complex type whose content a class carries besides its own, if any."""
+        if isinstance(binds, ComplexType):
+            base = self.found.complex_base(binds)
+            return base if base is not None and base.name is not None else None
+        if isinstance(binds, ElementDecl):
+            if isinstance(binds.inline_type, ComplexType):
+                return self._content_source(binds.inline_type)
+            named = self.schemas.type(binds.type) if binds.type is not None else None
+            return named if isinstance(named, ComplexType) else None
+        return None
+
     def _number_restrictions(self) -> list:
         table = RestrictionTable()
-        for _, value in self.members.valued:
+        valued = self._valued_with_constraints()
+        for _, value in valued:
             table.note(value)
         restrictions = table.number()
-        for member, value in self.members.valued:
+        for member, value in valued:
             member.restriction = table.id_of(value)
         return restrictions
+
+    def _valued_with_constraints(self) -> list:
+        """The simple members with their values; the values that timing and load constraints hold
+        are checks of their own, which fail with the constraint code rather than the facet code."""
+        in_constraints = {id(member) for place in self.places if place.bound.xml_name in CONSTRAINT_ELEMENTS
+                          for member in place.bound.members}
+        return [(member, replace(value, constraint_value=True) if id(member) in in_constraints else value)
+                for member, value in self.members.valued]
 
     def _all_members(self):
         for place in self.places:
@@ -135,15 +168,21 @@ class ModelBuilder:
         return rows
 
     def _document_classes(self) -> list:
-        """The classes that read and write a global element of element content, each once.
+        """The classes that can read and write a global element as a document, each once.
 
-        A global element of simple content (spirit:displayName) is a value, never a document in
-        practice. Members of xsi:type families are left out: a base and a derived class would both
-        declare the hints, and such elements (spirit:port) do not stand as documents either."""
-        names = sorted({content for _, _, content in self._global_element_rows()})
-        bound_classes = (self.by_name[name].bound for name in names)
-        return [bound for bound in bound_classes
-                if bound.content != "simple" and not bound.base_class and not bound.derived_classes]
+        That is the element's own class and, for an element of a named type, the type's class, which
+        the root dispatcher reads it into; both must keep the hints whichever entry point reads.
+        A global element of a simple type is left out: its class is a plain value, which the root
+        dispatcher holds as such."""
+        names = {content for _, _, content in self._global_element_rows()}
+        names |= {place.bound.name for place in self.places if place.bound.kind == "global_element"}
+        return [self.by_name[name].bound for name in sorted(names)
+                if not self._is_simple_typed_element(self.by_name[name].binds)]
+
+    def _is_simple_typed_element(self, binds) -> bool:
+        if not isinstance(binds, ElementDecl) or isinstance(binds.inline_type, ComplexType):
+            return False
+        return not isinstance(self.schemas.type(binds.type) if binds.type is not None else None, ComplexType)
 
     def _global_elements(self) -> list:
         rows = {(ns_id, local): (ns_id, local, content)

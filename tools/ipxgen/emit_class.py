@@ -464,6 +464,11 @@ class ClassEmitter:
                 "void delete%s(size_t index) { %s.erase(index); }" % (s, f),
                 "void clear%s() { %s.clear(); }" % (s, f),
             ]
+            if m.enum_values:
+                lines += [
+                    "%s getEnum%s(size_t index) const;" % (m.enum_type, s),
+                    "bool setEnum%s(size_t index, %s value);" % (s, m.enum_type),
+                ]
             return "\n".join(lines)
         if m.value_type is not None:
             lines += [
@@ -759,6 +764,21 @@ class ClassEmitter:
             return self.bound.xml_name or m.stem
         return m.local_name or m.stem
 
+    def enum_accessors(self, m, parameter, argument, stored):
+        """getEnum/setEnum of an enumerated member; a repeated one takes the item's index first."""
+        n, s = self.bound.name, m.stem
+        values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
+        table = "%s_%s_values" % (n, field_name(m))
+        separator = ", " if parameter else ""
+        return ("static const char* const %s[] = {%s, nullptr};\n\n"
+                "%s::%s %s::getEnum%s(%s) const\n{\n"
+                "    return static_cast<%s>(enum_number(%s, %s));\n}\n\n"
+                "bool %s::setEnum%s(%s%s%s value)\n{\n"
+                "    const char* text = enum_text(%s, static_cast<int>(value));\n"
+                "    return text && set%s(%stext) == lmx60::ELMX_OK;\n}") % (
+            table, values, n, m.enum_type, n, s, parameter, m.enum_type, table, stored,
+            n, s, parameter, separator, m.enum_type, table, s, argument)
+
     def member_definitions(self, m):
         n, s, f = self.bound.name, m.stem, field_name(m)
         if b_is_choice(self.bound) and m in self.content_members():
@@ -775,22 +795,15 @@ class ClassEmitter:
                 yield "lmx60::elmx_error %s::append%s(const %s& value)\n{\n%s    %s.append(value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
                 yield "lmx60::elmx_error %s::insert%s(size_t index, const %s& value)\n{\n%s    %s.insert(index, value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
                 yield "lmx60::elmx_error %s::set%s(size_t index, const %s& value)\n{\n%s    %s.get(index) = value;\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
+                if m.enum_values:
+                    yield self.enum_accessors(m, "size_t index", "index, ", "true, %s.get(index)" % f)
                 return
             select = "    %s\n" % self.selection(m) if self.selection(m) else ""
             guarded = select + check if self.SELECTS_BEFORE_CHECK else check + select
             yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (
                 n, s, t, guarded, f)
             if m.enum_values:
-                values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
-                table = "%s_%s_values" % (n, f)
-                yield ("static const char* const %s[] = {%s, nullptr};\n\n"
-                       "%s::%s %s::getEnum%s() const\n{\n"
-                       "    return static_cast<%s>(enum_number(%s, %s.is_set(), %s.get()));\n}\n\n"
-                       "bool %s::setEnum%s(%s value)\n{\n"
-                       "    const char* text = enum_text(%s, static_cast<int>(value));\n"
-                       "    return text && set%s(text) == lmx60::ELMX_OK;\n}") % (
-                    table, values, n, m.enum_type, n, s, m.enum_type, table, f, f,
-                    n, s, m.enum_type, table, s)
+                yield self.enum_accessors(m, "", "", "%s.is_set(), %s.get()" % (f, f))
             return
         c = m.class_name
         select = "    select_%s();\n" % s if b_is_choice(self.bound) else ""

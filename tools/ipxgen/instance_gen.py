@@ -34,7 +34,7 @@ import pinned_events  # noqa: E402
 from class_places import ClassPlaces, ModelError  # noqa: E402
 from instance_identity import IdentityRepair, Unsatisfiable  # noqa: E402
 from instance_tree import Comment, DocumentWriter, Layout, Node, Slot  # noqa: E402
-from instance_values import FlatSimple, ValueDrawer, flatten  # noqa: E402
+from instance_values import FlatSimple, ValueDrawer, collapses, flatten  # noqa: E402
 from model import NS_SPIRIT, NS_VORLIX, SPIRIT_URI, VORLIX_URI  # noqa: E402
 from xsd_loader import (AnyParticle, AttributeDecl, AttributeGroupRef, ComplexType,  # noqa: E402
                         Compositor, ElementDecl, GroupRef, QName, SchemaSet)
@@ -112,6 +112,8 @@ class Coverage:
     def enumeration(self, flat: FlatSimple, value: str) -> None:
         values = flat.enumerations()
         if values:
+            if collapses(flat):  # " min " of a token type is the value min
+                value = " ".join(value.split())
             self.enumerations.setdefault(flat.name or "anonymous", (values, set()))[1].add(value)
 
     def report(self) -> str:

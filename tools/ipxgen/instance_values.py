@@ -6,7 +6,10 @@ patterns of different steps (a scaled positive integer must also be a scaled
 integer) while the patterns of one step are alternatives. Values are drawn
 to exercise a reader: big integers past 64 bits, signs and leading zeros,
 booleans as 1/0, floating-point exponents, texts with markup characters and
-letters outside ASCII.
+letters outside ASCII. A share of the values are edge forms instead: empty
+lists and texts, lengths and numbers at their limits, INF and NaN, far years
+and time zones, and whitespace around and inside collapsed values, because a
+reader that handles typical values can still trip over the smallest valid ones.
 """
 
 from __future__ import annotations
@@ -78,6 +81,29 @@ _BUILTIN_BASES = {"normalizedString": "string", "token": "string", "Name": "stri
 _TEXTUAL = {"string", "normalizedString", "token", "Name", "NCName", "NMTOKEN", "ID", "anySimpleType"}
 _NAME_START = re.compile(r"[^\W\d]|_|:", re.UNICODE)
 
+# How often a value is an edge form of its type rather than a typical value, and how often a
+# whitespace-collapsed value is written with whitespace around or inside it.
+EDGE_SHARE = 0.15
+PADDING_SHARE = 0.1
+# Built-ins whose empty text is a value (the name types need a character).
+_EMPTY_ALLOWED = {"string", "normalizedString", "token", "anySimpleType", "anyURI"}
+# Built-ins that libxml2's validator refuses with whitespace around them, although the whitespace
+# collapses away; the test documents are checked with that validator, so these stay bare.
+_BARE = {"long", "int", "short", "byte", "unsignedLong", "unsignedInt", "unsignedShort", "unsignedByte",
+         "date", "dateTime", "time"}
+# Likewise, whitespace after these is refused.
+_SPECIAL_REALS = {"INF", "-INF", "NaN"}
+_WHITESPACE_RUNS = [" ", "  ", "\t", "\n", "\n    ", " \t\n", "\r\n"]
+# The largest magnitude libxml2's validator holds for an integer without a fixed size (24 digits).
+_CHECKABLE_INTEGER = 10 ** 24 - 1
+_REAL_LIMITS = {"float": ("3.4028235E38", "1.4E-45"), "double": ("1.7976931348623157E308", "4.9E-324")}
+_DATE_EDGES = ["0001-01-01", "9999-12-31", "-0001-12-31", "10000-01-01", "2000-02-29", "2008-02-29Z",
+               "1970-01-01Z", "2009-12-31+14:00", "2009-01-01-14:00", "2009-06-15+00:00", "2009-06-15-00:00"]
+_DATE_TIME_EDGES = ["0001-01-01T00:00:00Z", "9999-12-31T23:59:59.999999999+14:00",
+                    "-0001-12-31T23:59:59-14:00", "10000-01-01T00:00:00", "2009-12-31T24:00:00",
+                    "2008-02-29T12:00:00.000", "1970-01-01T00:00:00+00:00", "2009-06-15T12:34:56.5Z",
+                    "2009-06-15T00:00:00-00:00"]
+
 
 def flatten(schemas: SchemaSet, reference) -> FlatSimple:
     """The FlatSimple of a QName, a SimpleType, or None (xs:anySimpleType)."""
@@ -105,7 +131,8 @@ def flatten(schemas: SchemaSet, reference) -> FlatSimple:
 
 def _builtin(local: str) -> FlatSimple:
     if local in ("NMTOKENS", "IDREFS", "ENTITIES"):
-        return FlatSimple("list", "list", [], _builtin(local[:-1]), name="xs:" + local)
+        # The built-in lists hold at least one item: an empty NMTOKENS is not a value.
+        return FlatSimple("list", "list", [Facets(min_length=1)], _builtin(local[:-1]), name="xs:" + local)
     return FlatSimple(local, name="xs:" + local)
 
 
@@ -163,7 +190,8 @@ def _bounds_ok(flat: FlatSimple, value: str) -> bool:
     if not limits:
         return True
     number = _number(value)
-    return number is not None and all(op(number, Decimal(b)) for b, op in limits)
+    # NaN is not ordered against anything, so it is outside every bound.
+    return number is not None and not number.is_nan() and all(op(number, Decimal(b)) for b, op in limits)
 
 
 def _number(value: str) -> Optional[Decimal]:
@@ -195,12 +223,74 @@ def _builtin_ok(builtin: str, value: str) -> bool:
         return all(c.isalnum() or c in "._-:" for c in value)
     if builtin == "NMTOKEN":
         return bool(value) and all(c.isalnum() or c in "._-:" for c in value)
-    if builtin == "date":
-        return re.fullmatch(r"-?[0-9]{4,}-[0-9]{2}-[0-9]{2}(Z|[+-][0-9]{2}:[0-9]{2})?", value) is not None
-    if builtin == "dateTime":
-        return re.fullmatch(r"-?[0-9]{4,}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\.[0-9]+)?"
-                            r"(Z|[+-][0-9]{2}:[0-9]{2})?", value) is not None
+    if builtin in ("date", "dateTime"):
+        return _date_ok(value, with_time=builtin == "dateTime")
     return True
+
+
+_DATE = re.compile(r"(-?)([0-9]{4,})-([0-9]{2})-([0-9]{2})"
+                   r"(?:T([0-9]{2}):([0-9]{2}):([0-9]{2})(\.[0-9]+)?)?(Z|[+-]([0-9]{2}):([0-9]{2}))?")
+
+
+def _date_ok(value: str, with_time: bool) -> bool:
+    """Calendar dates only: the edge forms go to the limits (year 1, 24:00:00, +14:00), and
+    one step past them (year 0, February 29 of a common year, +14:01) is not a value."""
+    match = _DATE.fullmatch(value)
+    if match is None or (match.group(5) is not None) != with_time:
+        return False
+    sign, year_text, month_text, day_text, hour, minute, second, fraction, zone, zone_hour, zone_minute = \
+        match.groups()
+    year, month, day = int(year_text), int(month_text), int(day_text)
+    if year == 0 or (len(year_text) > 4 and year_text[0] == "0") or not 1 <= month <= 12:
+        return False
+    # Years before year 1 number leap years differently from one reading to the next: February 29
+    # of a negative year is left out rather than guessed.
+    leap = not sign and year % 4 == 0 and (year % 100 != 0 or year % 400 == 0)
+    days = [31, 29 if leap else 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31][month - 1]
+    if not 1 <= day <= days:
+        return False
+    if with_time:
+        if int(minute) > 59 or int(second) > 59:
+            return False
+        fraction_digits = (fraction or ".")[1:]
+        if int(hour) > 24 or (int(hour) == 24 and (int(minute) or int(second) or fraction_digits.strip("0"))):
+            return False
+    if zone_hour is not None:
+        if int(zone_minute) > 59 or int(zone_hour) > 14 or (int(zone_hour) == 14 and int(zone_minute)):
+            return False
+    return True
+
+
+def _integer_range(flat: FlatSimple) -> tuple:
+    """(lowest, highest) value of an integer type, None where unbounded: the built-in's range
+    narrowed by the facets, an exclusive bound one step inside."""
+    low, high = _INTEGERS[flat.builtin]
+    for facet, step, narrower in (("min_inclusive", 0, max), ("min_exclusive", 1, max),
+                                  ("max_inclusive", 0, min), ("max_exclusive", -1, min)):
+        bound = flat.bound(facet)
+        if bound is None:
+            continue
+        number = Decimal(bound)
+        # A fractional bound rounds inwards: above 2.5 the least integer is 3, below 2.5 it is 2.
+        limit = int(number.to_integral_value(rounding="ROUND_CEILING" if narrower is max else "ROUND_FLOOR"))
+        if number == limit:
+            limit += step
+        current = low if narrower is max else high
+        limit = limit if current is None else narrower(current, limit)
+        if narrower is max:
+            low = limit
+        else:
+            high = limit
+    return low, high
+
+
+def _paddable(flat: FlatSimple) -> bool:
+    """Whether whitespace around the value collapses away and the validator takes it."""
+    if flat.variety == "union":
+        return all(_paddable(member) for member in flat.members)
+    if flat.variety == "list":
+        return True
+    return collapses(flat) and flat.builtin not in _BARE
 
 
 # --- drawing ----------------------------------------------------------------
@@ -213,12 +303,18 @@ class ValueDrawer:
         self.counter = 0
 
     def draw(self, flat: FlatSimple, unique: bool = True, attribute: bool = False) -> str:
+        """A valid value; in an attribute never an empty one and never with runs of whitespace inside.
+
+        Edge forms are not made unique: the running number would fill an empty text or break an
+        exact length. Repeated ones are left to the identity repair, like any repeated value."""
         for _ in range(40):
-            value = self._candidate(flat, attribute)
-            if unique and flat.builtin in _TEXTUAL and not flat.enumerations():
-                value = self._made_unique(flat, value)
+            value = self._edge(flat, attribute) if self.rng.random() < EDGE_SHARE else None
+            if value is None:
+                value = self._candidate(flat, attribute)
+                if unique and flat.builtin in _TEXTUAL and not flat.enumerations():
+                    value = self._made_unique(flat, value)
             if is_valid(flat, value):
-                return value
+                return self._maybe_padded(flat, value, attribute)
         raise ValueError("no valid value drawn for %s" % (flat.name or flat.builtin))
 
     def next_number(self) -> int:
@@ -229,6 +325,117 @@ class ValueDrawer:
         stripped = value.rstrip()
         candidate = stripped + "_%d" % self.next_number() + value[len(stripped):]
         return candidate if is_valid(flat, candidate) else value
+
+    # --- edge forms -----------------------------------------------------------
+
+    def _edge(self, flat: FlatSimple, attribute: bool) -> Optional[str]:
+        """One of the type's edge forms that is valid, or None when it has none."""
+        edges = [e for e in self._edges(flat, attribute) if is_valid(flat, e) and (e.strip() or not attribute)]
+        return self.rng.choice(edges) if edges else None
+
+    def _edges(self, flat: FlatSimple, attribute: bool) -> list:
+        if flat.variety == "union":
+            return self._edges(self.rng.choice(flat.members), attribute)
+        if flat.variety == "list":
+            return self._list_edges(flat, attribute)
+        if flat.enumerations():
+            return []
+        builtin = flat.builtin
+        if builtin in _INTEGERS:
+            return self._integer_edges(flat)
+        if builtin in ("float", "double", "decimal"):
+            return self._real_edges(flat)
+        if builtin == "boolean":
+            return ["true", "false", "1", "0"]
+        if builtin == "date":
+            return list(_DATE_EDGES)
+        if builtin == "dateTime":
+            return list(_DATE_TIME_EDGES)
+        return self._length_edges(flat, attribute)
+
+    def _list_edges(self, flat: FlatSimple, attribute: bool) -> list:
+        """No items (empty or only whitespace), exactly the least and exactly the most items allowed."""
+        exact = flat.bound("length")
+        low = exact if exact is not None else flat.bound("min_length") or 0
+        high = exact if exact is not None else flat.bound("max_length")
+        edges = []
+        for count in sorted({low, high} - {None}):
+            if count == 0:
+                edges += ["", self.rng.choice(_WHITESPACE_RUNS)] if not attribute else []
+            else:
+                separator = " " if attribute else self.rng.choice(_WHITESPACE_RUNS)
+                edges.append(separator.join(self._item(flat.item, attribute) for _ in range(count)))
+        return edges
+
+    def _item(self, flat: FlatSimple, attribute: bool) -> str:
+        """A list item: half of them edge forms of the item type themselves."""
+        edge = self._edge(flat, attribute) if self.rng.random() < 0.5 else None
+        return edge if edge is not None and edge.strip() else self._candidate(flat, attribute)
+
+    def _length_edges(self, flat: FlatSimple, attribute: bool) -> list:
+        """Texts exactly as long as the length facets allow; the empty text where the type has one."""
+        lengths = {flat.bound(f) for f in ("length", "min_length", "max_length")} - {None}
+        if flat.builtin in _EMPTY_ALLOWED:
+            lengths.add(0)
+        edges = []
+        for length in sorted(lengths):
+            if length == 0:
+                # Only whitespace is empty too once collapsed, and a text of its own for xs:string.
+                edges += ["", self.rng.choice(_WHITESPACE_RUNS)] if not attribute else []
+            else:
+                edges.append("".join(self.rng.choice("aZé_λx") for _ in range(length)))
+        return edges
+
+    def _integer_edges(self, flat: FlatSimple) -> list:
+        """The bounds, spelled plainly, with a plus sign and with leading zeros; zero with either sign;
+        the checkable limit where the type has no bound."""
+        low, high = _integer_range(flat)
+        numbers = [0, low if low is not None else -_CHECKABLE_INTEGER,
+                   high if high is not None else _CHECKABLE_INTEGER]
+        edges = ["-0", "+0"]
+        for number in numbers:
+            sign = "-" if number < 0 else ""
+            edges += [str(number), sign + "0" + str(abs(number))]
+            if number >= 0:
+                edges.append("+" + str(number))
+        return edges
+
+    def _real_edges(self, flat: FlatSimple) -> list:
+        edges = ["0", "-0", "0.0", ".5", "5.", "+1"]
+        if flat.builtin in _REAL_LIMITS:
+            largest, smallest = _REAL_LIMITS[flat.builtin]
+            edges += ["INF", "-INF", "NaN", largest, "-" + largest, smallest, "-" + smallest, "1e+3", "-1E-3",
+                      "0E0", "-0.0e-0"]
+        for facet in ("min_inclusive", "max_inclusive"):
+            bound = flat.bound(facet)
+            if bound is not None:
+                number = Decimal(bound)
+                # The bound as written and the same number spelled otherwise (100.0, 1E+2).
+                edges += [bound, str(number.normalize())]
+                if flat.builtin != "decimal":
+                    edges.append("%sE0" % bound)
+        return edges
+
+    # --- whitespace ---------------------------------------------------------
+
+    def _maybe_padded(self, flat: FlatSimple, value: str, attribute: bool) -> str:
+        if not _paddable(flat) or self.rng.random() >= PADDING_SHARE:
+            return value
+        padded = self._padded(value, attribute)
+        return padded if is_valid(flat, padded) else value
+
+    def _padded(self, value: str, attribute: bool) -> str:
+        """The value with whitespace before and after it and, outside attributes, runs of
+        whitespace for each space inside it (between list items or words of a token)."""
+        rng = self.rng
+        inner = value if attribute else re.sub(" ", lambda _: rng.choice(_WHITESPACE_RUNS), value)
+        before = rng.choice([""] + _WHITESPACE_RUNS)
+        after = "" if value.strip() in _SPECIAL_REALS else rng.choice([""] + _WHITESPACE_RUNS)
+        if not before and not after:
+            before = rng.choice(_WHITESPACE_RUNS)
+        return before + inner + after
+
+    # --- typical values -----------------------------------------------------
 
     def _candidate(self, flat: FlatSimple, attribute: bool) -> str:
         rng = self.rng
@@ -251,7 +458,7 @@ class ValueDrawer:
     def _builtin_value(self, flat: FlatSimple, attribute: bool) -> str:
         builtin, rng = flat.builtin, self.rng
         if builtin in _INTEGERS:
-            return self._integer(flat, *_INTEGERS[builtin])
+            return self._integer(flat)
         if builtin == "boolean":
             return rng.choice(["true", "false", "true", "false", "1", "0"])
         if builtin in ("float", "double", "decimal"):
@@ -275,13 +482,9 @@ class ValueDrawer:
             return " ".join(self._word() for _ in range(rng.randint(1, 3)))
         return self._text(attribute)
 
-    def _integer(self, flat: FlatSimple, low: Optional[int], high: Optional[int]) -> str:
+    def _integer(self, flat: FlatSimple) -> str:
         rng = self.rng
-        facet_low, facet_high = flat.bound("min_inclusive"), flat.bound("max_inclusive")
-        if facet_low is not None:
-            low = int(Decimal(facet_low)) if low is None else max(low, int(Decimal(facet_low)))
-        if facet_high is not None:
-            high = int(Decimal(facet_high)) if high is None else min(high, int(Decimal(facet_high)))
+        low, high = _integer_range(flat)
         # Past 64 bits, but within the 24 digits that libxml2's schema validator
         # can hold: larger values would make the test documents unverifiable.
         picks = [0, 1, 7, 42, 255, 4096, 2 ** 32, 2 ** 63 - 1, 2 ** 64, 2 ** 79, 10 ** 23 + 1,

@@ -68,6 +68,9 @@ class BoundClass:
     any_attribute: bool = False
     source: str = ""
     configurable: bool = False  # carries the configurable-value attribute set
+    # The class of the named type whose content this class carries as well (the type of a global
+    # element, or the base a type extends or restricts); None when there is none.
+    content_from: Optional[str] = None
 
 
 @dataclass
@@ -83,6 +86,7 @@ class Restriction:
     min_length: Optional[int] = None
     max_length: Optional[int] = None
     whitespace: str = "preserve"
+    constraint_value: bool = False  # a timing or load constraint's value: its bounds fail with code 37
 
 
 @dataclass

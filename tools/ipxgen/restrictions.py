@@ -13,7 +13,7 @@ from __future__ import annotations
 from typing import Optional
 
 from model import Restriction
-from value_types import SimpleValue
+from value_types import SimpleValue, is_list_kind
 
 def _key(value: SimpleValue) -> Optional[tuple]:
     facets = value.facets
@@ -24,20 +24,24 @@ def _key(value: SimpleValue) -> Optional[tuple]:
     lengths = (min_length, max_length)
     if not facets.patterns and not facets.enumerations and bounds == (None,) * 4 and lengths == (None, None):
         return None
-    # Bounds compare numbers of the value's kind, so the kind is part of the check.
-    numeric_kind = value.value_type if bounds != (None,) * 4 else ""
-    return (tuple(facets.patterns), tuple(facets.enumerations), bounds, lengths, numeric_kind)
+    # Bounds compare numbers of the value's kind and lengths of a list count its items, so in either
+    # case the kind is part of the check.
+    counted_kind = bounds != (None,) * 4 or (lengths != (None, None) and is_list_kind(value.value_type))
+    value_kind = value.value_type if counted_kind else ""
+    # Only bounds and lengths fail with a constraint's own code; its patterns and value lists do not.
+    constraint_value = value.constraint_value and (bounds != (None,) * 4 or lengths != (None, None))
+    return (tuple(facets.patterns), tuple(facets.enumerations), bounds, lengths, value_kind, constraint_value)
 
 
 def _sort_key(key: tuple) -> tuple:
-    patterns, enumerations, bounds, lengths, numeric_kind = key
+    patterns, enumerations, bounds, lengths, value_kind, constraint_value = key
     present = (bool(patterns), bool(enumerations), bounds != (None,) * 4, lengths != (None, None))
     category = present.index(True)
 
     def text(items):
         return tuple("" if item is None else str(item) for item in items)
 
-    return (category, patterns, enumerations, text(bounds), text(lengths), numeric_kind)
+    return (category, patterns, enumerations, text(bounds), text(lengths), value_kind, constraint_value)
 
 
 class RestrictionTable:
@@ -64,9 +68,10 @@ class RestrictionTable:
         return None if key is None else self._ids[key]
 
     def _restriction(self, key: tuple) -> Restriction:
-        patterns, enumerations, bounds, lengths, _ = key
+        patterns, enumerations, bounds, lengths, _, constraint_value = key
         value = self._first_seen[key]
         return Restriction(id=self._ids[key], base=value.value_type, patterns=list(patterns),
                            enumerations=list(enumerations), min_inclusive=bounds[0],
                            max_inclusive=bounds[1], min_exclusive=bounds[2], max_exclusive=bounds[3],
-                           min_length=lengths[0], max_length=lengths[1], whitespace=value.whitespace)
+                           min_length=lengths[0], max_length=lengths[1], whitespace=value.whitespace,
+                           constraint_value=constraint_value)

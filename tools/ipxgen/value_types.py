@@ -35,6 +35,7 @@ class SimpleValue:
     facets: Facets = field(default_factory=Facets)
     whitespace: str = "preserve"
     schema_type: str = ""  # the simple type's own name, or the built-in's, for comments
+    constraint_value: bool = False  # held by a timing or load constraint
 
 
 def _builtin_whitespace(local: str) -> str:
@@ -57,10 +58,19 @@ _BUILTIN_BOUNDS = {
 }
 
 
+# The built-in list types hold at least one item; a list type a schema derives itself may be empty.
+_BUILTIN_LISTS = ("NMTOKENS", "IDREFS", "ENTITIES")
+
+
+def is_list_kind(value_type: str) -> bool:
+    return value_type.endswith("_list")
+
+
 def _builtin(local: str) -> SimpleValue:
     minimum, maximum = _BUILTIN_BOUNDS.get(local, (None, None))
+    min_length = 1 if local in _BUILTIN_LISTS else None
     return SimpleValue(_BUILTIN_VALUE_TYPES.get(local, "string"),
-                       Facets(min_inclusive=minimum, max_inclusive=maximum),
+                       Facets(min_inclusive=minimum, max_inclusive=maximum, min_length=min_length),
                        _builtin_whitespace(local), "xs:" + local)
 
 

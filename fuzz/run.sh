@@ -5,7 +5,10 @@
 #   fuzz/run.sh [SECONDS]          build dir: build-fuzz/ (FUZZ_BUILD_DIR overrides it)
 #
 # Seeds are copied at run time into the build dir: the tests' documents, the example, the regression
-# inputs and, when present, the shared corpus of real documents. Inputs that grow coverage stay in
+# inputs, when present the shared corpus of real documents, and random schema-valid documents of every
+# global element of both schemas from tools/ipxgen/instance_gen.py (FUZZ_GENERATED_PER_ELEMENT of
+# each, default 3; the value target gets the numbers, dates and booleans written in them, edge forms
+# included). Inputs that grow coverage stay in
 # <build>/corpus/<target>/ between runs. A crash, leak, timeout or round-trip mismatch fails the run
 # and leaves its input in <build>/artifacts/.
 set -euo pipefail
@@ -13,7 +16,7 @@ cd "$(dirname "$0")/.."
 repo=$(pwd)
 seconds=${1:-60}
 build=${FUZZ_BUILD_DIR:-$repo/build-fuzz}
-targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_values)
+targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_cli_summary fuzz_values)
 
 mkdir -p "$build"
 cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
@@ -41,6 +44,41 @@ for text in 0 -0 +17 9223372036854775807 9223372036854775808 -922337203685477580
             2009-02-28T24:00:00+14:00 2009-06-01T12:00:00.000125-05:30 0x1F; do
   printf '%s' "$text" >"$values/seed$((n++))"
 done
+# Generated documents reach what the samples and the corpus seldom hold: every global element as a
+# document root, vendor blocks, xsi:type, empty lists and texts, values at their limits.
+shared_schema=../shared/ipxact-1685-2009
+if ! command -v python3 >/dev/null 2>&1; then
+  echo "fuzz: python3 not found; no generated documents among the seeds" >&2
+elif [ ! -d "$shared_schema" ]; then
+  echo "fuzz: $shared_schema not found; no generated documents among the seeds" >&2
+else
+  generated=$build/seeds/generated
+  python3 tools/ipxgen/instance_gen.py --all --count "${FUZZ_GENERATED_PER_ELEMENT:-3}" --out-dir "$generated" \
+    --ieee "$shared_schema" >"$build/logs/generate.log" 2>&1 || { cat "$build/logs/generate.log"; exit 1; }
+  for file in "$generated"/*.xml; do
+    cp "$file" "$documents/generated-$(basename "$file")"
+  done
+  python3 - "$generated" "$values" <<'PYTHON'
+import os, re, sys
+import xml.etree.ElementTree as ET
+source, target = sys.argv[1:]
+# Texts and attribute values that read as numbers, dates or booleans; names and prose are left out.
+looks_like_a_value = re.compile(r"[-+]?[0-9.]+([eE][-+]?[0-9]+)?|-?[0-9]{4,}-[0-9].*|INF|-INF|NaN|true|false|"
+                                r"[+-]?(0x|0X|#)?[0-9a-fA-F]+[kmgtKMGT]?|")
+texts = set()
+for name in sorted(os.listdir(source)):
+    if name.endswith(".xml"):
+        for element in ET.parse(os.path.join(source, name)).iter():
+            for text in list(element.attrib.values()) + ([element.text or ""] if len(element) == 0 else []):
+                if len(text) <= 40 and looks_like_a_value.fullmatch(" ".join(text.split())):
+                    texts.add(text)
+for number, text in enumerate(sorted(texts)):
+    with open(os.path.join(target, "generated%d" % number), "w", encoding="utf-8") as out:
+        out.write(text)
+PYTHON
+  echo "fuzz: seeds include $(ls "$generated" | grep -c '\.xml$') generated documents" \
+       "and $(ls "$values" | grep -c '^generated') values from them"
+fi
 
 status=0
 for target in "${targets[@]}"; do

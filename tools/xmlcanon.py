@@ -22,10 +22,16 @@ input/output"; children present on both sides in another order are "order",
 except a vendor element moved to the front of spirit:vendorExtensions, which
 is "typed vendor slot written first".
 
-With --schema (an XSD file; repeatable) two more kinds are told apart, from
-what the schema declares for an element of that name: "empty element written
-with its default" (no text in, the schema default out) and "xsi:type naming
-the declared type dropped".
+With --schema (an XSD file; repeatable) three more kinds are told apart, from
+what the schema declares for an element or attribute of that name: "empty
+element written with its default" (no text in, the schema default out),
+"xsi:type naming the declared type dropped", and "whitespace collapsed by the
+value's type" (the output is the input with whitespace collapsed, and every
+declaration of that name either has a type whose whitespace facet is collapse
+or holds only elements, so both spell one value). Where a declaration of the
+name keeps whitespace (xs:string and its restrictions without such a facet,
+mixed content, no declared type) whitespace can be part of the value and its
+loss stays "whitespace".
 The exit status is 0 when the documents are equal, 1 otherwise.
 """
 
@@ -46,17 +52,25 @@ VENDOR_NAMESPACE = "{http://www.vorlix.com/XMLSchema/ipxact/1.0}"
 
 
 class SchemaFacts:
-    """Per element name, what any declaration of that name says: defaults and declared types."""
+    """Per element name, what any declaration of that name says: defaults and declared types; per
+    element and attribute name, whether every declaration of it collapses whitespace in its value."""
 
     def __init__(self, paths: list):
         sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "ipxgen"))
         import xsd_loader
+        from value_types import _builtin_whitespace
         self._loader = xsd_loader
+        self._builtin_whitespace = _builtin_whitespace
         self.schemas = xsd_loader.SchemaSet()
         for path in paths:
             self.schemas.load(path)
         self.defaults = {}  # "{uri}local" -> {default or fixed text}
         self.types = {}  # "{uri}local" -> {"{uri}type"}
+        # "{uri}local" -> True while no declaration seen so far gives whitespace in its text a meaning.
+        # Elements and attributes apart: one name can be both, with different types.
+        self.element_collapses = {}
+        self.attribute_collapses = {}
+        self._whitespace_of = {}  # id(simple or complex type) -> what _whitespace says of it
         self._seen = set()
         for decl in self.schemas.elements.values():
             self._element(decl)
@@ -64,6 +78,14 @@ class SchemaFacts:
             self._complex_type(complex_type)
         for group in self.schemas.groups.values():
             self._particle(group.particle)
+        for group in self.schemas.attribute_groups.values():
+            self._attribute_uses(group.attributes)
+        for decl in self.schemas.attributes.values():
+            self._attribute(decl)
+
+    def collapses(self, name: str, attribute: bool) -> bool:
+        """Whether a value of that element or attribute name is one value however its whitespace runs."""
+        return (self.attribute_collapses if attribute else self.element_collapses).get(name, False)
 
     def _element(self, decl) -> None:
         if decl.ref is not None or id(decl) in self._seen:
@@ -75,11 +97,72 @@ class SchemaFacts:
                 self.defaults.setdefault(name, set()).add(value)
         if decl.type is not None:
             self.types.setdefault(name, set()).add(str(decl.type))
+        declared = decl.type if decl.type is not None else decl.inline_type
+        # Without a declared type the element is xs:anyType, whose text may be mixed content. A
+        # declaration holding only elements takes no side: whitespace inside it is never a value.
+        whitespace = self._whitespace(declared) if declared is not None else "preserve"
+        collapse = whitespace in ("collapse", "elements")
+        self.element_collapses[name] = self.element_collapses.get(name, True) and collapse
         if isinstance(decl.inline_type, self._loader.ComplexType):
             self._complex_type(decl.inline_type)
 
     def _complex_type(self, complex_type) -> None:
         self._particle(complex_type.particle)
+        self._attribute_uses(complex_type.attributes)
+
+    def _attribute_uses(self, uses) -> None:
+        for use in uses:
+            # A reference has the type of the global declaration it names, which is walked on its own
+            # (and may stand in a schema not loaded, as xml:lang's does).
+            if isinstance(use, self._loader.AttributeDecl) and use.ref is None:
+                self._attribute(use)
+
+    def _attribute(self, decl) -> None:
+        if id(decl) in self._seen:
+            return
+        self._seen.add(id(decl))
+        declared = decl.type if decl.type is not None else decl.inline_type
+        # No declared type is xs:anySimpleType, which keeps whitespace.
+        collapse = declared is not None and self._whitespace(declared) == "collapse"
+        name = str(decl.name)
+        self.attribute_collapses[name] = self.attribute_collapses.get(name, True) and collapse
+
+    def _whitespace(self, declared) -> str:
+        """What whitespace means in text of a type (a QName or an inline type): the facet in force,
+        "preserve", "replace" or "collapse", for a value; "elements" where only elements are held."""
+        loader = self._loader
+        if isinstance(declared, loader.QName):
+            found = self.schemas.type(declared)
+            if isinstance(found, loader.QName):
+                # A built-in; xs:anyType, the one that is not simple, may hold text among elements.
+                return "preserve" if found.local == "anyType" else self._builtin_whitespace(found.local)
+            declared = found
+        if id(declared) in self._whitespace_of:
+            return self._whitespace_of[id(declared)]
+        # A derivation loop, which no valid schema has, ends here, claiming nothing.
+        self._whitespace_of[id(declared)] = "preserve"
+        if isinstance(declared, loader.SimpleType):
+            result = self._simple_whitespace(declared)
+        elif declared.mixed:
+            result = "preserve"
+        elif declared.content == "simple":
+            # Simple content rests on its base; a restriction may tighten the facet, never loosen it.
+            result = declared.simple_facets.whitespace or self._whitespace(declared.base)
+        else:
+            result = "elements"
+        self._whitespace_of[id(declared)] = result
+        return result
+
+    def _simple_whitespace(self, simple_type) -> str:
+        if simple_type.variety == "list":
+            return "collapse"
+        if simple_type.variety == "union":
+            # Each member reads the text with its own facet: " a " stays " a " for a string member.
+            members = list(simple_type.member_types) + list(simple_type.inline_members)
+            facets = {self._whitespace(member) for member in members}
+            return "collapse" if facets == {"collapse"} else "preserve"
+        base = simple_type.base if simple_type.base is not None else simple_type.inline_base
+        return simple_type.facets.whitespace or (self._whitespace(base) if base is not None else "preserve")
 
     def _particle(self, particle) -> None:
         if isinstance(particle, self._loader.ElementDecl):
@@ -196,6 +279,17 @@ def value_kind(first: str, second: str) -> str:
     return "value"
 
 
+def _typed_value_kind(first: str, second: str, name: str, attribute: bool, facts: Optional[SchemaFacts]) -> str:
+    """value_kind, told more where the schema says how the value of that name treats whitespace."""
+    kind = value_kind(first, second)
+    # Only the collapsed input itself: an output that kept some of the whitespace, or put in its own,
+    # is not what reading the value gave.
+    if (kind == "whitespace" and facts is not None and facts.collapses(name, attribute)
+            and " ".join(first.split()) == second):
+        return "whitespace collapsed by the value's type"
+    return kind
+
+
 @dataclass
 class Difference:
     kind: str
@@ -220,8 +314,8 @@ def compare(first: Element, second: Element, path: str = "", facts: Optional[Sch
         elif name not in first.attributes:
             differences.append(Difference("attribute only in output", where, "", second.attributes[name]))
         elif first.attributes[name] != second.attributes[name]:
-            differences.append(Difference(value_kind(first.attributes[name], second.attributes[name]), where,
-                                          first.attributes[name], second.attributes[name]))
+            a, b = first.attributes[name], second.attributes[name]
+            differences.append(Difference(_typed_value_kind(a, b, name, True, facts), where, a, b))
     differences += _compare_texts(first, second, path, facts)
     differences += _compare_children(first, second, path, facts)
     return differences
@@ -235,7 +329,7 @@ def _compare_texts(first: Element, second: Element, path: str, facts: Optional[S
     a, b = "".join(texts_a), "".join(texts_b)
     if a == "" and not first.elements() and facts is not None and b in facts.defaults.get(first.name, ()):
         return [Difference("empty element written with its default", path, a, b)]
-    return [Difference(value_kind(a, b) if a != b else "text split", path, a, b)]
+    return [Difference(_typed_value_kind(a, b, first.name, False, facts) if a != b else "text split", path, a, b)]
 
 
 def _slot_moved_first(parent: str, names_a: list, names_b: list) -> bool:

@@ -37,6 +37,11 @@ public:
   // default one, which writes "<domain>[<severity>]: <text>" to stderr.
   static Handler setHandler(Handler handler);
 
+  // The call site a message names: the manager's own sending helper, on which hosts' message
+  // filters key, rather than wherever in a library the message arose.
+  static constexpr const char* kCallSiteFile = "ComMsgMgr.h";
+  static constexpr int kCallSiteLine = 374;
+
   struct sendMsg {
     static void eval(int severity, const char* file, int line, const std::string& domain,
                      MsgMask mask, const char* format, ...) IPXACT_PRINTF_FORMAT(6, 7);

@@ -328,15 +328,22 @@ int c_xml_reader::ns_id_of_uri(const char* uri) const
 {
     if (!uri || !*uri)
         return -1;
+    for (const s_ns_map* entry = m_ns_map; entry && entry->uri; ++entry)
+        if (std::strcmp(entry->uri, uri) == 0)
+            return entry->id;
+    return 0;
+}
+
+// A caller's text may reuse the address of another text it has let go, so only the parser's interned
+// URIs are cached by address.
+int c_xml_reader::interned_ns_id(const char* uri) const
+{
+    if (!uri || !*uri)
+        return -1;
     for (int i = 0; i < 2; ++i)
         if (m_cached_uri[i] == uri)
             return m_cached_id[i];
-    int id = 0;
-    for (const s_ns_map* entry = m_ns_map; entry && entry->uri; ++entry)
-        if (std::strcmp(entry->uri, uri) == 0) {
-            id = entry->id;
-            break;
-        }
+    const int id = ns_id_of_uri(uri);
     m_cached_uri[1] = m_cached_uri[0];
     m_cached_id[1] = m_cached_id[0];
     m_cached_uri[0] = uri;
@@ -674,10 +681,11 @@ void c_xml_reader::take_element(const token_record& start)
     m_element_local_length = std::strlen(start.local);
     m_element_prefix = start.prefix;
     m_element_uri = start.uri;
-    m_element_ns_id = ns_id_of_uri(start.uri);
+    m_element_ns_id = interned_ns_id(start.uri);
     m_current_attributes = start.first;
     m_current_attribute_count = start.count;
     m_attribute_index = 0;
+    m_next_tokenised_attribute = 0;
 }
 
 void c_xml_reader::skip_to_next_token()
@@ -753,12 +761,13 @@ bool c_xml_reader::element_is(int nsId, const char* local) const
 
 void c_xml_reader::take_attribute_name()
 {
-    m_attribute_ns_id = ns_id_of_uri(current_attribute().uri);
+    m_attribute_ns_id = interned_ns_id(current_attribute().uri);
 }
 
 bool c_xml_reader::first_attribute()
 {
     m_attribute_index = 0;
+    m_next_tokenised_attribute = 0;
     if (m_current_kind != token_kind::start || m_current_attribute_count == 0)
         return false;
     take_attribute_name();
@@ -770,6 +779,7 @@ bool c_xml_reader::next_attribute()
     if (m_current_kind != token_kind::start || m_attribute_index + 1 >= m_current_attribute_count)
         return false;
     ++m_attribute_index;
+    m_next_tokenised_attribute = m_attribute_index;
     take_attribute_name();
     return true;
 }
@@ -805,6 +815,69 @@ void c_xml_reader::enter()
 void c_xml_reader::advance()
 {
     skip_to_next_token();
+}
+
+void c_xml_reader::move_to_next_tag()
+{
+    if (m_token_count == 0)
+        read_document_element();
+    else
+        skip_to_next_token();
+}
+
+int c_xml_reader::tokenise_element(const s_event_map* map)
+{
+    move_to_next_tag();
+    switch (m_token) {
+    case tok_start:
+        return find_event(map, m_element_ns_id, m_element_local, m_element_local_length);
+    case tok_end:
+        return EVENT_END_TAG;
+    default:
+        return EVENT_END_OF_DOCUMENT;
+    }
+}
+
+int c_xml_reader::tokenise_attribute(const s_event_map* map)
+{
+    if (m_current_kind != token_kind::start || m_next_tokenised_attribute >= m_current_attribute_count)
+        return EVENT_NO_MORE_ATTRIBUTES;
+    m_attribute_index = m_next_tokenised_attribute++;
+    take_attribute_name();
+    const char* local = current_attribute().local;
+    return find_event(map, m_attribute_ns_id, local, std::strlen(local));
+}
+
+int c_xml_reader::tokenise(const s_event_map* map, elxp_attr_elem what)
+{
+    return what == exae_attribute ? tokenise_attribute(map) : tokenise_element(map);
+}
+
+int c_xml_reader::get_element_event(const s_event_map* map, elmx_error* error, std::string* name)
+{
+    name->clear();
+    *error = ELMX_OK;
+    int event;
+    try {
+        event = tokenise_element(map);
+    } catch (const c_lmx_reader_exception& fault) {
+        *error = fault.get_error();
+        return EVENT_END_OF_DOCUMENT;
+    }
+    if (m_token == tok_start)
+        *name = element_qname();
+    return event;
+}
+
+elmx_error c_xml_reader::get_element_value(std::string* value, elmx_whitespace whitespace)
+{
+    try {
+        read_text(value);
+    } catch (const c_lmx_reader_exception& fault) {
+        return fault.get_error();
+    }
+    apply_whitespace(*value, whitespace);
+    return ELMX_OK;
 }
 
 void c_xml_reader::read_text(std::string* text)
@@ -1034,9 +1107,34 @@ bool c_xml_reader::get_namespace(const std::string& prefix, std::string* uri) co
     }
     bool found = false;
     const char* bound = find_in_scope(prefix.empty() ? nullptr : prefix.c_str(), 0, m_scope.size(), &found);
-    if (found)
+    if (found) {
         *uri = bound;
-    return found;
+        return true;
+    }
+    for (auto added = m_added_mappings.rbegin(); added != m_added_mappings.rend(); ++added)
+        if (added->first == prefix) {
+            *uri = added->second;
+            return true;
+        }
+    return false;
+}
+
+void c_xml_reader::add_namespace_mapping(const std::string& prefix, const std::string& uri)
+{
+    m_added_mappings.emplace_back(prefix, uri);
+}
+
+c_cracked_name::c_cracked_name(const c_xml_reader& reader, const std::string& qname) : m_element_ns_id(0)
+{
+    const std::string_view name = trim_xml_whitespace(qname);
+    const size_t colon = name.find(':');
+    const std::string prefix(colon == std::string_view::npos ? std::string_view() : name.substr(0, colon));
+    m_local_name = std::string(colon == std::string_view::npos ? name : name.substr(colon + 1));
+    std::string uri;
+    if (reader.get_namespace(prefix, &uri))
+        m_element_ns_id = reader.ns_id_of_uri(uri.c_str());
+    else if (prefix.empty())
+        m_element_ns_id = -1;
 }
 
 c_xml_reader_memory::c_xml_reader_memory(const c_read_memory& memory, const std::string& sourceName)

@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/lmx60/lmx60_types.h>
 
 namespace lmx60 {
@@ -62,6 +64,26 @@ public:
     void skip_element();
     // From a start tag: keeps the whole element as XML text with the namespaces it uses.
     void capture_element(c_any_info* out);
+    // Elements open at the current token, the current element included; an end tag still counts the
+    // element it closes. Tells a driver whether the reader is back on the end tag of the element it read.
+    size_t nesting_level() const { return m_scope_marks.size(); }
+
+    // The same moves for code written by hand against event maps. Before anything was read, the next
+    // tag is the document element.
+    //
+    // exae_element moves to the next tag, as enter() and advance() do, and returns the event the map
+    // gives a start tag's name (EVENT_UNKNOWN when the map, or a null map, has none), EVENT_END_TAG or
+    // EVENT_END_OF_DOCUMENT. exae_attribute moves to the next attribute of the current start tag not yet
+    // tokenised (first_attribute() and next_attribute() move there too) and returns its event, or
+    // EVENT_NO_MORE_ATTRIBUTES. Faults go through capture_error.
+    int tokenise(const s_event_map* map, elxp_attr_elem what);
+    // tokenise(map, exae_element) with the fault as a value: *error is 0 or the code that stopped the
+    // read, and *name the qualified name of the start tag reached, empty for anything else.
+    int get_element_event(const s_event_map* map, elmx_error* error, std::string* name);
+    int get_element_event(elmx_error* error, std::string* name) { return get_element_event(nullptr, error, name); }
+    // read_text() with the whitespace rule of the value's type applied; returns the code that stopped
+    // the read, or 0.
+    elmx_error get_element_value(std::string* value, elmx_whitespace whitespace);
 
     // Records the fault and asks the handler what to do; with no handler a non-zero code unwinds
     // the read with c_lmx_reader_exception.
@@ -88,8 +110,15 @@ public:
     // Counts the tokens passed so far, so that a caller can tell whether a step consumed anything.
     size_t token_count() const { return m_token_count; }
 
-    // Resolves a prefix in the scope of the current element (for xsi:type values).
+    // Resolves a prefix in the scope of the current element (for xsi:type values), then among the
+    // mappings added by the host.
     bool get_namespace(const std::string& prefix, std::string* uri) const;
+    // Binds a prefix for get_namespace where the document itself does not: a fragment read on its own
+    // (a captured element) may hold values whose prefixes were declared around it. The document's own
+    // declarations win; a later mapping of the same prefix replaces an earlier one. An empty prefix is
+    // the default namespace. The parser still requires the names of elements and attributes to be
+    // declared in the document.
+    void add_namespace_mapping(const std::string& prefix, const std::string& uri);
     int ns_id_of_uri(const char* uri) const;
 
 protected:
@@ -172,7 +201,12 @@ private:
     elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
                                 int documentLine);
     void take_attribute_name();
+    // ns_id_of_uri for the parser's interned URIs, whose addresses identify them.
+    int interned_ns_id(const char* uri) const;
     void skip_to_next_token();
+    void move_to_next_tag();
+    int tokenise_element(const s_event_map* map);
+    int tokenise_attribute(const s_event_map* map);
 
     void* m_parser = nullptr;  // xmlParserCtxtPtr; kept opaque so hosts need no libxml2 headers
     bool m_input_available = false;
@@ -192,9 +226,11 @@ private:
     size_t m_current_attributes = 0;
     size_t m_current_attribute_count = 0;
     size_t m_attribute_index = 0;
+    size_t m_next_tokenised_attribute = 0;
     std::vector<ns_binding> m_scope;   // declarations in scope of the current token
     std::vector<size_t> m_scope_marks; // where each open element's declarations begin in m_scope
     bool m_leave_scope = false;        // the current token is an end tag, whose scope ends on the next step
+    std::vector<std::pair<std::string, std::string>> m_added_mappings;  // prefix, uri; by add_namespace_mapping
 
     const s_ns_map* m_ns_map = nullptr;
     token m_token = tok_eof;
@@ -215,6 +251,24 @@ private:
     reader_error_handler m_handler;
     std::string m_leading_bytes;
     parser_fault m_fault;  // the fault the read stopped on
+};
+
+// A qualified name met as a value ("spirit:portType" in xsi:type), split and resolved in the reader's
+// scope where the value was read.
+class c_cracked_name {
+public:
+    // Surrounding whitespace is dropped, as for any QName value.
+    c_cracked_name(const c_xml_reader& reader, const std::string& qname);
+
+    const std::string& get_local_name() const { return m_local_name; }
+    // The id the reader's namespace map gives the name read as an element name, so an unprefixed name
+    // is in the default namespace: -1 for no namespace, 0 for a namespace the map does not know and for
+    // a prefix declared nowhere.
+    int get_element_ns_id() const { return m_element_ns_id; }
+
+private:
+    std::string m_local_name;
+    int m_element_ns_id;
 };
 
 struct c_read_memory {

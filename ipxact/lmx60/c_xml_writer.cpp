@@ -121,7 +121,10 @@ void c_xml_writer::start_element(const char* qname)
     m_start_tag_open = true;
     if (!m_wrote_root) {
         m_wrote_root = true;
-        write_ns_declarations(m_selected_map);
+        if (m_selected_map) {
+            write_ns_declarations(m_selected_map);
+            m_root_declared = true;
+        }
     }
     if (m_buffer.size() > kFlushThreshold)
         flush();
@@ -154,8 +157,21 @@ void c_xml_writer::write_ns_declarations(const s_ns_map* map)
 
 void c_xml_writer::conditionally_select_ns_map(const s_ns_map* map)
 {
-    if (!m_wrote_root)
+    m_offered_map = map;
+    if (!m_root_declared && (!m_wrote_root || outermost_start_tag_open()))
         m_selected_map = map;
+}
+
+void c_xml_writer::conditionally_write_ns_attrs(bool declareNested)
+{
+    if (outermost_start_tag_open()) {
+        if (!m_root_declared && m_selected_map) {
+            write_ns_declarations(m_selected_map);
+            m_root_declared = true;
+        }
+    } else if (declareNested && m_start_tag_open) {
+        write_ns_declarations(m_offered_map);
+    }
 }
 
 void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
@@ -199,14 +215,52 @@ elmx_error c_xml_writer::text(const std::string& value, const char* item)
     return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
 }
 
-bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
+elmx_error c_xml_writer::converted_attribute(const char* qname, text_converter convert, const std::string& value)
+{
+    m_buffer += defaults().attribute_nl;
+    m_buffer += defaults().attribute_tab;
+    m_buffer += qname;
+    m_buffer += "=\"";
+    bool clean = write_escaped(converted(convert, value), true, true);
+    m_buffer += '"';
+    if (!clean)
+        return capture_error(ELMX_BAD_CHARACTER, qname, __FILE__, __LINE__);
+    return ELMX_OK;
+}
+
+elmx_error c_xml_writer::converted_text(text_converter convert, const std::string& value, const char* item)
+{
+    close_start_tag();
+    bool clean = write_escaped(converted(convert, value), false, true);
+    if (m_buffer.size() > kFlushThreshold)
+        flush();
+    return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
+}
+
+const std::string& c_xml_writer::converted(text_converter convert, const std::string& value)
+{
+    static thread_local std::string text;
+    m_converted.str(std::string());
+    m_converted.clear();
+    convert(m_converted, value);
+    text = m_converted.str();
+    return text;
+}
+
+// `markupEscaped`: the value comes from a conversion hook that escaped it as character data already;
+// only what an attribute needs besides (quotes, tabs, line breaks) is escaped here, and every
+// character is still checked.
+bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute, bool markupEscaped)
 {
     const unsigned char* p = reinterpret_cast<const unsigned char*>(value.data());
     const unsigned char* end = p + value.size();
     const unsigned char* run = p;
     while (p < end) {
         unsigned char c = *p;
-        if (const char* replacement = xml_escape(static_cast<char>(c), inAttribute)) {
+        const char* replacement = xml_escape(static_cast<char>(c), inAttribute);
+        if (markupEscaped && xml_escape(static_cast<char>(c), false))
+            replacement = nullptr;  // escaped by the hook already
+        if (replacement) {
             m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
             m_buffer += replacement;
             run = ++p;
@@ -239,6 +293,28 @@ void c_xml_writer::any_element(const c_any_info& any)
     indent();
     m_buffer += any.get_xml();
     m_buffer += defaults().nl;
+}
+
+elmx_error c_xml_writer::marshal_element_impl(const char* name, c_untyped_marshal_bridge& bridge,
+                                              const s_ns_map* map)
+{
+    if (!name) {
+        fail_stream();
+        return ELMX_WRITE_FAILED;
+    }
+    if (!bridge.is_value_set())
+        return ELMX_OK;
+    conditionally_select_ns_map(map);
+    elmx_error result;
+    try {
+        // A declaration that fails leaves the element open, so it is closed below all the same.
+        start_element(name);
+        result = text(bridge.get_text(), name);
+    } catch (const c_lmx_exception& fault) {
+        result = fault.get_error();
+    }
+    end_element(name);
+    return result;
 }
 
 elmx_error c_xml_writer::capture_error(elmx_error code, const std::string& item, const char* file, int line)

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,17 @@ namespace lmx60 {
 class c_any_info;
 
 using writer_error_handler = std::function<elmx_error(elmx_error code, const std::string& item, int line)>;
+
+// The writer's view of one simple member: whether it holds a value, and the value as text. The text is
+// escaped by the writer, so a bridge gives it as the host means it.
+class c_untyped_marshal_bridge {
+public:
+    virtual bool is_value_set() const = 0;
+    virtual std::string get_text() const = 0;
+
+protected:
+    ~c_untyped_marshal_bridge() = default;
+};
 
 class c_xml_writer {
 public:
@@ -38,11 +50,28 @@ public:
     void end_element(const char* qname);
     elmx_error attribute(const char* qname, const std::string& value);
     elmx_error text(const std::string& value, const char* item);
+    // A string value that goes out through a text conversion hook, which writes it escaped onto a
+    // stream (custom_output_convert_to_xml); the writer checks what the hook wrote and, in an
+    // attribute, keeps tabs and line breaks from being normalised away.
+    using text_converter = std::ostream& (*)(std::ostream& os, const std::string& value);
+    elmx_error converted_attribute(const char* qname, text_converter convert, const std::string& value);
+    elmx_error converted_text(text_converter convert, const std::string& value, const char* item);
     // A captured element, written as it was read.
     void any_element(const c_any_info& any);
+    // One simple member as an element of its own, offering `map` for it; nothing when the member holds
+    // no value. A null name fails the stream (code 14). A fault in the text comes back as its code, the
+    // element still closed so that what follows stays well-formed.
+    elmx_error marshal_element_impl(const char* name, c_untyped_marshal_bridge& bridge, const s_ns_map* map);
 
-    // Offers the namespace map of the element about to be written; only the outermost one counts.
+    // Offers the namespace map of the element about to be written, or of the one just started; only
+    // the outermost element's counts. A map selected before the outermost element starts is declared
+    // on it at once.
     void conditionally_select_ns_map(const s_ns_map* map);
+    // For an element started before its map was offered: declares the selected map on the outermost
+    // element's start tag, once, while that tag is still open. With `declareNested` a nested element
+    // whose start tag is open also declares the bindings of the map last offered that are not in scope
+    // there, for an element written inside content the writer did not declare (a host's own wrapper).
+    void conditionally_write_ns_attrs(bool declareNested);
     // Declares prefix -> uri on the open start tag unless that binding is already in scope.
     void ensure_namespace(const char* prefix, const char* uri);
 
@@ -64,8 +93,10 @@ public:
 private:
     void close_start_tag();
     void indent();
-    bool write_escaped(const std::string& value, bool inAttribute);
+    bool write_escaped(const std::string& value, bool inAttribute, bool markupEscaped = false);
+    const std::string& converted(text_converter convert, const std::string& value);
     void write_ns_declarations(const s_ns_map* map);
+    bool outermost_start_tag_open() const { return m_start_tag_open && m_open.size() == 1; }
     // The output line being written, counted from 1, so that a fault can say where it happened.
     int current_line() const;
 
@@ -79,12 +110,15 @@ private:
     size_t m_flushed_line_breaks = 0;
     std::vector<open_element> m_open;
     std::vector<std::pair<std::string, std::string>> m_ns_scope;  // prefix, uri
-    const s_ns_map* m_selected_map = nullptr;
+    const s_ns_map* m_selected_map = nullptr;  // for the outermost element
+    const s_ns_map* m_offered_map = nullptr;   // the last one offered, at any depth
     bool m_start_tag_open = false;
     bool m_wrote_root = false;
+    bool m_root_declared = false;  // the selected map's declarations are written
     int m_expected_type = 0;
     s_debug_error m_debug;
     writer_error_handler m_handler;
+    std::ostringstream m_converted;  // reused by every converted value
 };
 
 }  // namespace lmx60

@@ -11,22 +11,9 @@ void vtostring(std::string& out, const std::string& in)
 
 std::ostream& output_convert_to_xml(std::ostream& os, const std::string& in)
 {
-    size_t run = 0;
-    for (size_t i = 0; i < in.size(); ++i) {
-        const char* replacement = nullptr;
-        switch (in[i]) {
-        case '&': replacement = "&amp;"; break;
-        case '<': replacement = "&lt;"; break;
-        case '>': replacement = "&gt;"; break;
-        case '"': replacement = "&quot;"; break;
-        case '\r': replacement = "&#13;"; break;
-        default: continue;
-        }
-        os.write(in.data() + run, static_cast<std::streamsize>(i - run));
-        os << replacement;
-        run = i + 1;
-    }
-    return os.write(in.data() + run, static_cast<std::streamsize>(in.size() - run));
+    std::string escaped;
+    append_xml_escaped(escaped, in.data(), in.size(), false);
+    return os.write(escaped.data(), static_cast<std::streamsize>(escaped.size()));
 }
 
 std::ostream& output_convert_to_xml(std::ostream& os, bool value)

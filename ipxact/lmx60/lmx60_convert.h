@@ -11,7 +11,7 @@ namespace lmx60 {
 
 // Stores text read from XML into a string member.
 void vtostring(std::string& out, const std::string& in);
-// Writes a string as escaped XML character data; returns the stream.
+// Writes a string as escaped XML character data (the writer's own escaping); returns the stream.
 std::ostream& output_convert_to_xml(std::ostream& os, const std::string& in);
 std::ostream& output_convert_to_xml(std::ostream& os, bool value);
 std::ostream& output_convert_to_xml(std::ostream& os, float value);

@@ -45,7 +45,7 @@ struct temporary_file_guard {
     ~temporary_file_guard()
     {
         if (!keep && !path.empty())
-            std::remove(path.c_str());
+            remove(path.c_str());
     }
 };
 
@@ -75,6 +75,13 @@ elmx_error write_file_atomically(const char* file, const std::function<elmx_erro
         return ELMX_NO_FILE;
     temporary.keep = true;
     return ELMX_OK;
+}
+
+elmx_error remove(const char* file)
+{
+    if (!file || !*file)
+        return ELMX_NO_FILE;
+    return ::unlink(file) == 0 ? ELMX_OK : ELMX_NO_FILE;
 }
 
 elmx_error run_marshal(const std::function<elmx_error()>& marshal)

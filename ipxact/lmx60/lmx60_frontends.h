@@ -23,6 +23,10 @@ namespace lmx60 {
 // only when everything was written; otherwise the temporary is removed and an earlier `file` stays.
 elmx_error write_file_atomically(const char* file, const std::function<elmx_error(std::ostream&)>& write);
 
+// Deletes a file, such as one left half written: 0 when it is gone, 1 when there was no such file or it
+// could not be deleted. A name that turns out to be a directory's is refused, never removed.
+elmx_error remove(const char* file);
+
 // Runs a writer-side marshal and turns the runtime's unwinding into a code.
 elmx_error run_marshal(const std::function<elmx_error()>& marshal);
 

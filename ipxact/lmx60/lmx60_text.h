@@ -44,6 +44,9 @@ std::string format_bool(bool value);
 std::string format_double(double value);
 std::string format_float(float value);
 
+// What a float member holds before a value is stored: positive zero, which is written as "0".
+constexpr float float_zero() { return 0.0f; }
+
 void append_double(std::string& out, double value);
 void append_float(std::string& out, float value);
 void append_long_long(std::string& out, long long value);

@@ -25,6 +25,18 @@ struct s_event_map {
 
 enum { EVENT_END_OF_TABLE = 1, EVENT_UNKNOWN = 0 };
 
+// What the reader's tokeniser reports besides a name's own event. Names in event maps take numbers from
+// EVENT_FIRST_NAME up, so that a reading switch can tell these apart from any name.
+enum {
+    EVENT_END_TAG = 2,              // the element being read ends here
+    EVENT_NO_MORE_ATTRIBUTES = 3,   // every attribute of the start tag has been tokenised
+    EVENT_END_OF_DOCUMENT = 4,      // nothing more can be read: past the document element, or stopped by a fault
+    EVENT_FIRST_NAME = 14
+};
+
+// Whether the tokeniser moves to the next attribute of the current start tag or to the next tag.
+enum elxp_attr_elem { exae_attribute, exae_element };
+
 // Looks a name up in an event map; EVENT_UNKNOWN when absent.
 int find_event(const s_event_map* map, int nsId, const char* name, size_t length);
 

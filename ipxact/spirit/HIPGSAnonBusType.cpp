@@ -141,25 +141,25 @@ void HIPGSAnonBusType::select_BusType()
     select_alternative(*this, s_class_info, 0);
 }
 
-const HIPGSVlnvRegExpType& HIPGSAnonBusType::getBusType() const
+const HIPGSInterfaceRefType& HIPGSAnonBusType::getBusType() const
 {
     validationAssertion(m_choice_id == 0, false);
     return m_BusType.get();
 }
 
-HIPGSVlnvRegExpType& HIPGSAnonBusType::getBusType()
+HIPGSInterfaceRefType& HIPGSAnonBusType::getBusType()
 {
     select_BusType();
     return m_BusType.get();
 }
 
-void HIPGSAnonBusType::assignBusType(const HIPGSVlnvRegExpType& value)
+void HIPGSAnonBusType::assignBusType(const HIPGSInterfaceRefType& value)
 {
     select_BusType();
     m_BusType.assign(value);
 }
 
-HIPGSVlnvRegExpType* HIPGSAnonBusType::assignBusType(HIPGSVlnvRegExpType* child)
+HIPGSInterfaceRefType* HIPGSAnonBusType::assignBusType(HIPGSInterfaceRefType* child)
 {
     select_BusType();
     return m_BusType.assign(child);
@@ -175,25 +175,25 @@ void HIPGSAnonBusType::select_AbstractionType()
     select_alternative(*this, s_class_info, 1);
 }
 
-const HIPGSVlnvRegExpType& HIPGSAnonBusType::getAbstractionType() const
+const HIPGSInterfaceRefType& HIPGSAnonBusType::getAbstractionType() const
 {
     validationAssertion(m_choice_id == 1, false);
     return m_AbstractionType.get();
 }
 
-HIPGSVlnvRegExpType& HIPGSAnonBusType::getAbstractionType()
+HIPGSInterfaceRefType& HIPGSAnonBusType::getAbstractionType()
 {
     select_AbstractionType();
     return m_AbstractionType.get();
 }
 
-void HIPGSAnonBusType::assignAbstractionType(const HIPGSVlnvRegExpType& value)
+void HIPGSAnonBusType::assignAbstractionType(const HIPGSInterfaceRefType& value)
 {
     select_AbstractionType();
     m_AbstractionType.assign(value);
 }
 
-HIPGSVlnvRegExpType* HIPGSAnonBusType::assignAbstractionType(HIPGSVlnvRegExpType* child)
+HIPGSInterfaceRefType* HIPGSAnonBusType::assignAbstractionType(HIPGSInterfaceRefType* child)
 {
     select_AbstractionType();
     return m_AbstractionType.assign(child);

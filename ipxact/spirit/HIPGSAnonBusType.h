@@ -9,6 +9,7 @@
 
 namespace HIPGSpirit {
 
+class HIPGSInterfaceRefType;
 class HIPGSSystemToolType;
 class HIPGSVlnvRegExpType;
 
@@ -40,20 +41,20 @@ public:
     bool unmarshal(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
 
     // vorlix:busType, 1..1
-    const HIPGSVlnvRegExpType& getBusType() const;
-    HIPGSVlnvRegExpType& getBusType();
-    void assignBusType(const HIPGSVlnvRegExpType& value);
+    const HIPGSInterfaceRefType& getBusType() const;
+    HIPGSInterfaceRefType& getBusType();
+    void assignBusType(const HIPGSInterfaceRefType& value);
     // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVlnvRegExpType* assignBusType(HIPGSVlnvRegExpType* child);
+    HIPGSInterfaceRefType* assignBusType(HIPGSInterfaceRefType* child);
     bool isSetBusType() const { return m_BusType.is_set(); }
     void unsetBusType();
 
     // vorlix:abstractionType, 1..1
-    const HIPGSVlnvRegExpType& getAbstractionType() const;
-    HIPGSVlnvRegExpType& getAbstractionType();
-    void assignAbstractionType(const HIPGSVlnvRegExpType& value);
+    const HIPGSInterfaceRefType& getAbstractionType() const;
+    HIPGSInterfaceRefType& getAbstractionType();
+    void assignAbstractionType(const HIPGSInterfaceRefType& value);
     // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVlnvRegExpType* assignAbstractionType(HIPGSVlnvRegExpType* child);
+    HIPGSInterfaceRefType* assignAbstractionType(HIPGSInterfaceRefType* child);
     bool isSetAbstractionType() const { return m_AbstractionType.is_set(); }
     void unsetAbstractionType();
 
@@ -91,8 +92,8 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_complex_single<HIPGSVlnvRegExpType> m_BusType;  // vorlix:busType, 1..1
-    lmx60::ct_complex_single<HIPGSVlnvRegExpType> m_AbstractionType;  // vorlix:abstractionType, 1..1
+    lmx60::ct_complex_single<HIPGSInterfaceRefType> m_BusType;  // vorlix:busType, 1..1
+    lmx60::ct_complex_single<HIPGSInterfaceRefType> m_AbstractionType;  // vorlix:abstractionType, 1..1
     lmx60::ct_complex_single<HIPGSVlnvRegExpType> m_ComponentType;  // vorlix:componentType, 1..1
     lmx60::ct_complex_single<HIPGSSystemToolType> m_SystemTool;  // vorlix:systemTool, 1..1
     lmx60::ct_simple_single<std::string> m_Custom;  // vorlix:custom, 1..1
@@ -102,6 +103,7 @@ protected:
 
 }  // namespace HIPGSpirit
 
+#include <ipxact/spirit/HIPGSInterfaceRefType.h>
 #include <ipxact/spirit/HIPGSSystemToolType.h>
 #include <ipxact/spirit/HIPGSVlnvRegExpType.h>
 

@@ -129,25 +129,25 @@ void HIPGSAnonComponentRef::select_ComponentRef()
     select_alternative(*this, s_class_info, 0);
 }
 
-const HIPGSLibraryRefType& HIPGSAnonComponentRef::getComponentRef() const
+const HIPGSComponentRefType& HIPGSAnonComponentRef::getComponentRef() const
 {
     validationAssertion(m_choice_id == 0, false);
     return m_ComponentRef.get();
 }
 
-HIPGSLibraryRefType& HIPGSAnonComponentRef::getComponentRef()
+HIPGSComponentRefType& HIPGSAnonComponentRef::getComponentRef()
 {
     select_ComponentRef();
     return m_ComponentRef.get();
 }
 
-void HIPGSAnonComponentRef::assignComponentRef(const HIPGSLibraryRefType& value)
+void HIPGSAnonComponentRef::assignComponentRef(const HIPGSComponentRefType& value)
 {
     select_ComponentRef();
     m_ComponentRef.assign(value);
 }
 
-HIPGSLibraryRefType* HIPGSAnonComponentRef::assignComponentRef(HIPGSLibraryRefType* child)
+HIPGSComponentRefType* HIPGSAnonComponentRef::assignComponentRef(HIPGSComponentRefType* child)
 {
     select_ComponentRef();
     return m_ComponentRef.assign(child);

@@ -9,7 +9,7 @@
 
 namespace HIPGSpirit {
 
-class HIPGSLibraryRefType;
+class HIPGSComponentRefType;
 
 class HIPGSAnonComponentRef : public HIPGSChoiceContent {
 public:
@@ -39,11 +39,11 @@ public:
     bool unmarshal(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
 
     // vorlix:componentRef, 1..1
-    const HIPGSLibraryRefType& getComponentRef() const;
-    HIPGSLibraryRefType& getComponentRef();
-    void assignComponentRef(const HIPGSLibraryRefType& value);
+    const HIPGSComponentRefType& getComponentRef() const;
+    HIPGSComponentRefType& getComponentRef();
+    void assignComponentRef(const HIPGSComponentRefType& value);
     // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSLibraryRefType* assignComponentRef(HIPGSLibraryRefType* child);
+    HIPGSComponentRefType* assignComponentRef(HIPGSComponentRefType* child);
     bool isSetComponentRef() const { return m_ComponentRef.is_set(); }
     void unsetComponentRef();
 
@@ -60,7 +60,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_complex_single<HIPGSLibraryRefType> m_ComponentRef;  // vorlix:componentRef, 1..1
+    lmx60::ct_complex_single<HIPGSComponentRefType> m_ComponentRef;  // vorlix:componentRef, 1..1
     lmx60::ct_simple_single<std::string> m_LegacyRef;  // vorlix:legacyRef, 1..1
 
     static const MemberInfo s_members[];
@@ -68,6 +68,6 @@ protected:
 
 }  // namespace HIPGSpirit
 
-#include <ipxact/spirit/HIPGSLibraryRefType.h>
+#include <ipxact/spirit/HIPGSComponentRefType.h>
 
 #endif

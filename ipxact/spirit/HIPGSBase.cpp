@@ -35,9 +35,11 @@ bool schema_debug_enabled()
 void send(int severity, const char* format, const char* first, const char* second = nullptr)
 {
     if (second)
-        ComMsgMgr::sendMsg::eval(severity, __FILE__, __LINE__, kDomain, kMask, format, first, second);
+        ComMsgMgr::sendMsg::eval(severity, ComMsgMgr::kCallSiteFile, ComMsgMgr::kCallSiteLine, kDomain, kMask,
+                                 format, first, second);
     else
-        ComMsgMgr::sendMsg::eval(severity, __FILE__, __LINE__, kDomain, kMask, format, first);
+        ComMsgMgr::sendMsg::eval(severity, ComMsgMgr::kCallSiteFile, ComMsgMgr::kCallSiteLine, kDomain, kMask,
+                                 format, first);
 }
 
 std::string trimmed(const std::string& text)

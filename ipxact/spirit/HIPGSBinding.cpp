@@ -560,7 +560,9 @@ lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& ob
     writer.start_element(name);
     int expected = writer.get_expected_type();
     writer.set_expected_type(0);
-    if (expected != 0 && info.type_id != 0 && expected != info.type_id) {
+    const bool belowDocumentElement = writer.depth() > 1;
+    if ((expected != 0 && info.type_id != 0 && expected != info.type_id) ||
+        (info.type_always_written && belowDocumentElement)) {
         writer.ensure_namespace("xsi", kXsiNamespaceUri);
         writer.attribute("xsi:type", info.type_qname);
     }
@@ -747,6 +749,23 @@ bool read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::
             items->push_back(text.substr(start, i - start));
     }
     return true;
+}
+
+void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& value)
+{
+    switch (member.kind) {
+    case MemberKind::attribute:
+        writer.converted_attribute(member.qname, lmx60::custom_output_convert_to_xml, value);
+        break;
+    case MemberKind::simple_content:
+        writer.converted_text(lmx60::custom_output_convert_to_xml, value, member.qname);
+        break;
+    default:
+        writer.start_element(member.qname);
+        writer.converted_text(lmx60::custom_output_convert_to_xml, value, member.qname);
+        writer.end_element(member.qname);
+        break;
+    }
 }
 
 void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text)

@@ -93,6 +93,7 @@ struct ClassInfo {
     int32_t type_id;           // derivation family id, 0 outside families
     const char* type_qname;    // written as "xsi:type" where the family root is expected
     const DerivedType* derived;  // types that may replace this one, ended by a null type_name
+    bool type_always_written = false;  // "xsi:type" on every element of this type below the document element
 };
 
 // Choices hold which alternative is current; the alternatives themselves are ordinary members.
@@ -220,6 +221,10 @@ bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
     value = std::move(parsed);
     return true;
 }
+
+// A string member goes out through the text conversion hook (custom_output_convert_to_xml), as it
+// came in through the reading hook.
+void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& value);
 
 template <class V>
 void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const V& value)

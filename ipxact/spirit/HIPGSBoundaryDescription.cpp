@@ -18,7 +18,7 @@ const lmx60::s_event_map HIPGSBoundaryDescription::attr_event_map[] = {
 
 
 const MemberInfo HIPGSBoundaryDescription::s_members[] = {
-    {MemberKind::attribute, 1000, "boundaryDescriptionJSON", "vorlix:boundaryDescriptionJSON", 36, 1, 1, nullptr, ops<&HIPGSBoundaryDescription::m_BoundaryDescriptionJSONAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "boundaryDescriptionJSON", "vorlix:boundaryDescriptionJSON", 36, 0, 1, nullptr, ops<&HIPGSBoundaryDescription::m_BoundaryDescriptionJSONAttr>(), &lmx60::validation_spec_empty},
 };
 
 

@@ -34,16 +34,18 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:boundaryDescriptionJSON, required
+    // @vorlix:boundaryDescriptionJSON, optional
     const std::string& getBoundaryDescriptionJSONAttr() const { return m_BoundaryDescriptionJSONAttr.get(); }
     lmx60::elmx_error setBoundaryDescriptionJSONAttr(const std::string& value);
+    bool isSetBoundaryDescriptionJSONAttr() const { return m_BoundaryDescriptionJSONAttr.is_set(); }
+    void unsetBoundaryDescriptionJSONAttr() { m_BoundaryDescriptionJSONAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_BoundaryDescriptionJSONAttr;  // @vorlix:boundaryDescriptionJSON, required
+    lmx60::ct_simple_optional<std::string> m_BoundaryDescriptionJSONAttr;  // @vorlix:boundaryDescriptionJSON, optional
 
     static const MemberInfo s_members[];
 };

@@ -20,8 +20,8 @@ const lmx60::s_event_map HIPGSChecksumType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSChecksumType::s_members[] = {
-    {MemberKind::attribute, 1000, "scope", "vorlix:scope", 203, 1, 1, nullptr, ops<&HIPGSChecksumType::m_ScopeAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "value", "vorlix:value", 265, 1, 1, nullptr, ops<&HIPGSChecksumType::m_ValueAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "scope", "vorlix:scope", 203, 0, 1, nullptr, ops<&HIPGSChecksumType::m_ScopeAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "value", "vorlix:value", 265, 0, 1, nullptr, ops<&HIPGSChecksumType::m_ValueAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "ref", "vorlix:ref", 193, 0, 1, nullptr, ops<&HIPGSChecksumType::m_RefAttr>(), &lmx60::validation_spec_empty},
 };
 

@@ -34,13 +34,17 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:scope, required
+    // @vorlix:scope, optional
     const std::string& getScopeAttr() const { return m_ScopeAttr.get(); }
     lmx60::elmx_error setScopeAttr(const std::string& value);
+    bool isSetScopeAttr() const { return m_ScopeAttr.is_set(); }
+    void unsetScopeAttr() { m_ScopeAttr.unset(); }
 
-    // @vorlix:value, required
+    // @vorlix:value, optional
     const std::string& getValueAttr() const { return m_ValueAttr.get(); }
     lmx60::elmx_error setValueAttr(const std::string& value);
+    bool isSetValueAttr() const { return m_ValueAttr.is_set(); }
+    void unsetValueAttr() { m_ValueAttr.unset(); }
 
     // @vorlix:ref, optional
     const std::string& getRefAttr() const { return m_RefAttr.get(); }
@@ -53,8 +57,8 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_ScopeAttr;  // @vorlix:scope, required
-    lmx60::ct_simple_single<std::string> m_ValueAttr;  // @vorlix:value, required
+    lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @vorlix:scope, optional
+    lmx60::ct_simple_optional<std::string> m_ValueAttr;  // @vorlix:value, optional
     lmx60::ct_simple_optional<std::string> m_RefAttr;  // @vorlix:ref, optional
 
     static const MemberInfo s_members[];

@@ -20,7 +20,7 @@ const lmx60::s_event_map HIPGSComponentRefModeType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSComponentRefModeType::s_members[] = {
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSComponentRefModeType::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSComponentRefModeType::m_NameAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "qualifier1", "vorlix:qualifier1", 190, 0, 1, nullptr, ops<&HIPGSComponentRefModeType::m_Qualifier1Attr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "qualifier2", "vorlix:qualifier2", 191, 0, 1, nullptr, ops<&HIPGSComponentRefModeType::m_Qualifier2Attr>(), &lmx60::validation_spec_empty},
 };

@@ -34,9 +34,11 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:name, required
+    // @vorlix:name, optional
     const std::string& getNameAttr() const { return m_NameAttr.get(); }
     lmx60::elmx_error setNameAttr(const std::string& value);
+    bool isSetNameAttr() const { return m_NameAttr.is_set(); }
+    void unsetNameAttr() { m_NameAttr.unset(); }
 
     // @vorlix:qualifier1, optional
     const std::string& getQualifier1Attr() const { return m_Qualifier1Attr.get(); }
@@ -55,7 +57,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_NameAttr;  // @vorlix:name, required
+    lmx60::ct_simple_optional<std::string> m_NameAttr;  // @vorlix:name, optional
     lmx60::ct_simple_optional<std::string> m_Qualifier1Attr;  // @vorlix:qualifier1, optional
     lmx60::ct_simple_optional<std::string> m_Qualifier2Attr;  // @vorlix:qualifier2, optional
 

@@ -21,10 +21,10 @@ const lmx60::s_event_map HIPGSComponentRefType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSComponentRefType::s_members[] = {
-    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 1, 1, nullptr, ops<&HIPGSComponentRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 1, 1, nullptr, ops<&HIPGSComponentRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSComponentRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSComponentRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "isGenerated", "vorlix:isGenerated", 138, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_IsGeneratedAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "coreRevision", "vorlix:coreRevision", 71, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_CoreRevisionAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "checksum", "vorlix:checksum", 54, 0, 1, nullptr, ops<&HIPGSComponentRefType::m_ChecksumAttr>(), &lmx60::validation_spec_empty},
@@ -35,7 +35,7 @@ const MemberInfo HIPGSComponentRefType::s_members[] = {
 const ClassInfo HIPGSComponentRefType::s_class_info = {
     "vorlix:componentRefType", 0, "componentRefType", ContentKind::sequence,
     s_members, 8, ns_map_writer_1,
-    3, "vorlix:componentRefType", nullptr,
+    3, "vorlix:componentRefType", nullptr, true,
 };
 
 HIPGSComponentRefType::HIPGSComponentRefType()

@@ -22,7 +22,7 @@ const lmx60::s_event_map HIPGSConfigElementInfo::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConfigElementInfo::s_members[] = {
-    {MemberKind::attribute, 1000, "referenceId", "vorlix:referenceId", 194, 1, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ReferenceIdAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "referenceId", "vorlix:referenceId", 194, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ReferenceIdAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "valueSource", "vorlix:valueSource", 269, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValueSourceAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "valueExpression", "vorlix:valueExpression", 266, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValueExpressionAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "valuePermission", "vorlix:valuePermission", 268, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValuePermissionAttr>(), &lmx60::validation_spec_empty},

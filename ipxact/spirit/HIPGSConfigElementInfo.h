@@ -34,9 +34,11 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:referenceId, required
+    // @vorlix:referenceId, optional
     const std::string& getReferenceIdAttr() const { return m_ReferenceIdAttr.get(); }
     lmx60::elmx_error setReferenceIdAttr(const std::string& value);
+    bool isSetReferenceIdAttr() const { return m_ReferenceIdAttr.is_set(); }
+    void unsetReferenceIdAttr() { m_ReferenceIdAttr.unset(); }
 
     // @vorlix:valueSource, optional
     const std::string& getValueSourceAttr() const { return m_ValueSourceAttr.get(); }
@@ -67,7 +69,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_ReferenceIdAttr;  // @vorlix:referenceId, required
+    lmx60::ct_simple_optional<std::string> m_ReferenceIdAttr;  // @vorlix:referenceId, optional
     lmx60::ct_simple_optional<std::string> m_ValueSourceAttr;  // @vorlix:valueSource, optional
     lmx60::ct_simple_optional<std::string> m_ValueExpressionAttr;  // @vorlix:valueExpression, optional
     lmx60::ct_simple_optional<std::string> m_ValuePermissionAttr;  // @vorlix:valuePermission, optional

@@ -18,7 +18,7 @@ const lmx60::s_event_map HIPGSFamily::attr_event_map[] = {
 
 
 const MemberInfo HIPGSFamily::s_members[] = {
-    {MemberKind::attribute, 1000, "lifeCycle", "vorlix:lifeCycle", 149, 1, 1, nullptr, ops<&HIPGSFamily::m_LifeCycleAttr>(), &validation_spec_preserve_Value20},
+    {MemberKind::attribute, 1000, "lifeCycle", "vorlix:lifeCycle", 149, 0, 1, nullptr, ops<&HIPGSFamily::m_LifeCycleAttr>(), &validation_spec_preserve_Value20},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSFamily::m_Family>(), &lmx60::validation_spec_empty},
 };
 

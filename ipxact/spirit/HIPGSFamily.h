@@ -45,9 +45,11 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:lifeCycle, required
+    // @vorlix:lifeCycle, optional
     const std::string& getLifeCycleAttr() const { return m_LifeCycleAttr.get(); }
     lmx60::elmx_error setLifeCycleAttr(const std::string& value);
+    bool isSetLifeCycleAttr() const { return m_LifeCycleAttr.is_set(); }
+    void unsetLifeCycleAttr() { m_LifeCycleAttr.unset(); }
     e_enum_LifeCycleAttr getEnumLifeCycleAttr() const;
     bool setEnumLifeCycleAttr(e_enum_LifeCycleAttr value);
 
@@ -60,7 +62,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_LifeCycleAttr;  // @vorlix:lifeCycle, required
+    lmx60::ct_simple_optional<std::string> m_LifeCycleAttr;  // @vorlix:lifeCycle, optional
     lmx60::ct_simple_single<std::string> m_Family;  // simple content, xs:string
 
     static const MemberInfo s_members[];

@@ -18,10 +18,10 @@ const lmx60::s_event_map HIPGSInterfaceRefType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSInterfaceRefType::s_members[] = {
-    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 1, 1, nullptr, ops<&HIPGSInterfaceRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 1, 1, nullptr, ops<&HIPGSInterfaceRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSInterfaceRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSInterfaceRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 0, 1, nullptr, ops<&HIPGSInterfaceRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 0, 1, nullptr, ops<&HIPGSInterfaceRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSInterfaceRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 0, 1, nullptr, ops<&HIPGSInterfaceRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "mode", "vorlix:mode", 156, 0, 1, nullptr, ops<&HIPGSInterfaceRefType::m_ModeAttr>(), &validation_spec_preserve_Value52},
 };
 
@@ -29,7 +29,7 @@ const MemberInfo HIPGSInterfaceRefType::s_members[] = {
 const ClassInfo HIPGSInterfaceRefType::s_class_info = {
     "vorlix:interfaceRefType", 0, "interfaceRefType", ContentKind::empty,
     s_members, 5, ns_map_writer_1,
-    8, "vorlix:interfaceRefType", nullptr,
+    8, "vorlix:interfaceRefType", nullptr, true,
 };
 
 HIPGSInterfaceRefType::HIPGSInterfaceRefType()

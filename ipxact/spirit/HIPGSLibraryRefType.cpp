@@ -22,10 +22,10 @@ const lmx60::s_event_map HIPGSLibraryRefType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSLibraryRefType::s_members[] = {
-    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 1, 1, nullptr, ops<&HIPGSLibraryRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 1, 1, nullptr, ops<&HIPGSLibraryRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSLibraryRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSLibraryRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 0, 1, nullptr, ops<&HIPGSLibraryRefType::m_VendorAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 0, 1, nullptr, ops<&HIPGSLibraryRefType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSLibraryRefType::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 0, 1, nullptr, ops<&HIPGSLibraryRefType::m_VersionAttr>(), &lmx60::validation_spec_empty},
 };
 
 static const DerivedType HIPGSLibraryRefType_derived_types[] = {
@@ -36,7 +36,7 @@ static const DerivedType HIPGSLibraryRefType_derived_types[] = {
 const ClassInfo HIPGSLibraryRefType::s_class_info = {
     "vorlix:libraryRefType", 0, "libraryRefType", ContentKind::empty,
     s_members, 4, ns_map_writer_1,
-    9, "vorlix:libraryRefType", HIPGSLibraryRefType_derived_types,
+    9, "vorlix:libraryRefType", HIPGSLibraryRefType_derived_types, true,
 };
 
 HIPGSLibraryRefType::HIPGSLibraryRefType()

@@ -12,6 +12,11 @@ const lmx60::s_event_map HIPGSParameterAbstractionType::elem_event_map[] = {
 };
 
 const lmx60::s_event_map HIPGSParameterAbstractionType::attr_event_map[] = {
+    {1000, "logicalName", 11, 152},
+    {1000, "provision", 9, 184},
+    {1000, "default", 7, 80},
+    {1000, "required", 8, 196},
+    {1000, "displayName", 11, 106},
     {1001, "format", 6, 39},
     {1001, "resolve", 7, 40},
     {1001, "id", 2, 41},
@@ -24,11 +29,6 @@ const lmx60::s_event_map HIPGSParameterAbstractionType::attr_event_map[] = {
     {1001, "maximum", 7, 48},
     {1001, "rangeType", 9, 49},
     {1001, "prompt", 6, 50},
-    {1000, "logicalName", 11, 152},
-    {1000, "provision", 9, 184},
-    {1000, "default", 7, 80},
-    {1000, "required", 8, 196},
-    {1000, "displayName", 11, 106},
     {1000, "description", 11, 89},
     {1000, "propagationSource", 17, 183},
     {1000, "propagationConflictSeverity", 27, 182},
@@ -37,8 +37,13 @@ const lmx60::s_event_map HIPGSParameterAbstractionType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSParameterAbstractionType::s_members[] = {
+    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "provision", "vorlix:provision", 184, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ProvisionAttr>(), &validation_spec_preserve_Value19},
+    {MemberKind::attribute, 1000, "default", "vorlix:default", 80, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DefaultAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "required", "vorlix:required", 196, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_RequiredAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "displayName", "vorlix:displayName", 106, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DisplayNameAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ResolveAttr>(), &validation_spec_collapse_Value33},
     {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_IdAttr>(), &lmx60::validation_spec_collapse},
     {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DependencyAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
@@ -49,21 +54,15 @@ const MemberInfo HIPGSParameterAbstractionType::s_members[] = {
     {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
     {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 1, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "provision", "vorlix:provision", 184, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ProvisionAttr>(), &validation_spec_preserve_Value19},
-    {MemberKind::attribute, 1000, "default", "vorlix:default", 80, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DefaultAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "required", "vorlix:required", 196, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_RequiredAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "displayName", "vorlix:displayName", 106, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DisplayNameAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "description", "vorlix:description", 89, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DescriptionAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::attribute, 1000, "propagationSource", "vorlix:propagationSource", 183, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PropagationSourceAttr>(), &validation_spec_preserve_Value73},
     {MemberKind::attribute, 1000, "propagationConflictSeverity", "vorlix:propagationConflictSeverity", 182, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PropagationConflictSeverityAttr>(), &validation_spec_preserve_Value35},
-    {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSParameterAbstractionType::m_any_attribute>(), nullptr},
 };
 
 
 const ClassInfo HIPGSParameterAbstractionType::s_class_info = {
     "vorlix:parameterAbstractionType", 0, "parameterAbstractionType", ContentKind::empty,
-    s_members, 21, ns_map_writer_1,
+    s_members, 20, ns_map_writer_1,
     0, nullptr, nullptr,
 };
 
@@ -93,6 +92,11 @@ HIPGSParameterAbstractionType::~HIPGSParameterAbstractionType() = default;
 
 void HIPGSParameterAbstractionType::swap(HIPGSParameterAbstractionType& other) noexcept
 {
+    m_LogicalNameAttr.swap(other.m_LogicalNameAttr);
+    m_ProvisionAttr.swap(other.m_ProvisionAttr);
+    m_DefaultAttr.swap(other.m_DefaultAttr);
+    m_RequiredAttr.swap(other.m_RequiredAttr);
+    m_DisplayNameAttr.swap(other.m_DisplayNameAttr);
     m_FormatAttr.swap(other.m_FormatAttr);
     m_ResolveAttr.swap(other.m_ResolveAttr);
     m_IdAttr.swap(other.m_IdAttr);
@@ -105,20 +109,19 @@ void HIPGSParameterAbstractionType::swap(HIPGSParameterAbstractionType& other) n
     m_MaximumAttr.swap(other.m_MaximumAttr);
     m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
     m_PromptAttr.swap(other.m_PromptAttr);
-    m_LogicalNameAttr.swap(other.m_LogicalNameAttr);
-    m_ProvisionAttr.swap(other.m_ProvisionAttr);
-    m_DefaultAttr.swap(other.m_DefaultAttr);
-    m_RequiredAttr.swap(other.m_RequiredAttr);
-    m_DisplayNameAttr.swap(other.m_DisplayNameAttr);
     m_DescriptionAttr.swap(other.m_DescriptionAttr);
     m_PropagationSourceAttr.swap(other.m_PropagationSourceAttr);
     m_PropagationConflictSeverityAttr.swap(other.m_PropagationConflictSeverityAttr);
-    m_any_attribute.swap(other.m_any_attribute);
 }
 
 bool HIPGSParameterAbstractionType::operator==(const HIPGSParameterAbstractionType& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
+    return m_LogicalNameAttr == other.m_LogicalNameAttr
+        && m_ProvisionAttr == other.m_ProvisionAttr
+        && m_DefaultAttr == other.m_DefaultAttr
+        && m_RequiredAttr == other.m_RequiredAttr
+        && m_DisplayNameAttr == other.m_DisplayNameAttr
+        && m_FormatAttr == other.m_FormatAttr
         && m_ResolveAttr == other.m_ResolveAttr
         && m_IdAttr == other.m_IdAttr
         && m_DependencyAttr == other.m_DependencyAttr
@@ -130,15 +133,9 @@ bool HIPGSParameterAbstractionType::operator==(const HIPGSParameterAbstractionTy
         && m_MaximumAttr == other.m_MaximumAttr
         && m_RangeTypeAttr == other.m_RangeTypeAttr
         && m_PromptAttr == other.m_PromptAttr
-        && m_LogicalNameAttr == other.m_LogicalNameAttr
-        && m_ProvisionAttr == other.m_ProvisionAttr
-        && m_DefaultAttr == other.m_DefaultAttr
-        && m_RequiredAttr == other.m_RequiredAttr
-        && m_DisplayNameAttr == other.m_DisplayNameAttr
         && m_DescriptionAttr == other.m_DescriptionAttr
         && m_PropagationSourceAttr == other.m_PropagationSourceAttr
-        && m_PropagationConflictSeverityAttr == other.m_PropagationConflictSeverityAttr
-        && m_any_attribute == other.m_any_attribute;
+        && m_PropagationConflictSeverityAttr == other.m_PropagationConflictSeverityAttr;
 }
 
 void HIPGSParameterAbstractionType::init()
@@ -186,6 +183,51 @@ lmx60::elmx_error HIPGSParameterAbstractionType::marshal(lmx60::c_xml_writer& wr
     return write_element(writer, *this, s_class_info, name);
 }
 
+lmx60::elmx_error HIPGSParameterAbstractionType::setLogicalNameAttr(const std::string& value)
+{
+    m_LogicalNameAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionType::setProvisionAttr(const std::string& value)
+{
+    if (lmx60::elmx_error error = UserValidator19(value, "provision"))
+        return error;
+    m_ProvisionAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+static const char* const HIPGSParameterAbstractionType_m_ProvisionAttr_values[] = {"IP_Consumes", "IP_Provides", nullptr};
+
+HIPGSParameterAbstractionType::e_enum_ProvisionAttr HIPGSParameterAbstractionType::getEnumProvisionAttr() const
+{
+    return static_cast<e_enum_ProvisionAttr>(enum_number(HIPGSParameterAbstractionType_m_ProvisionAttr_values, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
+}
+
+bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr value)
+{
+    const char* text = enum_text(HIPGSParameterAbstractionType_m_ProvisionAttr_values, static_cast<int>(value));
+    return text && setProvisionAttr(text) == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionType::setDefaultAttr(const std::string& value)
+{
+    m_DefaultAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionType::setRequiredAttr(const std::string& value)
+{
+    m_RequiredAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSParameterAbstractionType::setDisplayNameAttr(const std::string& value)
+{
+    m_DisplayNameAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
 lmx60::elmx_error HIPGSParameterAbstractionType::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
@@ -209,13 +251,13 @@ bool HIPGSParameterAbstractionType::setEnumFormatAttr(e_enum_FormatAttr value)
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setResolveAttr(const std::string& value)
 {
-    if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
+    if (lmx60::elmx_error error = UserValidator33(value, "resolve"))
         return error;
     m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
+static const char* const HIPGSParameterAbstractionType_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
 
 HIPGSParameterAbstractionType::e_enum_ResolveAttr HIPGSParameterAbstractionType::getEnumResolveAttr() const
 {
@@ -298,51 +340,6 @@ bool HIPGSParameterAbstractionType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr va
 lmx60::elmx_error HIPGSParameterAbstractionType::setPromptAttr(const std::string& value)
 {
     m_PromptAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameterAbstractionType::setLogicalNameAttr(const std::string& value)
-{
-    m_LogicalNameAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameterAbstractionType::setProvisionAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator19(value, "provision"))
-        return error;
-    m_ProvisionAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-static const char* const HIPGSParameterAbstractionType_m_ProvisionAttr_values[] = {"IP_Consumes", "IP_Provides", nullptr};
-
-HIPGSParameterAbstractionType::e_enum_ProvisionAttr HIPGSParameterAbstractionType::getEnumProvisionAttr() const
-{
-    return static_cast<e_enum_ProvisionAttr>(enum_number(HIPGSParameterAbstractionType_m_ProvisionAttr_values, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
-}
-
-bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr value)
-{
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_ProvisionAttr_values, static_cast<int>(value));
-    return text && setProvisionAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameterAbstractionType::setDefaultAttr(const std::string& value)
-{
-    m_DefaultAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameterAbstractionType::setRequiredAttr(const std::string& value)
-{
-    m_RequiredAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameterAbstractionType::setDisplayNameAttr(const std::string& value)
-{
-    m_DisplayNameAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -12,6 +12,12 @@ namespace HIPGSpirit {
 
 class HIPGSParameterAbstractionType : public HIPGSBase {
 public:
+    enum class e_enum_ProvisionAttr {
+        e_unlisted = 0,
+        IP_Consumes = 1,
+        IP_Provides = 2
+    };
+
     enum class e_enum_FormatAttr {
         e_unlisted = 0,
         bitString = 1,
@@ -23,10 +29,10 @@ public:
 
     enum class e_enum_ResolveAttr {
         e_unlisted = 0,
-        immediate = 1,
-        user = 2,
-        dependent = 3,
-        generated = 4
+        dependent = 1,
+        generated = 2,
+        immediate = 3,
+        user = 4
     };
 
     enum class e_enum_RangeTypeAttr {
@@ -36,12 +42,6 @@ public:
         unsigned_int = 3,
         long_ = 4,
         unsigned_long = 5
-    };
-
-    enum class e_enum_ProvisionAttr {
-        e_unlisted = 0,
-        IP_Consumes = 1,
-        IP_Provides = 2
     };
 
     enum class e_enum_PropagationSourceAttr {
@@ -81,6 +81,38 @@ public:
     using HIPGSBase::unmarshal;
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
+
+    // @vorlix:logicalName, optional
+    const std::string& getLogicalNameAttr() const { return m_LogicalNameAttr.get(); }
+    lmx60::elmx_error setLogicalNameAttr(const std::string& value);
+    bool isSetLogicalNameAttr() const { return m_LogicalNameAttr.is_set(); }
+    void unsetLogicalNameAttr() { m_LogicalNameAttr.unset(); }
+
+    // @vorlix:provision, optional
+    const std::string& getProvisionAttr() const { return m_ProvisionAttr.get(); }
+    lmx60::elmx_error setProvisionAttr(const std::string& value);
+    bool isSetProvisionAttr() const { return m_ProvisionAttr.is_set(); }
+    void unsetProvisionAttr() { m_ProvisionAttr.unset(); }
+    e_enum_ProvisionAttr getEnumProvisionAttr() const;
+    bool setEnumProvisionAttr(e_enum_ProvisionAttr value);
+
+    // @vorlix:default, optional
+    const std::string& getDefaultAttr() const { return m_DefaultAttr.get(); }
+    lmx60::elmx_error setDefaultAttr(const std::string& value);
+    bool isSetDefaultAttr() const { return m_DefaultAttr.is_set(); }
+    void unsetDefaultAttr() { m_DefaultAttr.unset(); }
+
+    // @vorlix:required, optional
+    const std::string& getRequiredAttr() const { return m_RequiredAttr.get(); }
+    lmx60::elmx_error setRequiredAttr(const std::string& value);
+    bool isSetRequiredAttr() const { return m_RequiredAttr.is_set(); }
+    void unsetRequiredAttr() { m_RequiredAttr.unset(); }
+
+    // @vorlix:displayName, optional
+    const std::string& getDisplayNameAttr() const { return m_DisplayNameAttr.get(); }
+    lmx60::elmx_error setDisplayNameAttr(const std::string& value);
+    bool isSetDisplayNameAttr() const { return m_DisplayNameAttr.is_set(); }
+    void unsetDisplayNameAttr() { m_DisplayNameAttr.unset(); }
 
     // @spirit:format, optional
     const std::string& getFormatAttr() const { return m_FormatAttr.get(); }
@@ -165,36 +197,6 @@ public:
     bool isSetPromptAttr() const { return m_PromptAttr.is_set(); }
     void unsetPromptAttr() { m_PromptAttr.unset(); }
 
-    // @vorlix:logicalName, required
-    const std::string& getLogicalNameAttr() const { return m_LogicalNameAttr.get(); }
-    lmx60::elmx_error setLogicalNameAttr(const std::string& value);
-
-    // @vorlix:provision, optional
-    const std::string& getProvisionAttr() const { return m_ProvisionAttr.get(); }
-    lmx60::elmx_error setProvisionAttr(const std::string& value);
-    bool isSetProvisionAttr() const { return m_ProvisionAttr.is_set(); }
-    void unsetProvisionAttr() { m_ProvisionAttr.unset(); }
-    e_enum_ProvisionAttr getEnumProvisionAttr() const;
-    bool setEnumProvisionAttr(e_enum_ProvisionAttr value);
-
-    // @vorlix:default, optional
-    const std::string& getDefaultAttr() const { return m_DefaultAttr.get(); }
-    lmx60::elmx_error setDefaultAttr(const std::string& value);
-    bool isSetDefaultAttr() const { return m_DefaultAttr.is_set(); }
-    void unsetDefaultAttr() { m_DefaultAttr.unset(); }
-
-    // @vorlix:required, optional
-    const std::string& getRequiredAttr() const { return m_RequiredAttr.get(); }
-    lmx60::elmx_error setRequiredAttr(const std::string& value);
-    bool isSetRequiredAttr() const { return m_RequiredAttr.is_set(); }
-    void unsetRequiredAttr() { m_RequiredAttr.unset(); }
-
-    // @vorlix:displayName, optional
-    const std::string& getDisplayNameAttr() const { return m_DisplayNameAttr.get(); }
-    lmx60::elmx_error setDisplayNameAttr(const std::string& value);
-    bool isSetDisplayNameAttr() const { return m_DisplayNameAttr.is_set(); }
-    void unsetDisplayNameAttr() { m_DisplayNameAttr.unset(); }
-
     // @vorlix:description, optional
     const std::string& getDescriptionAttr() const { return m_DescriptionAttr.get(); }
     lmx60::elmx_error setDescriptionAttr(const std::string& value);
@@ -217,20 +219,16 @@ public:
     e_enum_PropagationConflictSeverityAttr getEnumPropagationConflictSeverityAttr() const;
     bool setEnumPropagationConflictSeverityAttr(e_enum_PropagationConflictSeverityAttr value);
 
-    // attributes of other namespaces
-    size_t sizeany_attribute() const { return m_any_attribute.size(); }
-    const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
-    lmx60::c_any_attribute& getany_attribute(size_t index) { return m_any_attribute.get(index); }
-    void appendany_attribute(const lmx60::c_any_attribute& item) { m_any_attribute.append(item); }
-    void insertany_attribute(size_t index, const lmx60::c_any_attribute& item) { m_any_attribute.insert(index, item); }
-    void deleteany_attribute(size_t index) { m_any_attribute.erase(index); }
-    void clearany_attribute() { m_any_attribute.clear(); }
-
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
+    lmx60::ct_simple_optional<std::string> m_LogicalNameAttr;  // @vorlix:logicalName, optional
+    lmx60::ct_simple_optional<std::string> m_ProvisionAttr;  // @vorlix:provision, optional
+    lmx60::ct_simple_optional<std::string> m_DefaultAttr;  // @vorlix:default, optional
+    lmx60::ct_simple_optional<std::string> m_RequiredAttr;  // @vorlix:required, optional
+    lmx60::ct_simple_optional<std::string> m_DisplayNameAttr;  // @vorlix:displayName, optional
     lmx60::ct_simple_optional<std::string> m_FormatAttr;  // @spirit:format, optional
     lmx60::ct_simple_optional<std::string> m_ResolveAttr;  // @spirit:resolve, optional
     lmx60::ct_simple_optional<std::string> m_IdAttr;  // @spirit:id, optional
@@ -243,15 +241,9 @@ protected:
     lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
     lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
     lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
-    lmx60::ct_simple_single<std::string> m_LogicalNameAttr;  // @vorlix:logicalName, required
-    lmx60::ct_simple_optional<std::string> m_ProvisionAttr;  // @vorlix:provision, optional
-    lmx60::ct_simple_optional<std::string> m_DefaultAttr;  // @vorlix:default, optional
-    lmx60::ct_simple_optional<std::string> m_RequiredAttr;  // @vorlix:required, optional
-    lmx60::ct_simple_optional<std::string> m_DisplayNameAttr;  // @vorlix:displayName, optional
     lmx60::ct_simple_optional<std::string> m_DescriptionAttr;  // @vorlix:description, optional
     lmx60::ct_simple_optional<std::string> m_PropagationSourceAttr;  // @vorlix:propagationSource, optional
     lmx60::ct_simple_optional<std::string> m_PropagationConflictSeverityAttr;  // @vorlix:propagationConflictSeverity, optional
-    lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
 
     static const MemberInfo s_members[];
 };

@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSParameterMap::attr_event_map[] = {
 
 
 const MemberInfo HIPGSParameterMap::s_members[] = {
-    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 1, 1, nullptr, ops<&HIPGSParameterMap::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "localID", "vorlix:localID", 150, 1, 1, nullptr, ops<&HIPGSParameterMap::m_LocalIDAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 0, 1, nullptr, ops<&HIPGSParameterMap::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "localID", "vorlix:localID", 150, 0, 1, nullptr, ops<&HIPGSParameterMap::m_LocalIDAttr>(), &lmx60::validation_spec_empty},
 };
 
 

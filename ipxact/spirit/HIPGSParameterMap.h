@@ -34,21 +34,25 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:logicalName, required
+    // @vorlix:logicalName, optional
     const std::string& getLogicalNameAttr() const { return m_LogicalNameAttr.get(); }
     lmx60::elmx_error setLogicalNameAttr(const std::string& value);
+    bool isSetLogicalNameAttr() const { return m_LogicalNameAttr.is_set(); }
+    void unsetLogicalNameAttr() { m_LogicalNameAttr.unset(); }
 
-    // @vorlix:localID, required
+    // @vorlix:localID, optional
     const std::string& getLocalIDAttr() const { return m_LocalIDAttr.get(); }
     lmx60::elmx_error setLocalIDAttr(const std::string& value);
+    bool isSetLocalIDAttr() const { return m_LocalIDAttr.is_set(); }
+    void unsetLocalIDAttr() { m_LocalIDAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_LogicalNameAttr;  // @vorlix:logicalName, required
-    lmx60::ct_simple_single<std::string> m_LocalIDAttr;  // @vorlix:localID, required
+    lmx60::ct_simple_optional<std::string> m_LogicalNameAttr;  // @vorlix:logicalName, optional
+    lmx60::ct_simple_optional<std::string> m_LocalIDAttr;  // @vorlix:localID, optional
 
     static const MemberInfo s_members[];
 };

@@ -18,7 +18,7 @@ const lmx60::s_event_map HIPGSTag::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTag::s_members[] = {
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSTag::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSTag::m_NameAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSTag::m_Tag>(), &lmx60::validation_spec_empty},
 };
 

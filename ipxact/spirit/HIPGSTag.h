@@ -34,9 +34,11 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:name, required
+    // @vorlix:name, optional
     const std::string& getNameAttr() const { return m_NameAttr.get(); }
     lmx60::elmx_error setNameAttr(const std::string& value);
+    bool isSetNameAttr() const { return m_NameAttr.is_set(); }
+    void unsetNameAttr() { m_NameAttr.unset(); }
 
     // simple content, xs:string
     const std::string& getTag() const { return m_Tag.get(); }
@@ -47,7 +49,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_NameAttr;  // @vorlix:name, required
+    lmx60::ct_simple_optional<std::string> m_NameAttr;  // @vorlix:name, optional
     lmx60::ct_simple_single<std::string> m_Tag;  // simple content, xs:string
 
     static const MemberInfo s_members[];

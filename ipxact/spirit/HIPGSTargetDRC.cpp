@@ -19,7 +19,7 @@ const lmx60::s_event_map HIPGSTargetDRC::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTargetDRC::s_members[] = {
-    {MemberKind::attribute, 1000, "tool", "vorlix:tool", 248, 1, 1, nullptr, ops<&HIPGSTargetDRC::m_ToolAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "tool", "vorlix:tool", 248, 0, 1, nullptr, ops<&HIPGSTargetDRC::m_ToolAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::element, 1000, "targetDRCOption", "vorlix:targetDRCOption", 243, 0, kUnbounded, nullptr, ops<&HIPGSTargetDRC::m_TargetDRCOption>(), nullptr},
 };
 

@@ -35,9 +35,11 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:tool, required
+    // @vorlix:tool, optional
     const std::string& getToolAttr() const { return m_ToolAttr.get(); }
     lmx60::elmx_error setToolAttr(const std::string& value);
+    bool isSetToolAttr() const { return m_ToolAttr.is_set(); }
+    void unsetToolAttr() { m_ToolAttr.unset(); }
 
     // vorlix:targetDRCOption, 0..unbounded
     size_t sizeTargetDRCOption() const { return m_TargetDRCOption.size(); }
@@ -58,7 +60,7 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_ToolAttr;  // @vorlix:tool, required
+    lmx60::ct_simple_optional<std::string> m_ToolAttr;  // @vorlix:tool, optional
     lmx60::ct_complex_multi<HIPGSTargetDRCOption> m_TargetDRCOption;  // vorlix:targetDRCOption, 0..unbounded
 
     static const MemberInfo s_members[];

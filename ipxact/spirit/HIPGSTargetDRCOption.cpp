@@ -19,8 +19,8 @@ const lmx60::s_event_map HIPGSTargetDRCOption::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTargetDRCOption::s_members[] = {
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSTargetDRCOption::m_NameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "value", "vorlix:value", 265, 1, 1, nullptr, ops<&HIPGSTargetDRCOption::m_ValueAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSTargetDRCOption::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "value", "vorlix:value", 265, 0, 1, nullptr, ops<&HIPGSTargetDRCOption::m_ValueAttr>(), &lmx60::validation_spec_empty},
 };
 
 

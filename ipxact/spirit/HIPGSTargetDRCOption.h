@@ -34,21 +34,25 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:name, required
+    // @vorlix:name, optional
     const std::string& getNameAttr() const { return m_NameAttr.get(); }
     lmx60::elmx_error setNameAttr(const std::string& value);
+    bool isSetNameAttr() const { return m_NameAttr.is_set(); }
+    void unsetNameAttr() { m_NameAttr.unset(); }
 
-    // @vorlix:value, required
+    // @vorlix:value, optional
     const std::string& getValueAttr() const { return m_ValueAttr.get(); }
     lmx60::elmx_error setValueAttr(const std::string& value);
+    bool isSetValueAttr() const { return m_ValueAttr.is_set(); }
+    void unsetValueAttr() { m_ValueAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_NameAttr;  // @vorlix:name, required
-    lmx60::ct_simple_single<std::string> m_ValueAttr;  // @vorlix:value, required
+    lmx60::ct_simple_optional<std::string> m_NameAttr;  // @vorlix:name, optional
+    lmx60::ct_simple_optional<std::string> m_ValueAttr;  // @vorlix:value, optional
 
     static const MemberInfo s_members[];
 };

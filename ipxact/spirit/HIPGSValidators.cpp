@@ -1668,6 +1668,7 @@ const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical6 = {lmx6
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value27 = {lmx60::ews_collapse, nullptr, ValueValidator27};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value29 = {lmx60::ews_collapse, nullptr, ValueValidator29};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value31 = {lmx60::ews_collapse, nullptr, ValueValidator31};
+const lmx60::c_untyped_validation_spec validation_spec_collapse_Value33 = {lmx60::ews_collapse, nullptr, ValueValidator33};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value37 = {lmx60::ews_collapse, nullptr, ValueValidator37};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value39 = {lmx60::ews_collapse, nullptr, ValueValidator39};
 const lmx60::c_untyped_validation_spec validation_spec_collapse_Value47 = {lmx60::ews_collapse, nullptr, ValueValidator47};

@@ -197,6 +197,7 @@ extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Lexical6;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value27;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value29;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value31;
+extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value33;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value37;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value39;
 extern const lmx60::c_untyped_validation_spec validation_spec_collapse_Value47;

@@ -22,10 +22,10 @@ const lmx60::s_event_map HIPGSVlnvRegExpType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSVlnvRegExpType::s_members[] = {
-    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 1, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_VendorAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 1, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 1, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_NameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 1, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_VersionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "vendor", "vorlix:vendor", 270, 0, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_VendorAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "library", "vorlix:library", 145, 0, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_LibraryAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "name", "vorlix:name", 157, 0, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_NameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "version", "vorlix:version", 274, 0, 1, nullptr, ops<&HIPGSVlnvRegExpType::m_VersionAttr>(), &lmx60::validation_spec_empty},
 };
 
 static const DerivedType HIPGSVlnvRegExpType_derived_types[] = {
@@ -36,7 +36,7 @@ static const DerivedType HIPGSVlnvRegExpType_derived_types[] = {
 const ClassInfo HIPGSVlnvRegExpType::s_class_info = {
     "vorlix:vlnvRegExpType", 0, "vlnvRegExpType", ContentKind::empty,
     s_members, 4, ns_map_writer_1,
-    15, "vorlix:vlnvRegExpType", HIPGSVlnvRegExpType_derived_types,
+    15, "vorlix:vlnvRegExpType", HIPGSVlnvRegExpType_derived_types, true,
 };
 
 HIPGSVlnvRegExpType::HIPGSVlnvRegExpType()

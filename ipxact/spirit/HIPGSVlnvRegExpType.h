@@ -38,31 +38,39 @@ public:
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
-    // @vorlix:vendor, required
+    // @vorlix:vendor, optional
     const std::string& getVendorAttr() const { return m_VendorAttr.get(); }
     lmx60::elmx_error setVendorAttr(const std::string& value);
+    bool isSetVendorAttr() const { return m_VendorAttr.is_set(); }
+    void unsetVendorAttr() { m_VendorAttr.unset(); }
 
-    // @vorlix:library, required
+    // @vorlix:library, optional
     const std::string& getLibraryAttr() const { return m_LibraryAttr.get(); }
     lmx60::elmx_error setLibraryAttr(const std::string& value);
+    bool isSetLibraryAttr() const { return m_LibraryAttr.is_set(); }
+    void unsetLibraryAttr() { m_LibraryAttr.unset(); }
 
-    // @vorlix:name, required
+    // @vorlix:name, optional
     const std::string& getNameAttr() const { return m_NameAttr.get(); }
     lmx60::elmx_error setNameAttr(const std::string& value);
+    bool isSetNameAttr() const { return m_NameAttr.is_set(); }
+    void unsetNameAttr() { m_NameAttr.unset(); }
 
-    // @vorlix:version, required
+    // @vorlix:version, optional
     const std::string& getVersionAttr() const { return m_VersionAttr.get(); }
     lmx60::elmx_error setVersionAttr(const std::string& value);
+    bool isSetVersionAttr() const { return m_VersionAttr.is_set(); }
+    void unsetVersionAttr() { m_VersionAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_single<std::string> m_VendorAttr;  // @vorlix:vendor, required
-    lmx60::ct_simple_single<std::string> m_LibraryAttr;  // @vorlix:library, required
-    lmx60::ct_simple_single<std::string> m_NameAttr;  // @vorlix:name, required
-    lmx60::ct_simple_single<std::string> m_VersionAttr;  // @vorlix:version, required
+    lmx60::ct_simple_optional<std::string> m_VendorAttr;  // @vorlix:vendor, optional
+    lmx60::ct_simple_optional<std::string> m_LibraryAttr;  // @vorlix:library, optional
+    lmx60::ct_simple_optional<std::string> m_NameAttr;  // @vorlix:name, optional
+    lmx60::ct_simple_optional<std::string> m_VersionAttr;  // @vorlix:version, optional
 
     static const MemberInfo s_members[];
 };

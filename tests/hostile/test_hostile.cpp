@@ -484,10 +484,10 @@ TEST(NumericLimits, ValuesOnePastTheLimitOfTheirTypeAreRefused)
                    lmx60::ELMX_BAD_VALUE);
     expect_refused("0 as xs:positiveInteger", spirit("bitsInLau", "0"), 1, lmx60::ELMX_VALUE_FACET);
     expect_refused("-1 as xs:positiveInteger", spirit("addressUnitBits", "-1"), 1, lmx60::ELMX_VALUE_FACET);
-    expect_refused("100.001 where at most 100 is allowed",
+    expect_refused("100.001 where at most 100 is allowed (a constraint value)",
                    "<spirit:timingConstraint xmlns:spirit=\"" + std::string(kSpirit) +
                        "\" spirit:clockName=\"clk\">100.001</spirit:timingConstraint>",
-                   1, lmx60::ELMX_VALUE_FACET);
+                   1, lmx60::ELMX_CONSTRAINT_VALUE);
 }
 
 TEST(NumericLimits, ValuesAtTheLimitReadAndBigIntegersAreUnbounded)

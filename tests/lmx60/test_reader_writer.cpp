@@ -330,3 +330,22 @@ TEST(FrontEnds, StringAndBufferRoundTripNonAsciiText)
     ASSERT_EQ(lmx60::unmarshal(&back, xml.data(), xml.size(), nullptr), lmx60::ELMX_OK);
     EXPECT_EQ(back.text, doc.text);
 }
+
+TEST(FrontEnds, RemoveDeletesFilesOnly)
+{
+    const std::string path = temp_path("half-written.xml");
+    std::ofstream(path) << "<doc>";
+    struct stat info;
+    EXPECT_EQ(lmx60::remove(path.c_str()), lmx60::ELMX_OK);
+    EXPECT_NE(::stat(path.c_str(), &info), 0);
+    EXPECT_EQ(lmx60::remove(path.c_str()), lmx60::ELMX_NO_FILE) << "already gone";
+
+    const std::string directory = temp_path("a-directory");
+    ASSERT_EQ(::mkdir(directory.c_str(), 0700), 0);
+    EXPECT_EQ(lmx60::remove(directory.c_str()), lmx60::ELMX_NO_FILE);
+    EXPECT_EQ(::stat(directory.c_str(), &info), 0) << "a directory stays";
+    ::rmdir(directory.c_str());
+
+    EXPECT_EQ(lmx60::remove(nullptr), lmx60::ELMX_NO_FILE);
+    EXPECT_EQ(lmx60::remove(""), lmx60::ELMX_NO_FILE);
+}

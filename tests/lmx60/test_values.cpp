@@ -201,6 +201,12 @@ TEST(Numbers, FormatsShortestTextThatReadsBackExactly) {
   }
 }
 
+TEST(Numbers, FloatZeroIsPositiveAndWrittenAsZero) {
+  EXPECT_EQ(lmx60::float_zero(), 0.0f);
+  EXPECT_FALSE(std::signbit(lmx60::float_zero()));
+  EXPECT_EQ(lmx60::format_float(lmx60::float_zero()), "0");
+}
+
 TEST(Numbers, MapsSpecialValuesBothWays) {
   EXPECT_EQ(lmx60::format_double(INFINITY), "INF");
   EXPECT_EQ(lmx60::format_float(-INFINITY), "-INF");

@@ -6,7 +6,11 @@
 #   - every sample in tests/schema/samples/invalid/ is rejected by schema
 #     validation (not by a parse error) for the reason its
 #     "expect-error:" comment names, so a sample cannot pass by failing for
-#     some unrelated fault.
+#     some unrelated fault;
+#   - parameterAbstractionType declares exactly its attributes, in the order
+#     the binding writes them, and nothing else (no attribute group, no
+#     wildcard). Validation cannot see attribute order, so it is read from
+#     the schema text, which is what the binding generator reads too.
 # Exits non-zero on any unexpected result. Runs from any directory.
 
 set -u
@@ -57,6 +61,35 @@ check_global_elements() {
     pass "global elements are exactly the 20 vendor roots"
   else
     fail "global elements differ from the 20 vendor roots" "$(diff <(printf '%s\n' "$expected") <(printf '%s\n' "$declared"))"
+  fi
+}
+
+# The attributes of a parameter abstraction in written order: the naming and
+# provision attributes, the standard's twelve configurable-value attributes,
+# then the description and the propagation settings.
+parameter_abstraction_attributes="vorlix:logicalName vorlix:provision vorlix:default
+vorlix:required vorlix:displayName spirit:format spirit:resolve spirit:id
+spirit:dependency spirit:choiceRef spirit:order spirit:configGroups
+spirit:bitStringLength spirit:minimum spirit:maximum spirit:rangeType
+spirit:prompt vorlix:description vorlix:propagationSource
+vorlix:propagationConflictSeverity"
+
+# One word per child of the named complex type: "vorlix:NAME" for a local
+# attribute, the referenced name for an attribute reference, and the element
+# name itself (xs:anyAttribute, xs:attributeGroup, ...) for anything else.
+complex_type_children() {
+  xmllint --xpath "/*[local-name()='schema']/*[local-name()='complexType'][@name='$1']/*" schema/*.xsd 2>/dev/null \
+    | sed -En 's/^<xs:attribute [^>]*name="([^"]*)".*/vorlix:\1/p; t; s/^<xs:attribute [^>]*ref="([^"]*)".*/\1/p; t; s/^<([^ >\/]*).*/\1/p'
+}
+
+check_parameter_abstraction_attributes() {
+  local declared expected
+  declared="$(complex_type_children parameterAbstractionType)"
+  expected="$(printf '%s\n' "$parameter_abstraction_attributes" | tr -s ' \n' '\n\n' | sed '/^$/d')"
+  if [ "$declared" = "$expected" ]; then
+    pass "parameterAbstractionType declares its attributes in written order, without a wildcard"
+  else
+    fail "parameterAbstractionType attributes differ from the written order" "$(diff <(printf '%s\n' "$expected") <(printf '%s\n' "$declared"))"
   fi
 }
 
@@ -114,6 +147,7 @@ check_invalid_sample() {
 
 check_global_elements
 check_every_root_has_a_sample
+check_parameter_abstraction_attributes
 for sample in "$samples_dir"/*.xml; do
   check_valid_sample "$sample"
 done

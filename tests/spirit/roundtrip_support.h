@@ -48,7 +48,7 @@ struct difference {
 };
 
 // tools/xmlcanon.py over (input, output) pairs, one process for all of them; the schemas tell it the
-// element defaults and declared types.
+// element defaults, the declared types and which values collapse whitespace.
 std::vector<difference> canonical_differences(const std::vector<std::pair<std::string, std::string>>& pairs,
                                               const std::string& directory);
 

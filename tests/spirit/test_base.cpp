@@ -74,6 +74,8 @@ protected:
         EXPECT_EQ(messages[0].mask, 0x8000000u);
         EXPECT_EQ(messages[0].format, format);
         EXPECT_EQ(messages[0].text, text);
+        EXPECT_STREQ(messages[0].file, "ComMsgMgr.h");
+        EXPECT_EQ(messages[0].line, 374);
         messages.clear();
     }
     std::string dump_failure(const ProbeElement& probe)

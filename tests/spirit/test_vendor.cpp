@@ -121,3 +121,105 @@ TEST(AllContent, ChildrenAreWrittenInTheOrderRead)
     ASSERT_EQ(again.unmarshal(written.data(), written.size(), &debug), lmx60::ELMX_OK);
     EXPECT_TRUE(again == properties);
 }
+
+namespace {
+
+const std::string kVendorNamespaces =
+    " xmlns:vorlix=\"http://www.vorlix.com/XMLSchema/ipxact/1.0\""
+    " xmlns:spirit=\"http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009\"";
+
+template <class T>
+std::string written_text(const T& object)
+{
+    std::string text;
+    lmx60::s_debug_error debug;
+    EXPECT_EQ(object.marshal(&text, &debug), lmx60::ELMX_OK) << debug.to_string();
+    return text;
+}
+
+}  // namespace
+
+// A reference a host creates is the full reference class and is written with its type attribute, as
+// documents write it; read back, it is the same object.
+TEST(VendorReferences, CreatedReferencesAreTheDerivedClassesAndNameTheirType)
+{
+    HIPGSSubCoreRef sub;
+    sub.getAnonComponentRef().select_ComponentRef();
+    HIPGSComponentRefType& ref = sub.getAnonComponentRef().getComponentRef();
+    ref.setVendorAttr("example.com");
+    ref.setLibraryAttr("ip");
+    ref.setNameAttr("uart");
+    ref.setVersionAttr("1.0");
+    ref.setChecksumAttr("c0ffee");
+    ref.setIsGeneratedAttr("true");
+    const std::string text = written_text(sub);
+    EXPECT_NE(text.find("<vorlix:componentRef xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                        "xsi:type=\"vorlix:componentRefType\" vorlix:vendor=\"example.com\" vorlix:library=\"ip\" "
+                        "vorlix:name=\"uart\" vorlix:version=\"1.0\" vorlix:isGenerated=\"true\" "
+                        "vorlix:checksum=\"c0ffee\"/>"),
+              std::string::npos)
+        << text;
+    HIPGSSubCoreRef back;
+    ASSERT_EQ(back.unmarshal(text.data(), text.size()), lmx60::ELMX_OK);
+    EXPECT_TRUE(back == sub);
+    EXPECT_EQ(written_text(back), text);
+
+    const std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<vorlix:parameterAbstractionDefinition" +
+                            kVendorNamespaces + "><spirit:vendor>example.com</spirit:vendor><spirit:library>l"
+                            "</spirit:library><spirit:name>n</spirit:name><spirit:version>1</spirit:version>"
+                            "<vorlix:scope><vorlix:custom>x</vorlix:custom></vorlix:scope><spirit:choices>"
+                            "<spirit:choice><spirit:name>c</spirit:name><spirit:enumeration>1</spirit:enumeration>"
+                            "</spirit:choice></spirit:choices></vorlix:parameterAbstractionDefinition>\n";
+    HIPGSParameterAbstractionDefinition definition;
+    ASSERT_EQ(definition.unmarshal(xml.data(), xml.size()), lmx60::ELMX_OK);
+    definition.getScope().getAnonBusType().select_BusType();
+    HIPGSInterfaceRefType& bus = definition.getScope().getAnonBusType().getBusType();
+    bus.setNameAttr("apb");
+    bus.setEnumModeAttr(HIPGSInterfaceRefType::e_enum_ModeAttr::slave);
+    EXPECT_NE(written_text(definition).find("<vorlix:busType xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                                            "xsi:type=\"vorlix:interfaceRefType\" vorlix:name=\"apb\" "
+                                            "vorlix:mode=\"slave\"/>"),
+              std::string::npos)
+        << written_text(definition);
+}
+
+// The parameter abstraction keeps the attributes its own type lists, in that order, and no others.
+TEST(VendorReferences, ParameterAbstractionsTakeTheirOwnAttributesOnly)
+{
+    HIPGSParameterAbstractionDefinition definition;
+    const auto read_parameter = [&](const std::string& attributes) {
+        const std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<vorlix:parameterAbstractionDefinition" +
+                                kVendorNamespaces + " xmlns:acme=\"urn:example:acme\"><spirit:vendor>example.com"
+                                "</spirit:vendor><spirit:library>l</spirit:library><spirit:name>n</spirit:name>"
+                                "<spirit:version>1</spirit:version><vorlix:scope><vorlix:custom>x</vorlix:custom>"
+                                "</vorlix:scope><vorlix:parameterAbstraction " + attributes +
+                                "/><spirit:choices><spirit:choice><spirit:name>c</spirit:name><spirit:enumeration>1"
+                                "</spirit:enumeration></spirit:choice></spirit:choices></vorlix:parameterAbstractionDefinition>\n";
+        lmx60::s_debug_error debug;
+        return definition.unmarshal(xml.data(), xml.size(), &debug);
+    };
+    EXPECT_EQ(read_parameter("acme:note=\"x\""), lmx60::ELMX_UNEXPECTED_ATTRIBUTE);
+    ASSERT_EQ(read_parameter("vorlix:propagationSource=\"sink\" spirit:resolve=\"user\" vorlix:logicalName=\"w\""),
+              lmx60::ELMX_OK);
+    EXPECT_EQ(definition.getParameterAbstraction(0).getEnumResolveAttr(),
+              HIPGSParameterAbstractionType::e_enum_ResolveAttr::user);
+    EXPECT_EQ(static_cast<int>(HIPGSParameterAbstractionType::e_enum_ResolveAttr::dependent), 1);
+    std::string text = written_text(definition);
+    text = text.substr(text.find("<vorlix:parameterAbstraction "));
+    EXPECT_LT(text.find("vorlix:logicalName"), text.find("spirit:resolve")) << text;
+    EXPECT_LT(text.find("spirit:resolve"), text.find("vorlix:propagationSource")) << text;
+}
+
+// Repeated enumerated members have indexed enumeration accessors.
+TEST(EnumeratedLists, RepeatedMembersReadAndSetEachItemAsItsEnumerator)
+{
+    HIPGSSystemToolType tools;
+    ASSERT_EQ(tools.appendTool("CoreForge"), lmx60::ELMX_OK);
+    ASSERT_EQ(tools.appendTool("ThirdParty"), lmx60::ELMX_OK);
+    EXPECT_EQ(tools.getEnumTool(0), HIPGSSystemToolType::e_enum_Tool::CoreForge);
+    EXPECT_EQ(tools.getEnumTool(1), HIPGSSystemToolType::e_enum_Tool::ThirdParty);
+    EXPECT_TRUE(tools.setEnumTool(1, HIPGSSystemToolType::e_enum_Tool::QDK));
+    EXPECT_EQ(tools.getTool(1), "QDK");
+    EXPECT_FALSE(tools.setEnumTool(1, static_cast<HIPGSSystemToolType::e_enum_Tool>(99)));
+    EXPECT_EQ(tools.getTool(1), "QDK");
+}

@@ -4,6 +4,8 @@
 // first, one that stayed open content keeps its place. So the written text tells which happened.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <regex>
 #include <string>
 
@@ -66,7 +68,8 @@ std::string vendor_block(const std::string& written)
         return "no spirit:vendorExtensions in:\n" + written;
     std::string block = written.substr(start, end - start);
     block = std::regex_replace(block, std::regex(" xmlns:[a-z]+=\"[^\"]*\""), "");
-    return std::regex_replace(block, std::regex(">\\s+<"), "><");
+    block = std::regex_replace(block, std::regex(">\\s+<"), "><");
+    return std::regex_replace(block, std::regex(">\\s+$"), ">");
 }
 
 struct slot_case {
@@ -164,18 +167,37 @@ std::vector<slot_case> cases()
     return all;
 }
 
+void PrintTo(const slot_case& c, std::ostream* out)
+{
+    *out << c.slot;
+}
+
 class TypedSlotWhicheverClassReads : public ::testing::TestWithParam<slot_case> {};
+
+// The vendor schema imports the standard one and also knows the vendor types the slots name.
+std::string vendor_schema_errors(const std::string& xml)
+{
+    const std::string path = ::testing::TempDir() + "/slot_case.xml";
+    std::ofstream(path) << xml;
+    const std::string log = path + ".log";
+    const std::string command = "xmllint --noout --schema '" + std::string(IPXACT_SOURCE_DIR) +
+                                "/schema/vorlix.xsd' '" + path + "' >'" + log + "' 2>&1";
+    return std::system(command.c_str()) == 0 ? std::string() : corpus::read_file(log);
+}
 
 TEST_P(TypedSlotWhicheverClassReads, FillsTheSlotAndWritesTheSameText)
 {
     const slot_case& c = GetParam();
-    ASSERT_EQ(corpus::schema_errors(c.standalone), "") << c.standalone;
+    if (!corpus::have_xmllint() || std::ifstream(corpus::official_schema()).fail())
+        GTEST_SKIP() << "the documents are checked against the schemas first, which needs xmllint and "
+                     << corpus::official_schema();
+    ASSERT_EQ(vendor_schema_errors(c.standalone), "") << c.standalone;
     const std::string slotFirst = "<spirit:vendorExtensions><vorlix:" + std::string(c.slot);
     const std::string expected = vendor_block(c.read_standalone(c.standalone));
     EXPECT_EQ(expected.rfind(slotFirst, 0), 0u) << "read through the document element's class:\n" << expected;
     EXPECT_EQ(vendor_block(write_as<HIPGSTop>(c.standalone)), expected) << "read through HIPGSTop";
     if (c.read_parent) {
-        ASSERT_EQ(corpus::schema_errors(c.in_parent), "") << c.in_parent;
+        ASSERT_EQ(vendor_schema_errors(c.in_parent), "") << c.in_parent;
         EXPECT_EQ(vendor_block(c.read_parent(c.in_parent)), expected) << "read inside its parent";
         EXPECT_EQ(vendor_block(write_as<HIPGSTop>(c.in_parent)), expected) << "parent read through HIPGSTop";
     }

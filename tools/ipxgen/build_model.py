@@ -24,6 +24,11 @@ from restrictions import RestrictionTable
 from xsd_loader import ComplexType, ElementDecl, SchemaSet
 
 
+# The vendor reference types: documents name them with xsi:type on every reference, also where the
+# reference is declared with the type itself, and the binding writes them so.
+TYPE_ALWAYS_WRITTEN = ("vorlix:componentRefType", "vorlix:interfaceRefType", "vorlix:libraryRefType",
+                       "vorlix:vlnvRegExpType")
+
 # Elements whose values are checked as constraints (code 37), not as plain facets (code 36).
 CONSTRAINT_ELEMENTS = ("timingConstraint", "loadConstraint")
 
@@ -61,6 +66,8 @@ class ModelBuilder:
                 member_of_family.type_qname = member_of_family.element_id
         for place in self.places:
             place.bound.derived_classes.sort()
+            if place.bound.kind == "complex_type" and place.bound.element_id in TYPE_ALWAYS_WRITTEN:
+                place.bound.type_always_written = True
 
     def _link_content_sources(self) -> None:
         for place in self.places:

@@ -13,10 +13,12 @@ its full content, base content included.
 
 from __future__ import annotations
 
+from dataclasses import replace
+
 from typing import Optional
 
 from class_places import ClassPlaces, Place, is_whole
-from model import SPIRIT_URI, BoundClass, Member, qualified
+from model import NS_VORLIX, SPIRIT_URI, VORLIX_URI, BoundClass, Member, qualified
 from naming import (attribute_stem, class_stem, element_stem, enum_identifiers, enum_type_name,
                     unique_stems)
 from value_types import SimpleValue, ValueTypes, narrowed
@@ -98,9 +100,13 @@ class ClassMembers:
         attributes, any_attribute = self._attributes(complex_type, own_only)
         members = [self._attribute_member(a) for a in attributes]
         if any(a.name in _CONFIGURABLE_NAMES for a in attributes):
-            members = self._configurable_set(attributes) + [
-                m for m, a in zip(members, attributes) if a.name not in _CONFIGURABLE_NAMES]
-            bound.configurable = any_attribute = True
+            if bound.ns_id == NS_VORLIX:
+                members = [self._vendor_configurable(a) if a.name in _CONFIGURABLE_NAMES else m
+                           for m, a in zip(members, attributes)]
+            else:
+                members = self._configurable_set(attributes) + [
+                    m for m, a in zip(members, attributes) if a.name not in _CONFIGURABLE_NAMES]
+                bound.configurable = any_attribute = True
         bound.any_attribute = any_attribute
         if complex_type.content == "simple":
             bound.content = "simple"
@@ -160,8 +166,9 @@ class ClassMembers:
                                          use.default, use.fixed, use.default))
         return result, any_attribute
 
-    def _attribute_member(self, attribute: _Attribute, value_type: Optional[str] = None) -> Member:
-        value = self.values.of(attribute.simple_type)
+    def _attribute_member(self, attribute: _Attribute, value_type: Optional[str] = None,
+                          value: Optional[SimpleValue] = None) -> Member:
+        value = value or self.values.of(attribute.simple_type)
         ns_id = self.places.ns_id(attribute.name.ns)
         member = Member(stem=attribute_stem(attribute.name.local), kind="attribute", ns_id=ns_id,
                         local_name=attribute.name.local,
@@ -171,6 +178,19 @@ class ClassMembers:
                         particle="@%s, %s" % (qualified(ns_id, attribute.name.local),
                                               "required" if attribute.use == "required" else "optional"))
         self._set_value(member, value, value_type)
+        return member
+
+    def _vendor_configurable(self, attribute: _Attribute) -> Member:
+        """A configurable-value attribute that a vendor type uses on its own terms: where its schema puts
+        it, with no wildcard beside it and no default of the global declaration; its value kind is the
+        one the standard's elements give it, and spirit:resolve lists its values in the vendor order."""
+        used = _Attribute(attribute.name, attribute.simple_type, attribute.use, attribute.use_default, None)
+        value = self.values.of(attribute.simple_type)
+        if attribute.name.local == "resolve":
+            vendor_order = self.values.of(QName(VORLIX_URI, "resolveEnum")).facets.enumerations
+            value = replace(value, facets=replace(value.facets, enumerations=list(vendor_order)))
+        member = self._attribute_member(used, dict(CONFIGURABLE_ATTRIBUTES)[attribute.name.local], value)
+        member.configurable = True
         return member
 
     def _configurable_set(self, attributes: list) -> list:

@@ -105,7 +105,7 @@ $derived_table$
 const ClassInfo $name$::s_class_info = {
     $element_id$, $ns_id$, $local_name$, $content$,
     s_members, $member_count$, $writer_map$,
-    $type_id$, $type_qname$, $derived$,
+    $type_id$, $type_qname$, $derived$,$type_always_written$
 };
 
 $name$::$name$()$base_init$
@@ -541,6 +541,7 @@ class ClassEmitter:
             type_id=str(self.type_ids.get(b.name, 0)),
             type_qname=cpp_types.cpp_string(b.type_qname) if b.type_qname else "nullptr",
             derived="%s_derived_types" % b.name if self.descendants() else "nullptr",
+            type_always_written=" true," if b.type_always_written else "",
             base_init=self.base_init(),
             reader_entry="unmarshal(reader)" if self.is_document() else "unmarshal(reader, reader.element_qname())",
             document_constructors=self.document_definitions(),

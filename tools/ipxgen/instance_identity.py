@@ -15,7 +15,7 @@ from dataclasses import dataclass
 from typing import Optional
 
 from instance_tree import Node, remove, removable
-from instance_values import ValueDrawer, is_valid
+from instance_values import ValueDrawer, collapses, is_valid
 from xsd_loader import IdentityConstraint, QName, SchemaSet
 
 
@@ -84,6 +84,14 @@ class _Field:
         if self.attribute is not None:
             return self.node.attributes.get(self.attribute)
         return self.node.text
+
+    def key_value(self) -> Optional[str]:
+        """The value as the validator compares it: " a_1 " of a name type is a_1, and refers to
+        the same key as a_1 in a field of type xs:string, which keeps its whitespace."""
+        value, value_type = self.value(), self.value_type() if self.node is not None else None
+        if value is not None and value_type is not None and collapses(value_type):
+            return " ".join(value.split())
+        return value
 
     def assign(self, value: str) -> None:
         if self.attribute is not None:
@@ -158,7 +166,7 @@ class IdentityRepair:
     def _key_values(self, context: Node, constraint: IdentityConstraint) -> list:
         values = []
         for selected in _select(context, constraint.selector, constraint.namespaces):
-            value = tuple(f.value() for f in self._fields(selected, constraint))
+            value = tuple(f.key_value() for f in self._fields(selected, constraint))
             if None not in value and value not in values:
                 values.append(value)
         return values
@@ -173,7 +181,7 @@ class IdentityRepair:
                 changed = self._fill_missing(selected, fields) or changed
                 if any(f.value() is None for f in fields):
                     continue
-            value = tuple(f.value() for f in fields)
+            value = tuple(f.key_value() for f in fields)
             if None in value:
                 continue
             if value in seen:
@@ -200,7 +208,9 @@ class IdentityRepair:
     def _rename(self, fields: list) -> None:
         for f in fields:
             flat = f.value_type()
-            renamed = f.value() + "_%d" % self.values.next_number()
+            # The number goes before trailing whitespace, which a name type collapses away.
+            stripped = f.value().rstrip()
+            renamed = stripped + "_%d" % self.values.next_number() + f.value()[len(stripped):]
             if flat is None or not is_valid(flat, renamed):
                 raise Unsatisfiable("a duplicated key value cannot be renamed")
             f.assign(renamed)
@@ -212,7 +222,7 @@ class IdentityRepair:
             if not self._attached(selected):
                 continue
             fields = self._fields(selected, keyref)
-            value = tuple(f.value() for f in fields)
+            value = tuple(f.key_value() for f in fields)
             if None in value or value in targets:
                 continue
             changed = True

@@ -303,7 +303,7 @@ class ValueDrawer:
         self.counter = 0
 
     def draw(self, flat: FlatSimple, unique: bool = True, attribute: bool = False) -> str:
-        """A valid value; in an attribute never an empty one and never with runs of whitespace inside.
+        """A valid value; in an attribute never an empty one (nor one of only whitespace).
 
         Edge forms are not made unique: the running number would fill an empty text or break an
         exact length. Repeated ones are left to the identity repair, like any repeated value."""
@@ -314,7 +314,7 @@ class ValueDrawer:
                 if unique and flat.builtin in _TEXTUAL and not flat.enumerations():
                     value = self._made_unique(flat, value)
             if is_valid(flat, value):
-                return self._maybe_padded(flat, value, attribute)
+                return self._maybe_padded(flat, value)
         raise ValueError("no valid value drawn for %s" % (flat.name or flat.builtin))
 
     def next_number(self) -> int:
@@ -374,6 +374,8 @@ class ValueDrawer:
 
     def _length_edges(self, flat: FlatSimple, attribute: bool) -> list:
         """Texts exactly as long as the length facets allow; the empty text where the type has one."""
+        if flat.builtin == "ID":
+            return []  # IDs must differ within a document, and the identity repair renames none
         lengths = {flat.bound(f) for f in ("length", "min_length", "max_length")} - {None}
         if flat.builtin in _EMPTY_ALLOWED:
             lengths.add(0)
@@ -418,17 +420,18 @@ class ValueDrawer:
 
     # --- whitespace ---------------------------------------------------------
 
-    def _maybe_padded(self, flat: FlatSimple, value: str, attribute: bool) -> str:
+    def _maybe_padded(self, flat: FlatSimple, value: str) -> str:
         if not _paddable(flat) or self.rng.random() >= PADDING_SHARE:
             return value
-        padded = self._padded(value, attribute)
+        padded = self._padded(value)
         return padded if is_valid(flat, padded) else value
 
-    def _padded(self, value: str, attribute: bool) -> str:
-        """The value with whitespace before and after it and, outside attributes, runs of
-        whitespace for each space inside it (between list items or words of a token)."""
+    def _padded(self, value: str) -> str:
+        """The value with whitespace before and after it, and a run of whitespace for each space
+        inside it (between list items or words of a token). In attributes too: the writer spells
+        tabs and line ends there as character references, which attribute normalisation keeps."""
         rng = self.rng
-        inner = value if attribute else re.sub(" ", lambda _: rng.choice(_WHITESPACE_RUNS), value)
+        inner = re.sub(" ", lambda _: rng.choice(_WHITESPACE_RUNS), value)
         before = rng.choice([""] + _WHITESPACE_RUNS)
         after = "" if value.strip() in _SPECIAL_REALS else rng.choice([""] + _WHITESPACE_RUNS)
         if not before and not after:

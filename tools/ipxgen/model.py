@@ -65,6 +65,7 @@ class BoundClass:
     base_class: Optional[str] = None
     derived_classes: list = field(default_factory=list)
     type_qname: Optional[str] = None
+    type_always_written: bool = False  # writes its xsi:type wherever it stands inside a document
     any_attribute: bool = False
     source: str = ""
     configurable: bool = False  # carries the configurable-value attribute set

@@ -22,16 +22,24 @@ input/output"; children present on both sides in another order are "order",
 except a vendor element moved to the front of spirit:vendorExtensions, which
 is "typed vendor slot written first".
 
-With --schema (an XSD file; repeatable) three more kinds are told apart, from
-what the schema declares for an element or attribute of that name: "empty
-element written with its default" (no text in, the schema default out),
-"xsi:type naming the declared type dropped", and "whitespace collapsed by the
-value's type" (the output is the input with whitespace collapsed, and every
-declaration of that name either has a type whose whitespace facet is collapse
-or holds only elements, so both spell one value). Where a declaration of the
-name keeps whitespace (xs:string and its restrictions without such a facet,
-mixed content, no declared type) whitespace can be part of the value and its
-loss stays "whitespace".
+With --schema (an XSD file; repeatable) more kinds are told apart, from what
+the schema declares. "Empty element written with its default": no text in, a
+default some declaration of that element name gives out. The rest go by what
+is declared for an element or attribute of that name inside a parent of that
+name (following group and attribute group references and the types a type
+extends), or, where no declaration of the parent holds it (the document
+element, content a wildcard accepts or an xsi:type adds), by every
+declaration of the name:
+"xsi:type naming the declared type dropped" and "xsi:type naming the declared
+type written" (the attribute on one side only, naming a type the element is
+declared with); "whitespace collapsed by the value's type" (the output is the
+input with whitespace collapsed, and every declaration either has a type
+whose whitespace facet is collapse or holds only elements, so both spell one
+value). Where a declaration keeps whitespace (xs:string and its restrictions
+without such a facet, mixed content, no declared type) whitespace can be part
+of the value and its loss stays "whitespace". Where every declaration is an
+xs:float or derived from it, two numbers that round to the same IEEE single
+are "number spelling" too: 1.4E-45 and 1e-45 both name the smallest one.
 The exit status is 0 when the documents are equal, 1 otherwise.
 """
 
@@ -40,10 +48,12 @@ from __future__ import annotations
 import argparse
 import difflib
 import os
+import struct
 import sys
 import xml.etree.ElementTree as ET
 from dataclasses import dataclass, field
 from decimal import Decimal, InvalidOperation
+from fractions import Fraction
 from typing import Optional
 
 XSI_TYPE = "{http://www.w3.org/2001/XMLSchema-instance}type"
@@ -51,9 +61,25 @@ VENDOR_EXTENSIONS = "{http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009
 VENDOR_NAMESPACE = "{http://www.vorlix.com/XMLSchema/ipxact/1.0}"
 
 
+@dataclass
+class _ValueFacts:
+    """What all the declarations behind one key agree on about a value's text."""
+
+    collapses: bool = True  # whitespace in it is never part of the value
+    single_precision: bool = True  # it is an xs:float value, one IEEE single
+    double_precision: bool = True  # it is an xs:double value, or a list of them
+
+
 class SchemaFacts:
-    """Per element name, what any declaration of that name says: defaults and declared types; per
-    element and attribute name, whether every declaration of it collapses whitespace in its value."""
+    """What the declarations of an element or attribute say of its value: defaults and declared types
+    of elements, whether whitespace in the text is part of the value, whether the value is an xs:float.
+
+    Each is known per name, over every declaration of that name, and per context, (parent element
+    name, name), over the declarations a parent of that name holds through its type, the groups and
+    attribute groups it refers to, and the types it extends. One name can be declared keeping
+    whitespace in one parent and collapsing it in another; the context tells them apart. The name
+    answers where no declaration of the parent holds it: the document element, and content a
+    wildcard accepts or an xsi:type adds."""
 
     def __init__(self, paths: list):
         sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "ipxgen"))
@@ -66,11 +92,13 @@ class SchemaFacts:
             self.schemas.load(path)
         self.defaults = {}  # "{uri}local" -> {default or fixed text}
         self.types = {}  # "{uri}local" -> {"{uri}type"}
-        # "{uri}local" -> True while no declaration seen so far gives whitespace in its text a meaning.
-        # Elements and attributes apart: one name can be both, with different types.
-        self.element_collapses = {}
-        self.attribute_collapses = {}
+        self.context_types = {}  # ("{uri}parent", "{uri}local") -> {"{uri}type"}, for every child known
+        # (attribute?, "{uri}parent" or None for the name alone, "{uri}local") -> _ValueFacts. Elements
+        # and attributes apart: one name can be both, with different types.
+        self._values = {}
         self._whitespace_of = {}  # id(simple or complex type) -> what _whitespace says of it
+        self._primitive_of = {}  # id(simple or complex type) -> what _primitive says of it
+        self._content_of = {}  # id(complex type) -> (child element declarations, attribute declarations)
         self._seen = set()
         for decl in self.schemas.elements.values():
             self._element(decl)
@@ -83,9 +111,46 @@ class SchemaFacts:
         for decl in self.schemas.attributes.values():
             self._attribute(decl)
 
-    def collapses(self, name: str, attribute: bool) -> bool:
-        """Whether a value of that element or attribute name is one value however its whitespace runs."""
-        return (self.attribute_collapses if attribute else self.element_collapses).get(name, False)
+    def collapses(self, name: str, attribute: bool, parent: Optional[str] = None) -> bool:
+        """Whether a value of that element or attribute, inside that parent, is one value however its
+        whitespace runs."""
+        found = self._value(name, attribute, parent)
+        return found is not None and found.collapses
+
+    def single_precision(self, name: str, attribute: bool, parent: Optional[str] = None) -> bool:
+        """Whether a value of that element or attribute, inside that parent, is an xs:float."""
+        found = self._value(name, attribute, parent)
+        return found is not None and found.single_precision
+
+    def double_precision(self, name: str, attribute: bool, parent: Optional[str] = None) -> bool:
+        """Whether a value of that element or attribute, inside that parent, is xs:double items."""
+        found = self._value(name, attribute, parent)
+        return found is not None and found.double_precision
+
+    def declared_types(self, name: str, parent: Optional[str] = None) -> set:
+        """The named types an element of that name is declared with, inside that parent."""
+        if parent is not None and (parent, name) in self.context_types:
+            return self.context_types[(parent, name)]
+        return self.types.get(name, set())
+
+    def _value(self, name: str, attribute: bool, parent: Optional[str]) -> Optional[_ValueFacts]:
+        found = self._values.get((attribute, parent, name)) if parent is not None else None
+        return found if found is not None else self._values.get((attribute, None, name))
+
+    def _note(self, decl, attribute: bool, parent: Optional[str]) -> None:
+        declared = decl.type if decl.type is not None else decl.inline_type
+        if attribute:
+            # No declared type is xs:anySimpleType, which keeps whitespace.
+            collapse = declared is not None and self._whitespace(declared) == "collapse"
+        else:
+            # Without a declared type the element is xs:anyType, whose text may be mixed content. A
+            # declaration holding only elements takes no side: whitespace inside it is never a value.
+            collapse = declared is not None and self._whitespace(declared) in ("collapse", "elements")
+        primitive = self._primitive(declared) if declared is not None else None
+        facts = self._values.setdefault((attribute, parent, str(decl.name)), _ValueFacts())
+        facts.collapses = facts.collapses and collapse
+        facts.single_precision = facts.single_precision and primitive == "float"
+        facts.double_precision = facts.double_precision and primitive in ("double", "double list")
 
     def _element(self, decl) -> None:
         if decl.ref is not None or id(decl) in self._seen:
@@ -97,12 +162,15 @@ class SchemaFacts:
                 self.defaults.setdefault(name, set()).add(value)
         if decl.type is not None:
             self.types.setdefault(name, set()).add(str(decl.type))
-        declared = decl.type if decl.type is not None else decl.inline_type
-        # Without a declared type the element is xs:anyType, whose text may be mixed content. A
-        # declaration holding only elements takes no side: whitespace inside it is never a value.
-        whitespace = self._whitespace(declared) if declared is not None else "preserve"
-        collapse = whitespace in ("collapse", "elements")
-        self.element_collapses[name] = self.element_collapses.get(name, True) and collapse
+        self._note(decl, False, None)
+        children, attributes = self._content(self._complex_of(decl))
+        for child in children:
+            self._note(child, False, name)
+            types = self.context_types.setdefault((name, str(child.name)), set())
+            if child.type is not None:
+                types.add(str(child.type))
+        for attribute in attributes:
+            self._note(attribute, True, name)
         if isinstance(decl.inline_type, self._loader.ComplexType):
             self._complex_type(decl.inline_type)
 
@@ -121,11 +189,79 @@ class SchemaFacts:
         if id(decl) in self._seen:
             return
         self._seen.add(id(decl))
+        self._note(decl, True, None)
+
+    def _particle(self, particle) -> None:
+        if isinstance(particle, self._loader.ElementDecl):
+            self._element(particle)
+        elif isinstance(particle, self._loader.Compositor):
+            for inner in particle.particles:
+                self._particle(inner)
+
+    # --- what a parent holds ----------------------------------------------------------
+
+    def _complex_of(self, decl):
         declared = decl.type if decl.type is not None else decl.inline_type
-        # No declared type is xs:anySimpleType, which keeps whitespace.
-        collapse = declared is not None and self._whitespace(declared) == "collapse"
-        name = str(decl.name)
-        self.attribute_collapses[name] = self.attribute_collapses.get(name, True) and collapse
+        if isinstance(declared, self._loader.QName):
+            declared = self.schemas.type(declared)
+        return declared if isinstance(declared, self._loader.ComplexType) else None
+
+    def _content(self, complex_type) -> tuple:
+        """The element and attribute declarations an element of that type holds, references resolved."""
+        if complex_type is None:
+            return [], []
+        if id(complex_type) not in self._content_of:
+            # A derivation loop, which no valid schema has, ends here with what was found so far.
+            self._content_of[id(complex_type)] = ([], [])
+            children, attributes = [], []
+            self._children(complex_type.particle, children, set())
+            self._attribute_decls(complex_type.attributes, attributes, set())
+            base = self._base_complex(complex_type)
+            if base is not None:
+                base_children, base_attributes = self._content(base)
+                # A restriction restates the elements it keeps; the attributes it does not name it keeps.
+                if complex_type.derivation == "extension":
+                    children = base_children + children
+                attributes = base_attributes + attributes
+            self._content_of[id(complex_type)] = (children, attributes)
+        return self._content_of[id(complex_type)]
+
+    def _base_complex(self, complex_type):
+        if complex_type.base is None or complex_type.base.ns == self._loader.XS:
+            return None
+        base = self.schemas.type(complex_type.base)
+        return base if isinstance(base, self._loader.ComplexType) else None
+
+    def _children(self, particle, found: list, groups: set) -> None:
+        loader = self._loader
+        if isinstance(particle, loader.ElementDecl):
+            found.append(self.schemas.element(particle.ref) if particle.ref is not None else particle)
+        elif isinstance(particle, loader.GroupRef):
+            if particle.ref not in groups:
+                groups.add(particle.ref)
+                self._children(self.schemas.group(particle.ref).particle, found, groups)
+        elif isinstance(particle, loader.Compositor):
+            for inner in particle.particles:
+                self._children(inner, found, groups)
+
+    def _attribute_decls(self, uses, found: list, groups: set) -> None:
+        loader = self._loader
+        for use in uses:
+            if isinstance(use, loader.AttributeDecl):
+                if use.use == "prohibited":
+                    continue
+                if use.ref is None:
+                    found.append(use)
+                elif use.ref in self.schemas.attributes:
+                    found.append(self.schemas.attribute(use.ref))
+                else:
+                    # Declared in a schema not loaded (xml:lang): nothing is known of its value.
+                    found.append(loader.AttributeDecl(use.ref))
+            elif isinstance(use, loader.AttributeGroupRef) and use.ref not in groups:
+                groups.add(use.ref)
+                self._attribute_decls(self.schemas.attribute_group(use.ref).attributes, found, groups)
+
+    # --- what a type says of its text -------------------------------------------------
 
     def _whitespace(self, declared) -> str:
         """What whitespace means in text of a type (a QName or an inline type): the facet in force,
@@ -164,12 +300,31 @@ class SchemaFacts:
         base = simple_type.base if simple_type.base is not None else simple_type.inline_base
         return simple_type.facets.whitespace or (self._whitespace(base) if base is not None else "preserve")
 
-    def _particle(self, particle) -> None:
-        if isinstance(particle, self._loader.ElementDecl):
-            self._element(particle)
-        elif isinstance(particle, self._loader.Compositor):
-            for inner in particle.particles:
-                self._particle(inner)
+    def _primitive(self, declared) -> Optional[str]:
+        """The built-in type whose values the text of a type spells (a restriction only narrows them,
+        simple content carries them): "float" for xs:float and what is derived from it, "double list"
+        for a list of xs:double. None for other lists, a union, element or mixed content."""
+        loader = self._loader
+        if isinstance(declared, loader.QName):
+            found = self.schemas.type(declared)
+            if isinstance(found, loader.QName):
+                return None if found.local == "anyType" else found.local
+            declared = found
+        if id(declared) in self._primitive_of:
+            return self._primitive_of[id(declared)]
+        self._primitive_of[id(declared)] = None
+        result = None
+        if isinstance(declared, loader.SimpleType):
+            base = declared.base if declared.base is not None else declared.inline_base
+            if declared.variety == "atomic" and base is not None:
+                result = self._primitive(base)
+            elif declared.variety == "list":
+                item = declared.item_type if declared.item_type is not None else declared.inline_item
+                result = "double list" if item is not None and self._primitive(item) == "double" else None
+        elif declared.content == "simple" and not declared.mixed and declared.base is not None:
+            result = self._primitive(declared.base)
+        self._primitive_of[id(declared)] = result
+        return result
 
 
 @dataclass
@@ -263,8 +418,44 @@ def _number(text: str) -> Optional[Decimal]:
     return value if value.is_finite() else None
 
 
-def value_kind(first: str, second: str) -> str:
-    """Why two differing texts differ."""
+def _single(number: Decimal) -> Optional[bytes]:
+    """The IEEE single an xs:float text of that number stands for, as its bytes: the nearest one, a
+    tie going to the even one, as a reader rounds it. None past the largest finite single."""
+    exact = Fraction(number)
+    magnitude = abs(exact)
+    if magnitude == 0:
+        return struct.pack("<f", 0.0)
+    # Rounded straight from the exact value: going through a double first rounds twice, which can
+    # land on the other side of a midpoint between two singles.
+    exponent = magnitude.numerator.bit_length() - magnitude.denominator.bit_length()
+    if Fraction(2) ** exponent > magnitude:
+        exponent -= 1
+    spacing = Fraction(2) ** (max(exponent, -126) - 23)  # below 2**-126 the singles are subnormal
+    units = magnitude / spacing
+    whole = int(units)
+    if units - whole > Fraction(1, 2) or (units - whole == Fraction(1, 2) and whole % 2):
+        whole += 1
+    rounded = whole * spacing
+    if rounded >= Fraction(2) ** 128:
+        return None
+    return struct.pack("<f", float(rounded) if exact > 0 else -float(rounded))
+
+
+def _same_doubles(first: str, second: str) -> bool:
+    """Both texts are the same xs:double values, item by item (4.9E-324 and 5e-324 are one double)."""
+    items_a, items_b = first.split(), second.split()
+    if len(items_a) != len(items_b):
+        return False
+    for a, b in zip(items_a, items_b):
+        number_a, number_b = _number(a), _number(b)
+        if number_a is None or number_b is None or float(number_a) != float(number_b):
+            return False
+    return True
+
+
+def value_kind(first: str, second: str, single_precision: bool = False, double_precision: bool = False) -> str:
+    """Why two differing texts differ; single_precision where both are xs:float values,
+    double_precision where both are xs:double values or lists of them."""
     booleans = {"true": True, "1": True, "false": False, "0": False}
     a, b = first.strip(), second.strip()
     if a in booleans and b in booleans and booleans[a] == booleans[b] and not (a.isdigit() and b.isdigit()):
@@ -274,17 +465,27 @@ def value_kind(first: str, second: str) -> str:
     number_a, number_b = _number(a), _number(b)
     if number_a is not None and number_b is not None and number_a == number_b:
         return "number spelling"
+    # An xs:float holds one single: 1.4E-45 and 1e-45 both name the smallest one, and a writer gives
+    # the shortest text that reads back as the single it holds.
+    if (single_precision and number_a is not None and number_b is not None
+            and _single(number_a) is not None and _single(number_a) == _single(number_b)):
+        return "number spelling"
+    if double_precision and _same_doubles(a, b):
+        return "number spelling"
     if " ".join(first.split()) == " ".join(second.split()):
         return "whitespace"
     return "value"
 
 
-def _typed_value_kind(first: str, second: str, name: str, attribute: bool, facts: Optional[SchemaFacts]) -> str:
-    """value_kind, told more where the schema says how the value of that name treats whitespace."""
-    kind = value_kind(first, second)
+def _typed_value_kind(first: str, second: str, name: str, attribute: bool, parent: Optional[str],
+                      facts: Optional[SchemaFacts]) -> str:
+    """value_kind, told more where the schema says what the value of that name in that parent is."""
+    single = facts is not None and facts.single_precision(name, attribute, parent)
+    double = facts is not None and facts.double_precision(name, attribute, parent)
+    kind = value_kind(first, second, single, double)
     # Only the collapsed input itself: an output that kept some of the whitespace, or put in its own,
     # is not what reading the value gave.
-    if (kind == "whitespace" and facts is not None and facts.collapses(name, attribute)
+    if (kind == "whitespace" and facts is not None and facts.collapses(name, attribute, parent)
             and " ".join(first.split()) == second):
         return "whitespace collapsed by the value's type"
     return kind
@@ -301,27 +502,34 @@ class Difference:
         return "\t".join([self.kind, self.path, repr(self.first), repr(self.second)])
 
 
-def compare(first: Element, second: Element, path: str = "", facts: Optional[SchemaFacts] = None) -> list:
+def compare(first: Element, second: Element, path: str = "", facts: Optional[SchemaFacts] = None,
+            parent: Optional[str] = None) -> list:
+    """The differences of two elements of one name, inside a parent of that name (None: not known)."""
     path = "%s/%s" % (path, _short(first.name))
     differences = []
+    declared = facts.declared_types(first.name, parent) if facts is not None else set()
     for name in sorted(set(first.attributes) | set(second.attributes)):
         where = "%s/@%s" % (path, _short(name))
         if name not in second.attributes:
-            redundant = (name == XSI_TYPE and facts is not None
-                         and first.attributes[name] in facts.types.get(first.name, ()))
+            redundant = name == XSI_TYPE and first.attributes[name] in declared
             kind = "xsi:type naming the declared type dropped" if redundant else "attribute only in input"
             differences.append(Difference(kind, where, first.attributes[name]))
         elif name not in first.attributes:
-            differences.append(Difference("attribute only in output", where, "", second.attributes[name]))
+            # The element is of its declared type with or without the attribute; the writer names
+            # the type of every vendor reference, as documents from other tools do.
+            redundant = name == XSI_TYPE and second.attributes[name] in declared
+            kind = "xsi:type naming the declared type written" if redundant else "attribute only in output"
+            differences.append(Difference(kind, where, "", second.attributes[name]))
         elif first.attributes[name] != second.attributes[name]:
             a, b = first.attributes[name], second.attributes[name]
-            differences.append(Difference(_typed_value_kind(a, b, name, True, facts), where, a, b))
-    differences += _compare_texts(first, second, path, facts)
+            differences.append(Difference(_typed_value_kind(a, b, name, True, first.name, facts), where, a, b))
+    differences += _compare_texts(first, second, path, facts, parent)
     differences += _compare_children(first, second, path, facts)
     return differences
 
 
-def _compare_texts(first: Element, second: Element, path: str, facts: Optional[SchemaFacts]) -> list:
+def _compare_texts(first: Element, second: Element, path: str, facts: Optional[SchemaFacts],
+                   parent: Optional[str]) -> list:
     texts_a = [c for c in first.children if isinstance(c, str)]
     texts_b = [c for c in second.children if isinstance(c, str)]
     if texts_a == texts_b:
@@ -329,7 +537,9 @@ def _compare_texts(first: Element, second: Element, path: str, facts: Optional[S
     a, b = "".join(texts_a), "".join(texts_b)
     if a == "" and not first.elements() and facts is not None and b in facts.defaults.get(first.name, ()):
         return [Difference("empty element written with its default", path, a, b)]
-    return [Difference(_typed_value_kind(a, b, first.name, False, facts) if a != b else "text split", path, a, b)]
+    if a == b:
+        return [Difference("text split", path, a, b)]
+    return [Difference(_typed_value_kind(a, b, first.name, False, parent, facts), path, a, b)]
 
 
 def _slot_moved_first(parent: str, names_a: list, names_b: list) -> bool:
@@ -355,7 +565,7 @@ def _compare_children(parent_a: Element, parent_b: Element, path: str, facts: Op
     for tag, a_start, a_end, b_start, b_end in matcher.get_opcodes():
         if tag == "equal":
             for a, b in zip(first[a_start:a_end], second[b_start:b_end]):
-                differences += compare(a, b, path, facts)
+                differences += compare(a, b, path, facts, parent_a.name)
             continue
         for a in first[a_start:a_end]:
             differences.append(Difference("element only in input", "%s/%s" % (path, _short(a.name))))

@@ -34,6 +34,28 @@ bool same_children(const T& left, const T& right)
     return typeid(left) == typeid(right) && left == right;
 }
 
+// Values compare as values, except that a NaN read from a document is the same value as the NaN it
+// is written back as: an object must equal its own copy and what it reads back as.
+template <class T>
+bool same_value(const T& left, const T& right)
+{
+    if constexpr (std::is_floating_point_v<T>)
+        return left == right || (left != left && right != right);
+    else
+        return left == right;
+}
+
+template <class T>
+bool same_values(const std::vector<T>& left, const std::vector<T>& right)
+{
+    if (left.size() != right.size())
+        return false;
+    for (size_t i = 0; i < left.size(); ++i)
+        if (!same_value(left[i], right[i]))
+            return false;
+    return true;
+}
+
 }  // namespace detail
 
 template <class T>
@@ -44,7 +66,7 @@ public:
     T& get() { return m_value; }
     void set(const T& value) { m_value = value; }
     bool is_set() const { return true; }
-    bool operator==(const ct_simple_single& other) const { return m_value == other.m_value; }
+    bool operator==(const ct_simple_single& other) const { return detail::same_value(m_value, other.m_value); }
     void swap(ct_simple_single& other) noexcept
     {
         using std::swap;
@@ -72,7 +94,7 @@ public:
     void unset() { m_is_set = false; }
     bool operator==(const ct_simple_optional& other) const
     {
-        return m_is_set == other.m_is_set && (!m_is_set || m_value == other.m_value);
+        return m_is_set == other.m_is_set && (!m_is_set || detail::same_value(m_value, other.m_value));
     }
     void swap(ct_simple_optional& other) noexcept
     {
@@ -108,7 +130,7 @@ public:
     void clear() { m_items.clear(); }
     const std::vector<T>& items() const { return m_items; }
     std::vector<T>& items() { return m_items; }
-    bool operator==(const ct_simple_multi& other) const { return m_items == other.m_items; }
+    bool operator==(const ct_simple_multi& other) const { return detail::same_values(m_items, other.m_items); }
     void swap(ct_simple_multi& other) noexcept { m_items.swap(other.m_items); }
 
 private:

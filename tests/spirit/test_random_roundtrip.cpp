@@ -135,14 +135,16 @@ std::vector<generated_document> generate(const std::string& root, int count, con
 }
 
 // Both schemas must accept a standard document (the vendor schema imports the standard one and
-// also checks the vendor blocks in open content); the vendor schema accepts a vendor document.
+// also checks the vendor blocks in open content); the vendor schema accepts a vendor document. What
+// the binding writes is checked against the vendor schema alone: it names the type of every vendor
+// reference with xsi:type, which only a validator that knows the vendor schema resolves.
 std::map<std::string, std::string> failures_against_schemas(const std::string& root,
                                                             const std::vector<std::string>& files,
-                                                            const std::string& directory)
+                                                            const std::string& directory, bool written = false)
 {
     std::map<std::string, std::string> failures =
         roundtrip::schema_failures(vendor_schema(), files, directory + "/xmllint-vendor.log");
-    if (!is_vendor_element(root)) {
+    if (!is_vendor_element(root) && !written) {
         for (const auto& failure : roundtrip::schema_failures(ieee_schema(), files, directory + "/xmllint-ieee.log"))
             failures[failure.first] += failure.second;
     }
@@ -211,7 +213,7 @@ TEST_P(RandomDocumentsOfEveryGlobalElement, ReadWriteBackValidAndReadBackEqual)
     std::vector<std::string> outputs;
     for (const auto& pair : written)
         outputs.push_back(pair.second);
-    for (const auto& failure : failures_against_schemas(GetParam(), outputs, m_scratch.path()))
+    for (const auto& failure : failures_against_schemas(GetParam(), outputs, m_scratch.path(), true))
         report("the written document is not schema-valid", failure.first, failure.second);
     for (const roundtrip::difference& difference : roundtrip::canonical_differences(written, m_scratch.path())) {
         bool accepted =

@@ -1,27 +1,37 @@
-// Every string value passes through the text conversion hooks on its way out as on its way in. This
-// program puts its own output hook in place of the library's (the library calls it through the
-// dynamic linker, as a host's replacement would be called), one that writes letters in upper case.
+// Every string value passes through the text conversion hooks on its way out, as on its way in: the
+// host's conversion to UTF-8 first, then the escaping of the result. This program stands in for a
+// host with an encoding of its own, by providing its own HI18N (the library calls it through the
+// dynamic linker, as it would call a host's replacement); in this "encoding" '~' is '<'.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <string>
 
-#include <ipxact/lmx60/lmx60_convert.h>
+#include <ipxact/common/HI18N.h>
 #include <ipxact/spirit/HIPGSpirit.h>
 
-namespace lmx60 {
+namespace {
 
-std::ostream& custom_output_convert_to_xml(std::ostream& os, const std::string& in)
+std::string replaced(std::string text, char from, char to)
 {
-    std::string shouted = in;
-    for (char& c : shouted)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return output_convert_to_xml(os, shouted);
+    for (char& c : text)
+        if (c == from)
+            c = to;
+    return text;
 }
 
-}  // namespace lmx60
+}  // namespace
 
-TEST(TextHooks, StringValuesAreWrittenThroughTheOutputHook)
+std::string HI18N::convertToUTF8(const std::string& hostText)
+{
+    return replaced(hostText, '~', '<');
+}
+
+std::string HI18N::convertFromUTF8(const std::string& utf8Text)
+{
+    return replaced(utf8Text, '<', '~');
+}
+
+TEST(TextHooks, StringValuesAreConvertedThenEscapedOnTheWayOutAndConvertedBackOnTheWayIn)
 {
     const std::string xml =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -32,11 +42,11 @@ TEST(TextHooks, StringValuesAreWrittenThroughTheOutputHook)
         "</spirit:busDefinition>\n";
     HIPGSpirit::HIPGSBusDefinition bus;
     ASSERT_EQ(bus.unmarshal(xml.data(), xml.size()), lmx60::ELMX_OK);
+    EXPECT_EQ(bus.getDescription(), "a ~ b & \"c\"");
+    bus.getVersionedIdentifier().setName("~apb");
     std::string written;
     ASSERT_EQ(bus.marshal(&written), lmx60::ELMX_OK);
-    EXPECT_NE(written.find("<spirit:vendor>EXAMPLE.COM</spirit:vendor>"), std::string::npos) << written;
-    EXPECT_NE(written.find("<spirit:description>A &lt; B &amp; \"C\"</spirit:description>"), std::string::npos)
+    EXPECT_NE(written.find("<spirit:name>&lt;apb</spirit:name>"), std::string::npos) << written;
+    EXPECT_NE(written.find("<spirit:description>a &lt; b &amp; \"c\"</spirit:description>"), std::string::npos)
         << written;
-    // Values of other types are formatted by the runtime, not converted as text.
-    EXPECT_NE(written.find("<spirit:directConnection>true</spirit:directConnection>"), std::string::npos) << written;
 }

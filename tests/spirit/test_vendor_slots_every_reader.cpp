@@ -3,7 +3,9 @@
 // foreign element first and the slot element after it; an element that went into the slot is written
 // first, one that stayed open content keeps its place. So the written text tells which happened.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -177,12 +179,16 @@ class TypedSlotWhicheverClassReads : public ::testing::TestWithParam<slot_case> 
 // The vendor schema imports the standard one and also knows the vendor types the slots name.
 std::string vendor_schema_errors(const std::string& xml)
 {
-    const std::string path = ::testing::TempDir() + "/slot_case.xml";
+    // ctest runs the cases as processes side by side: each writes a file of its own.
+    const std::string path = ::testing::TempDir() + "/slot_case_" + std::to_string(getpid()) + ".xml";
     std::ofstream(path) << xml;
     const std::string log = path + ".log";
     const std::string command = "xmllint --noout --schema '" + std::string(IPXACT_SOURCE_DIR) +
                                 "/schema/vorlix.xsd' '" + path + "' >'" + log + "' 2>&1";
-    return std::system(command.c_str()) == 0 ? std::string() : corpus::read_file(log);
+    const std::string errors = std::system(command.c_str()) == 0 ? std::string() : corpus::read_file(log);
+    std::remove(path.c_str());
+    std::remove(log.c_str());
+    return errors;
 }
 
 TEST_P(TypedSlotWhicheverClassReads, FillsTheSlotAndWritesTheSameText)

@@ -287,3 +287,18 @@ TEST(DerivedTypes, AreMarkedOnlyWhereTheBaseIsExpected)
 }
 
 }  // namespace
+
+// NaN is a value of xs:float and xs:double like any other: an object holding it equals its copy and
+// what it reads back as.
+TEST(Documents, NotANumberReadsBackAsTheSameValue)
+{
+    const std::string document = kDeclaration + "<spirit:phase" + kNamespaces + ">NaN</spirit:phase>\n";
+    HIPGSTop top;
+    ASSERT_EQ(top.unmarshal(document.data(), document.size()), lmx60::ELMX_OK);
+    HIPGSTop copy(top);
+    EXPECT_TRUE(copy == top);
+    const std::string text = written(top);
+    HIPGSTop back;
+    ASSERT_EQ(back.unmarshal(text.data(), text.size()), lmx60::ELMX_OK);
+    EXPECT_TRUE(back == top) << text;
+}

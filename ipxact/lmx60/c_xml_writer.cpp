@@ -193,58 +193,36 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
     m_buffer += '"';
 }
 
-elmx_error c_xml_writer::attribute(const char* qname, const std::string& value)
+elmx_error c_xml_writer::attribute(const char* qname, const std::string& value, text_converter convert)
 {
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;
     m_buffer += qname;
     m_buffer += "=\"";
-    bool clean = write_escaped(value, true);
+    bool clean = write_value(value, true, convert);
     m_buffer += '"';
     if (!clean)
         return capture_error(ELMX_BAD_CHARACTER, qname, __FILE__, __LINE__);
     return ELMX_OK;
 }
 
-elmx_error c_xml_writer::text(const std::string& value, const char* item)
+elmx_error c_xml_writer::text(const std::string& value, const char* item, text_converter convert)
 {
     close_start_tag();
-    bool clean = write_escaped(value, false);
+    bool clean = write_value(value, false, convert);
     if (m_buffer.size() > kFlushThreshold)
         flush();
     return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
 }
 
-elmx_error c_xml_writer::converted_attribute(const char* qname, text_converter convert, const std::string& value)
+bool c_xml_writer::write_value(const std::string& value, bool inAttribute, text_converter convert)
 {
-    m_buffer += defaults().attribute_nl;
-    m_buffer += defaults().attribute_tab;
-    m_buffer += qname;
-    m_buffer += "=\"";
-    bool clean = write_escaped(converted(convert, value), true, true);
-    m_buffer += '"';
-    if (!clean)
-        return capture_error(ELMX_BAD_CHARACTER, qname, __FILE__, __LINE__);
-    return ELMX_OK;
-}
-
-elmx_error c_xml_writer::converted_text(text_converter convert, const std::string& value, const char* item)
-{
-    close_start_tag();
-    bool clean = write_escaped(converted(convert, value), false, true);
-    if (m_buffer.size() > kFlushThreshold)
-        flush();
-    return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
-}
-
-const std::string& c_xml_writer::converted(text_converter convert, const std::string& value)
-{
-    static thread_local std::string text;
+    if (!convert)
+        return write_escaped(value, inAttribute);
     m_converted.str(std::string());
     m_converted.clear();
     convert(m_converted, value);
-    text = m_converted.str();
-    return text;
+    return write_escaped(m_converted.str(), inAttribute, true);
 }
 
 // `markupEscaped`: the value comes from a conversion hook that escaped it as character data already;

@@ -48,14 +48,12 @@ public:
     // Element frame. The first element written also gets the declarations of the selected map.
     void start_element(const char* qname);
     void end_element(const char* qname);
-    elmx_error attribute(const char* qname, const std::string& value);
-    elmx_error text(const std::string& value, const char* item);
-    // A string value that goes out through a text conversion hook, which writes it escaped onto a
-    // stream (custom_output_convert_to_xml); the writer checks what the hook wrote and, in an
-    // attribute, keeps tabs and line breaks from being normalised away.
+    // A value may go out through a text conversion hook, which writes it escaped as character data
+    // onto a stream (custom_output_convert_to_xml); the writer then checks what the hook wrote and, in
+    // an attribute, escapes what an attribute needs besides. Without one the writer escapes the value.
     using text_converter = std::ostream& (*)(std::ostream& os, const std::string& value);
-    elmx_error converted_attribute(const char* qname, text_converter convert, const std::string& value);
-    elmx_error converted_text(text_converter convert, const std::string& value, const char* item);
+    elmx_error attribute(const char* qname, const std::string& value, text_converter convert = nullptr);
+    elmx_error text(const std::string& value, const char* item, text_converter convert = nullptr);
     // A captured element, written as it was read.
     void any_element(const c_any_info& any);
     // One simple member as an element of its own, offering `map` for it; nothing when the member holds
@@ -94,7 +92,7 @@ private:
     void close_start_tag();
     void indent();
     bool write_escaped(const std::string& value, bool inAttribute, bool markupEscaped = false);
-    const std::string& converted(text_converter convert, const std::string& value);
+    bool write_value(const std::string& value, bool inAttribute, text_converter convert);
     void write_ns_declarations(const s_ns_map* map);
     bool outermost_start_tag_open() const { return m_start_tag_open && m_open.size() == 1; }
     // The output line being written, counted from 1, so that a fault can say where it happened.

@@ -753,33 +753,22 @@ bool read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::
 
 void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& value)
 {
-    switch (member.kind) {
-    case MemberKind::attribute:
-        writer.converted_attribute(member.qname, lmx60::custom_output_convert_to_xml, value);
-        break;
-    case MemberKind::simple_content:
-        writer.converted_text(lmx60::custom_output_convert_to_xml, value, member.qname);
-        break;
-    default:
-        writer.start_element(member.qname);
-        writer.converted_text(lmx60::custom_output_convert_to_xml, value, member.qname);
-        writer.end_element(member.qname);
-        break;
-    }
+    write_text(writer, member, value, lmx60::custom_output_convert_to_xml);
 }
 
-void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text)
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text,
+                lmx60::c_xml_writer::text_converter convert)
 {
     switch (member.kind) {
     case MemberKind::attribute:
-        writer.attribute(member.qname, text);
+        writer.attribute(member.qname, text, convert);
         break;
     case MemberKind::simple_content:
-        writer.text(text, member.qname);
+        writer.text(text, member.qname, convert);
         break;
     default:
         writer.start_element(member.qname);
-        writer.text(text, member.qname);
+        writer.text(text, member.qname, convert);
         writer.end_element(member.qname);
         break;
     }

@@ -170,7 +170,9 @@ void missing_required_child(const MemberInfo& member);
 
 // The text of a simple value: the attribute value, or the element's character content.
 void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string* text);
-void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text);
+// Through `convert` when given (the text conversion hook of string values); escaped by the writer otherwise.
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text,
+                lmx60::c_xml_writer::text_converter convert = nullptr);
 void write_empty_element(lmx60::c_xml_writer& writer, const MemberInfo& member);
 void write_any(lmx60::c_xml_writer& writer, const lmx60::c_any_info& any);
 void write_any_attribute(lmx60::c_xml_writer& writer, const lmx60::c_any_attribute& attribute);

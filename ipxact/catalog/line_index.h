@@ -1,0 +1,105 @@
+/// @file
+/// Where each element of a document stands: a compact index from element paths to lines, built
+/// while the document is read.
+#ifndef IPXACT_CATALOG_LINE_INDEX_H
+#define IPXACT_CATALOG_LINE_INDEX_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ipxact {
+namespace catalog {
+
+/// The line of every element that the reader moved onto while a document was read, addressed by
+/// element paths.
+///
+/// A path is the chain of local names from the document element down, separated by '/', each
+/// name followed by its 1-based position among the siblings of the same local name when that
+/// position is not 1: `component/memoryMaps/memoryMap[2]/addressBlock[3]/register`. Namespaces
+/// are left out (no two children of one element share a local name across namespaces in either
+/// schema). Elements inside open content (the children of a block kept whole inside
+/// `spirit:vendorExtensions`, the content of a typed vendor slot) are not indexed: the block
+/// element itself is, and a path that goes below it finds the block.
+///
+/// Each element costs 16 bytes; names are stored once per document.
+class LineIndex {
+public:
+    /// An element of the index, in document order; the document element is 0.
+    using Node = uint32_t;
+    /// No element.
+    static constexpr Node npos = 0xFFFFFFFFu;
+
+    /// Number of elements indexed.
+    size_t size() const { return m_nodes.size(); }
+    /// Whether nothing was indexed (the document could not be read at all).
+    bool empty() const { return m_nodes.empty(); }
+    /// The document element, or npos for an empty index.
+    Node root() const { return m_nodes.empty() ? npos : 0; }
+
+    /// The element's line (1-based), 0 for npos.
+    int line(Node node) const;
+    /// The element's local name, empty for npos.
+    std::string_view name(Node node) const;
+    /// The element's parent, npos for the document element.
+    Node parent(Node node) const;
+    /// The `position`-th child (0-based) among the children named `local`; npos when there are
+    /// fewer or `parent` is npos.
+    Node child(Node parent, std::string_view local, size_t position = 0) const;
+    /// All children of an element, in document order.
+    std::vector<Node> children(Node parent) const;
+    /// The element's path, as described above; empty for npos.
+    std::string path(Node node) const;
+
+    /// The element a path names; npos when none does. A missing position means 1, so
+    /// `component/memoryMaps/memoryMap/name` and `component/memoryMaps/memoryMap[1]/name` are the
+    /// same element.
+    Node find(std::string_view path) const;
+    /// The element a path names or, when it is not indexed, the deepest indexed element along it
+    /// (the document element at least); npos only for an empty index or a path whose first name is
+    /// not the document element's.
+    Node find_nearest(std::string_view path) const;
+
+    /// Bytes the index holds on the heap.
+    size_t memory_bytes() const;
+
+    /// Builds an index from the reader's observations: one call per element moved onto, with its
+    /// nesting level (1 for the document element), local name and line. The catalog installs it as
+    /// the reader's element observer.
+    class Builder {
+    public:
+        /// Starts an empty index.
+        explicit Builder(LineIndex& index);
+        /// Notes one element. `local` may point into the parser's dictionary: it is copied once
+        /// per distinct name.
+        void element(size_t level, const char* local, int line);
+        /// The innermost element noted so far that is still open, npos before the first.
+        Node current() const { return m_open.empty() ? npos : m_open.back(); }
+        /// Closes the elements still open; call once reading has stopped, whatever its outcome.
+        void finish();
+
+    private:
+        uint32_t name_id(const char* local);
+
+        LineIndex& m_index;
+        std::vector<Node> m_open;
+        std::vector<std::pair<const char*, uint32_t>> m_recent;  // dictionary pointer -> name id
+    };
+
+private:
+    struct Entry {
+        uint32_t parent;
+        uint32_t end;  // one past the last element of its subtree
+        uint32_t line;
+        uint32_t name;
+    };
+    std::vector<Entry> m_nodes;
+    std::vector<std::string> m_names;
+};
+
+}  // namespace catalog
+}  // namespace ipxact
+
+#endif

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace ipxact {
@@ -85,7 +86,7 @@ public:
 
         LineIndex& m_index;
         std::vector<Node> m_open;
-        std::vector<std::pair<const char*, uint32_t>> m_recent;  // dictionary pointer -> name id
+        std::unordered_map<const char*, uint32_t> m_by_pointer;  // parser dictionary name -> name id
     };
 
 private:

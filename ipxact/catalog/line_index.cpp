@@ -1,0 +1,204 @@
+#include <ipxact/catalog/line_index.h>
+
+#include <cstring>
+
+namespace ipxact {
+namespace catalog {
+
+namespace {
+
+// Splits "memoryMap[2]" into its name and 0-based position; false on a malformed position.
+bool split_step(std::string_view step, std::string_view* name, size_t* position)
+{
+    *position = 0;
+    size_t open = step.find('[');
+    if (open == std::string_view::npos) {
+        *name = step;
+        return !step.empty();
+    }
+    if (step.back() != ']' || open == 0 || open + 2 >= step.size())
+        return false;
+    *name = step.substr(0, open);
+    size_t value = 0;
+    for (char c : step.substr(open + 1, step.size() - open - 2)) {
+        if (c < '0' || c > '9' || value > 100000000)
+            return false;
+        value = value * 10 + static_cast<size_t>(c - '0');
+    }
+    if (value == 0)
+        return false;
+    *position = value - 1;
+    return true;
+}
+
+}  // namespace
+
+int LineIndex::line(Node node) const
+{
+    return node < m_nodes.size() ? static_cast<int>(m_nodes[node].line) : 0;
+}
+
+std::string_view LineIndex::name(Node node) const
+{
+    return node < m_nodes.size() ? std::string_view(m_names[m_nodes[node].name]) : std::string_view();
+}
+
+LineIndex::Node LineIndex::parent(Node node) const
+{
+    return node < m_nodes.size() ? m_nodes[node].parent : npos;
+}
+
+LineIndex::Node LineIndex::child(Node parent, std::string_view local, size_t position) const
+{
+    if (parent >= m_nodes.size())
+        return npos;
+    for (Node at = parent + 1; at < m_nodes[parent].end; at = m_nodes[at].end) {
+        if (m_names[m_nodes[at].name] != local)
+            continue;
+        if (position == 0)
+            return at;
+        --position;
+    }
+    return npos;
+}
+
+std::vector<LineIndex::Node> LineIndex::children(Node parent) const
+{
+    std::vector<Node> found;
+    if (parent >= m_nodes.size())
+        return found;
+    for (Node at = parent + 1; at < m_nodes[parent].end; at = m_nodes[at].end)
+        found.push_back(at);
+    return found;
+}
+
+std::string LineIndex::path(Node node) const
+{
+    if (node >= m_nodes.size())
+        return std::string();
+    std::vector<Node> chain;
+    for (Node at = node; at != npos; at = m_nodes[at].parent)
+        chain.push_back(at);
+    std::string text;
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+        const Entry& entry = m_nodes[*it];
+        if (!text.empty())
+            text += '/';
+        text += m_names[entry.name];
+        if (entry.parent == npos)
+            continue;
+        size_t position = 1;
+        for (Node at = entry.parent + 1; at < *it; at = m_nodes[at].end)
+            if (m_nodes[at].name == entry.name)
+                ++position;
+        if (position > 1)
+            text += '[' + std::to_string(position) + ']';
+    }
+    return text;
+}
+
+LineIndex::Node LineIndex::find(std::string_view path) const
+{
+    Node nearest = find_nearest(path);
+    if (nearest == npos)
+        return npos;
+    // find_nearest stops early when a step is missing: the path names an indexed element only when
+    // the element reached has as many steps as the path.
+    size_t steps = 1;
+    for (char c : path)
+        steps += c == '/';
+    size_t depth = 0;
+    for (Node at = nearest; at != npos; at = m_nodes[at].parent)
+        ++depth;
+    return depth == steps ? nearest : npos;
+}
+
+LineIndex::Node LineIndex::find_nearest(std::string_view path) const
+{
+    if (m_nodes.empty())
+        return npos;
+    Node at = npos;
+    while (!path.empty()) {
+        size_t slash = path.find('/');
+        std::string_view step = path.substr(0, slash);
+        path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
+        std::string_view local;
+        size_t position = 0;
+        if (!split_step(step, &local, &position))
+            return at;
+        Node next;
+        if (at == npos)
+            next = position == 0 && m_names[m_nodes[0].name] == local ? 0 : npos;
+        else
+            next = child(at, local, position);
+        if (next == npos)
+            return at;
+        at = next;
+    }
+    return at;
+}
+
+size_t LineIndex::memory_bytes() const
+{
+    size_t bytes = m_nodes.capacity() * sizeof(Entry) + m_names.capacity() * sizeof(std::string);
+    for (const std::string& name : m_names)
+        bytes += name.capacity() > 15 ? name.capacity() + 1 : 0;
+    return bytes;
+}
+
+LineIndex::Builder::Builder(LineIndex& index) : m_index(index)
+{
+    m_index.m_nodes.clear();
+    m_index.m_names.clear();
+}
+
+uint32_t LineIndex::Builder::name_id(const char* local)
+{
+    // The parser interns names, so within one document a name is nearly always the same pointer;
+    // the text comparison catches the same name under another pointer.
+    auto known = m_by_pointer.find(local);
+    if (known != m_by_pointer.end())
+        return known->second;
+    uint32_t id = 0;
+    while (id < m_index.m_names.size() && m_index.m_names[id] != local)
+        ++id;
+    if (id == m_index.m_names.size())
+        m_index.m_names.emplace_back(local);
+    m_by_pointer.emplace(local, id);
+    return id;
+}
+
+void LineIndex::Builder::element(size_t level, const char* local, int line)
+{
+    std::vector<Entry>& nodes = m_index.m_nodes;
+    if (level == 0 || nodes.size() >= npos - 1)
+        return;
+    // A second document element (only after a fault) would make a second root; keep it under the
+    // first so that the index stays one tree.
+    if (level == 1 && !nodes.empty())
+        level = 2;
+    while (m_open.size() >= level) {
+        nodes[m_open.back()].end = static_cast<uint32_t>(nodes.size());
+        m_open.pop_back();
+    }
+    // Levels can skip when elements between were passed over unseen; the nearest open one is the
+    // parent then.
+    Node parent = m_open.empty() ? npos : m_open.back();
+    Node self = static_cast<Node>(nodes.size());
+    nodes.push_back(Entry{parent, self + 1, line > 0 ? static_cast<uint32_t>(line) : 0u, name_id(local ? local : "")});
+    m_open.push_back(self);
+}
+
+void LineIndex::Builder::finish()
+{
+    std::vector<Entry>& nodes = m_index.m_nodes;
+    while (!m_open.empty()) {
+        nodes[m_open.back()].end = static_cast<uint32_t>(nodes.size());
+        m_open.pop_back();
+    }
+    nodes.shrink_to_fit();
+    m_by_pointer = {};
+}
+
+}  // namespace catalog
+}  // namespace ipxact

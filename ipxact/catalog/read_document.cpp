@@ -1,0 +1,375 @@
+#include "read_document.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include <ipxact/lmx60/c_xml_reader.h>
+#include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSNamespaces.h>
+#include <ipxact/spirit/HIPGSTop.h>
+#include <ipxact/spirit/HIPGSVersionedIdentifier.h>
+
+namespace ipxact {
+namespace catalog {
+
+namespace {
+
+// Past this many faults a document is mostly noise; reading it stops there.
+constexpr size_t kMaxFaultsPerDocument = 50;
+
+struct KindOfRoot {
+    const char* local;
+    DocumentKind kind;
+};
+
+const KindOfRoot kSpiritRoots[] = {
+    {"component", DocumentKind::component},
+    {"busDefinition", DocumentKind::bus_definition},
+    {"abstractionDefinition", DocumentKind::abstraction_definition},
+    {"design", DocumentKind::design},
+    {"designConfiguration", DocumentKind::design_configuration},
+    {"abstractor", DocumentKind::abstractor},
+    {"generatorChain", DocumentKind::generator_chain},
+};
+
+// What a reference element of the standard may name. The elements are found by their attributes;
+// this only narrows what they may point at. `extends` names a document of the referring kind.
+struct SpiritTarget {
+    const char* local;
+    KindSet kinds;
+};
+
+const SpiritTarget kSpiritTargets[] = {
+    {"busType", kind_bit(DocumentKind::bus_definition)},
+    {"abstractionType", kind_bit(DocumentKind::abstraction_definition)},
+    {"componentRef", kind_bit(DocumentKind::component)},
+    {"designRef", kind_bit(DocumentKind::design)},
+    {"hierarchyRef", static_cast<KindSet>(kind_bit(DocumentKind::design) | kind_bit(DocumentKind::design_configuration))},
+    {"abstractorRef", kind_bit(DocumentKind::abstractor)},
+    {"generatorChainRef", kind_bit(DocumentKind::generator_chain)},
+};
+
+// The vendor vocabulary's references: the elements declared with its reference types. Its
+// attributes are all optional, so they cannot be told from other elements by attributes alone.
+struct VendorReference {
+    const char* local;
+    bool pattern;
+    KindSet kinds;
+};
+
+const VendorReference kVendorReferences[] = {
+    {"componentRef", false, kind_bit(DocumentKind::component)},
+    {"parameterAbstractionType", false, kind_bit(DocumentKind::parameter_abstraction_definition)},
+    {"abstractionDefinitionRef", true, kind_bit(DocumentKind::abstraction_definition)},
+    {"extends", true, kind_bit(DocumentKind::parameter_abstraction_definition)},
+    {"busType", true, kind_bit(DocumentKind::bus_definition)},
+    {"abstractionType", true, kind_bit(DocumentKind::abstraction_definition)},
+    {"componentType", true, kind_bit(DocumentKind::component)},
+};
+
+// Vendor blocks that can hold vendor references. Inside spirit:vendorExtensions they are kept
+// whole (open content or a typed slot read apart), so the document's own reading does not walk
+// them; a document holding one is scanned once more for them.
+const char* const kBlocksWithReferences[] = {"subCoreRef", "coreExtensions", "busInterfaceInfo", "packagingInfo",
+                                             "parameterAbstractionMaps", "parameterAbstractionDefinition"};
+
+template <class Table>
+const auto* find_local(const Table& table, const char* local)
+{
+    for (const auto& entry : table)
+        if (std::strcmp(entry.local, local) == 0)
+            return &entry;
+    return static_cast<decltype(&table[0])>(nullptr);
+}
+
+// Tells the two namespaces apart by URI; the parser interns URIs, so a pointer seen once is
+// recognised again without comparing text.
+class NamespaceOf {
+public:
+    enum Which { none, spirit, vorlix };
+
+    Which operator()(const char* uri)
+    {
+        if (!uri)
+            return none;
+        if (uri == m_spirit)
+            return spirit;
+        if (uri == m_vorlix)
+            return vorlix;
+        if (std::strcmp(uri, HIPGSpirit::kSpiritNamespaceUri) == 0) {
+            m_spirit = uri;
+            return spirit;
+        }
+        if (std::strcmp(uri, HIPGSpirit::kVorlixNamespaceUri) == 0) {
+            m_vorlix = uri;
+            return vorlix;
+        }
+        return none;
+    }
+
+private:
+    const char* m_spirit = nullptr;
+    const char* m_vorlix = nullptr;
+};
+
+// Watches the elements a reader moves onto: notes their lines and the references among them.
+class Observer {
+public:
+    Observer(lmx60::c_xml_reader& reader, LineIndex& lines, std::vector<Reference>& references, bool vendorOnly)
+        : m_reader(reader), m_builder(lines), m_lines(lines), m_references(references), m_vendor_only(vendorOnly)
+    {
+    }
+
+    void element(size_t level, const char* uri, const char* local, int line)
+    {
+        m_builder.element(level, local, line);
+        NamespaceOf::Which ns = m_namespace(uri);
+        if (level == 1) {
+            m_root_ns = ns;
+            m_root_local = local;
+        }
+        if (ns == NamespaceOf::spirit) {
+            if (!m_vendor_only)
+                spirit_reference(local, line);
+            m_last_spirit_local = local;
+            m_last_spirit_level = level;
+        } else if (ns == NamespaceOf::vorlix) {
+            vendor_reference(local, line);
+            if (m_root_ns == NamespaceOf::spirit && level == m_last_spirit_level + 1 &&
+                std::strcmp(m_last_spirit_local, "vendorExtensions") == 0)
+                for (const char* block : kBlocksWithReferences)
+                    if (std::strcmp(block, local) == 0)
+                        m_vendor_blocks = true;
+        }
+    }
+
+    void finish() { m_builder.finish(); }
+    LineIndex::Node current() const { return m_builder.current(); }
+    NamespaceOf::Which root_ns() const { return m_root_ns; }
+    const std::string& root_local() const { return m_root_local; }
+    bool saw_vendor_blocks() const { return m_vendor_blocks; }
+
+private:
+    void spirit_reference(const char* local, int line)
+    {
+        Vlnv target;
+        if (!m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "vendor", &target.vendor))
+            return;
+        m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "library", &target.library);
+        m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "name", &target.name);
+        m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "version", &target.version);
+        KindSet kinds = kAnyKind;
+        if (std::strcmp(local, "extends") == 0) {
+            if (m_root_local == "busDefinition")
+                kinds = kind_bit(DocumentKind::bus_definition);
+            else if (m_root_local == "abstractionDefinition")
+                kinds = kind_bit(DocumentKind::abstraction_definition);
+        } else if (const SpiritTarget* known = find_local(kSpiritTargets, local)) {
+            kinds = known->kinds;
+        }
+        add(std::move(target), false, std::string("spirit:") + local, kinds, line);
+    }
+
+    void vendor_reference(const char* local, int line)
+    {
+        const VendorReference* known = find_local(kVendorReferences, local);
+        if (!known)
+            return;
+        Vlnv target;
+        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "vendor", &target.vendor);
+        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "library", &target.library);
+        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "name", &target.name);
+        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "version", &target.version);
+        add(std::move(target), known->pattern, std::string("vorlix:") + local, known->kinds, line);
+    }
+
+    void add(Vlnv target, bool pattern, std::string element, KindSet kinds, int line)
+    {
+        Reference reference;
+        reference.target = std::move(target);
+        reference.pattern = pattern;
+        reference.element = std::move(element);
+        reference.expected = kinds;
+        reference.node = m_builder.current();
+        reference.line = line;
+        reference.path = m_lines.path(reference.node);
+        m_references.push_back(std::move(reference));
+    }
+
+    lmx60::c_xml_reader& m_reader;
+    LineIndex::Builder m_builder;
+    const LineIndex& m_lines;
+    std::vector<Reference>& m_references;
+    bool m_vendor_only;
+    NamespaceOf m_namespace;
+    NamespaceOf::Which m_root_ns = NamespaceOf::none;
+    std::string m_root_local;
+    const char* m_last_spirit_local = "";
+    size_t m_last_spirit_level = 0;
+    bool m_vendor_blocks = false;
+};
+
+Finding read_finding(const std::string& file, int line, std::string path, lmx60::elmx_error code,
+                     const std::string& item)
+{
+    const char* description = lmx60::get_error_description(code);
+    std::string message = "code " + std::to_string(code) + ": " + (description ? description : "unknown error");
+    if (!item.empty())
+        message += " (" + item + ")";
+    return Finding{"read.fault", Severity::error, file, line, std::move(path), std::move(message)};
+}
+
+// Walks every element of the document once more, without objects, for the vendor references
+// inside vendor blocks, which the first reading keeps whole.
+void scan_vendor_blocks(const std::string& file, const std::string_view* text, Document& document,
+                        std::vector<Reference>& out)
+{
+    std::unique_ptr<lmx60::c_xml_reader> reader;
+    if (text)
+        reader.reset(new lmx60::c_xml_reader_memory(text->data(), text->size(), file));
+    else
+        reader.reset(new lmx60::c_xml_reader_file(file.c_str()));
+    reader->set_ns_map(HIPGSpirit::ns_map_reader);
+    // Text is met where the walk does not expect it (inside leaf elements); only parser faults stop.
+    reader->set_error_handler([](lmx60::elmx_error code, const std::string&, int) {
+        return code == lmx60::ELMX_UNEXPECTED_TEXT ? lmx60::ELMX_OK : code;
+    });
+    LineIndex full;
+    std::vector<Reference> found;
+    Observer observer(*reader, full, found, true);
+    reader->set_element_observer([&observer](size_t level, const char* uri, const char* local, int line) {
+        observer.element(level, uri, local, line);
+    });
+    HIPGSpirit::reading_code([&] {
+        reader->read_document_element();
+        for (size_t steps = reader->token_count();;) {
+            if (reader->current() == lmx60::c_xml_reader::tok_start)
+                reader->enter();
+            else if (reader->current() == lmx60::c_xml_reader::tok_end && reader->nesting_level() > 1)
+                reader->advance();
+            else
+                break;
+            if (reader->token_count() == steps)
+                break;
+            steps = reader->token_count();
+        }
+        return lmx60::ELMX_OK;
+    });
+    observer.finish();
+    for (Reference& reference : found) {
+        // The document's own index stops at the vendor block; the path and line stay exact.
+        reference.node = document.lines().find_nearest(reference.path);
+        out.push_back(std::move(reference));
+    }
+}
+
+// The identifier of a document whose class has the versioned identifier group, found through the
+// class's member table so that every kind of document is served alike.
+bool identifier_of(const HIPGSpirit::HIPGSBase* root, Vlnv* id)
+{
+    if (!root || !root->getClassInfo())
+        return false;
+    const HIPGSpirit::ClassInfo& info = *root->getClassInfo();
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        const HIPGSpirit::MemberInfo& member = info.members[i];
+        if (member.kind != HIPGSpirit::MemberKind::group || std::strcmp(member.qname, "spirit:versionedIdentifier") != 0)
+            continue;
+        const auto* group = static_cast<const HIPGSpirit::HIPGSVersionedIdentifier*>(member.ops->object(*root));
+        if (!group)
+            return false;
+        *id = Vlnv{group->getVendor(), group->getLibrary(), group->getName(), group->getVersion()};
+        return !id->vendor.empty() && !id->library.empty() && !id->name.empty() && !id->version.empty();
+    }
+    return false;
+}
+
+}  // namespace
+
+Document::Document() = default;
+
+Document::~Document() = default;
+
+std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const std::string_view* text,
+                                               std::vector<Finding>& findings)
+{
+    std::unique_ptr<Document> document(new Document());
+    document->m_file = file;
+    document->m_top.reset(new HIPGSpirit::HIPGSTop());
+    std::unique_ptr<lmx60::c_xml_reader> reader;
+    if (text) {
+        reader.reset(new lmx60::c_xml_reader_memory(text->data(), text->size(), file));
+        document->m_size = text->size();
+    } else {
+        auto* fileReader = new lmx60::c_xml_reader_file(file.c_str());
+        reader.reset(fileReader);
+        if (!fileReader->is_open()) {
+            findings.push_back({"read.fault", Severity::error, file, 0, "",
+                                std::string("cannot open the file: ") + std::strerror(errno)});
+            return nullptr;
+        }
+        struct stat status;
+        if (::stat(file.c_str(), &status) == 0)
+            document->m_size = static_cast<uint64_t>(status.st_size);
+    }
+
+    Observer observer(*reader, document->m_lines, document->m_references, false);
+    std::vector<Finding> faults;
+    reader->set_element_observer([&observer](size_t level, const char* uri, const char* local, int line) {
+        observer.element(level, uri, local, line);
+    });
+    reader->set_error_handler([&](lmx60::elmx_error code, const std::string& item, int line) {
+        faults.push_back(read_finding(file, line, document->m_lines.path(observer.current()), code, item));
+        bool ends = code == lmx60::ELMX_NO_FILE || code == lmx60::ELMX_NO_ROOT;
+        return faults.size() < kMaxFaultsPerDocument && !ends ? lmx60::ELMX_OK : code;
+    });
+    lmx60::elmx_error result;
+    try {
+        result = document->m_top->unmarshal(*reader);
+    } catch (const std::exception& e) {
+        // Reading returns codes; anything thrown is a fault of the library, reported, not fatal.
+        faults.push_back({"read.fault", Severity::error, file, 0, "", std::string("reading stopped: ") + e.what()});
+        result = lmx60::ELMX_INTERNAL;
+    }
+    observer.finish();
+    if (result != lmx60::ELMX_OK && faults.empty()) {
+        const lmx60::s_debug_error& first = reader->get_debug_error();
+        faults.push_back(read_finding(file, first.document_line, "", result, first.item_name));
+    }
+
+    if (observer.root_ns() == NamespaceOf::none && !document->m_lines.empty()) {
+        findings.push_back({"load.not-ipxact", Severity::note, file, document->m_lines.line(0),
+                            std::string(document->m_lines.name(0)),
+                            "passed over: the document element belongs to neither IP-XACT 1685-2009 nor the vendor vocabulary"});
+        return nullptr;
+    }
+    document->m_clean = result == lmx60::ELMX_OK && faults.empty();
+    findings.insert(findings.end(), faults.begin(), faults.end());
+
+    const char* chosen = document->m_top->getChosenElementId();
+    document->m_root = chosen ? chosen : "";
+    if (observer.root_ns() == NamespaceOf::spirit) {
+        for (const KindOfRoot& root : kSpiritRoots)
+            if (observer.root_local() == root.local)
+                document->m_kind = root.kind;
+    } else if (observer.root_local() == "parameterAbstractionDefinition") {
+        document->m_kind = DocumentKind::parameter_abstraction_definition;
+    }
+    if (document->m_root.empty() && !document->m_lines.empty())
+        document->m_root = (observer.root_ns() == NamespaceOf::spirit ? "spirit:" : "vorlix:") + observer.root_local();
+    document->m_has_vlnv = identifier_of(document->m_top->getChosenObject(), &document->m_vlnv);
+    if (!document->m_has_vlnv)
+        document->m_vlnv = Vlnv();
+
+    if (observer.saw_vendor_blocks())
+        scan_vendor_blocks(file, text, *document, document->m_references);
+    document->m_references.shrink_to_fit();
+    return document;
+}
+
+}  // namespace catalog
+}  // namespace ipxact

@@ -131,21 +131,8 @@ void append_declaration(std::string* out, const char* prefix, const char* uri)
     *out += prefix ? " xmlns:" : " xmlns";
     if (prefix)
         *out += prefix;
-    const bool hasDouble = std::strchr(uri, '"') != nullptr;
-    const bool hasSingle = std::strchr(uri, '\'') != nullptr;
-    if (hasDouble && !hasSingle) {
-        *out += "='";
-        *out += uri;
-        *out += '\'';
-        return;
-    }
     *out += "=\"";
-    for (const char* c = uri; *c; ++c) {
-        if (*c == '"')
-            *out += "&quot;";
-        else
-            *out += *c;
-    }
+    append_xml_escaped(*out, uri, std::strlen(uri), true);
     *out += '"';
 }
 
@@ -489,19 +476,43 @@ void c_xml_reader::refuse_beyond_limit(const char* message)
 
 void c_xml_reader::append_attribute_value(const char* value, size_t length)
 {
-    if (!std::memchr(value, '&', length)) {
+    if (!std::memchr(value, '&', length))
         m_arena.append(value, length);
-        return;
-    }
-    // Without entity substitution libxml2 leaves "&#38;" and entity references in the value, for a
-    // tree to resolve; resolve them the same way.
+    else
+        append_resolved(&m_arena, value, length);
+}
+
+// Without entity substitution libxml2 leaves "&#38;" and entity references in the value, for a tree
+// to resolve; resolve them the same way.
+void c_xml_reader::append_resolved(std::string* out, const char* value, size_t length)
+{
     xmlParserCtxtPtr parser = as_parser(m_parser);
     xmlNodePtr nodes = xmlStringLenGetNodeList(parser->myDoc, BAD_CAST value, static_cast<int>(length));
     xmlChar* resolved = xmlNodeListGetString(parser->myDoc, nodes, 1);
     if (resolved)
-        m_arena.append(as_text(resolved));
+        out->append(as_text(resolved));
     xmlFree(resolved);
     xmlFreeNodeList(nodes);
+}
+
+// The names of elements and attributes are the parser's interned strings of the declarations, so
+// only a declared name needs looking at.
+const char* c_xml_reader::declared_uri(const char* uri)
+{
+    if (!std::strchr(uri, '&'))
+        return uri;
+    std::string& resolved = m_resolved_uris[uri];
+    if (resolved.empty())
+        append_resolved(&resolved, uri, std::strlen(uri));
+    return resolved.c_str();
+}
+
+const char* c_xml_reader::resolved_uri(const char* uri) const
+{
+    if (m_resolved_uris.empty() || !uri)
+        return uri;
+    auto known = m_resolved_uris.find(uri);
+    return known == m_resolved_uris.end() ? uri : known->second.c_str();
 }
 
 void c_xml_reader::push_start(const char* local, const char* prefix, const char* uri, int nbNamespaces,
@@ -518,16 +529,16 @@ void c_xml_reader::push_start(const char* local, const char* prefix, const char*
     token.offset = parser_offset();
     token.local = local;
     token.prefix = prefix;
-    token.uri = uri;
     token.first_ns = m_declarations.size();
     token.ns_count = static_cast<size_t>(nbNamespaces);
     for (int i = 0; i < nbNamespaces; ++i)
-        m_declarations.push_back({namespaces[2 * i], namespaces[2 * i + 1] ? namespaces[2 * i + 1] : ""});
+        m_declarations.push_back({namespaces[2 * i], namespaces[2 * i + 1] ? declared_uri(namespaces[2 * i + 1]) : ""});
+    token.uri = resolved_uri(uri);
     token.first = m_attributes.size();
     token.count = static_cast<size_t>(nbAttributes);
     for (int i = 0; i < nbAttributes; ++i) {
         const char** attribute = attributes + 5 * i;
-        attribute_record record{attribute[0], attribute[1], attribute[2], m_arena.size(), 0};
+        attribute_record record{attribute[0], attribute[1], resolved_uri(attribute[2]), m_arena.size(), 0};
         append_attribute_value(attribute[3], static_cast<size_t>(attribute[4] - attribute[3]));
         record.value_length = m_arena.size() - record.value_offset;
         m_arena.push_back('\0');
@@ -686,6 +697,8 @@ void c_xml_reader::take_element(const token_record& start)
     m_current_attribute_count = start.count;
     m_attribute_index = 0;
     m_next_tokenised_attribute = 0;
+    if (m_observer)
+        m_observer(m_scope_marks.size(), start.uri, start.local, m_current_line);
 }
 
 void c_xml_reader::skip_to_next_token()

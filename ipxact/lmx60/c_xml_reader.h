@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -19,6 +20,10 @@ class c_any_info;
 
 // A host may install this to see every fault; returning 0 carries on, any other code stops reading.
 using reader_error_handler = std::function<elmx_error(elmx_error code, const std::string& item, int line)>;
+// Told of each element the reader moves onto, with its nesting level (1 for the document element),
+// namespace URI (null for none), local name and line; elements passed over inside skip_element or
+// capture_element are not reported.
+using element_observer = std::function<void(size_t level, const char* nsUri, const char* local, int line)>;
 
 class c_xml_reader {
 public:
@@ -90,6 +95,9 @@ public:
     elmx_error capture_error(elmx_error code, const std::string& item, const char* file, int line);
     void set_error_handler(reader_error_handler handler) { m_handler = std::move(handler); }
     bool has_error_handler() const { return static_cast<bool>(m_handler); }
+    // Lets a host note where elements stand (a line index for its own diagnostics) while a document
+    // is read into objects.
+    void set_element_observer(element_observer observer) { m_observer = std::move(observer); }
     const s_debug_error& get_debug_error() const { return m_debug; }
     void get_error_message(std::string* text) const { *text = m_debug.to_string(); }
 
@@ -168,6 +176,7 @@ private:
     };
     struct sax_events;
     friend struct sax_events;
+    friend class c_xml_local;
 
     // Producing tokens (called from libxml2's callbacks).
     void feed();
@@ -183,6 +192,11 @@ private:
     void push_fault(int code, int line, const std::string& message);
     void refuse_beyond_limit(const char* message);
     void append_attribute_value(const char* value, size_t length);
+    void append_resolved(std::string* out, const char* value, size_t length);
+    // A namespace name as the document means it: libxml2 hands one containing "&" over with the
+    // character reference still in it ("&#38;"), as it does attribute values.
+    const char* declared_uri(const char* uri);
+    const char* resolved_uri(const char* uri) const;
 
     // Consuming tokens.
     bool token_available();
@@ -215,6 +229,7 @@ private:
     std::vector<token_record> m_tokens;
     std::vector<attribute_record> m_attributes;
     std::vector<ns_binding> m_declarations;
+    std::unordered_map<const char*, std::string> m_resolved_uris;  // by the parser's interned name
     std::string m_arena;
     std::vector<int> m_open_lines;  // start lines of the elements the parser has open
     bool m_root_closed = false;     // the parser is past the end of the document element
@@ -249,6 +264,7 @@ private:
     std::string m_source_name;
     s_debug_error m_debug;
     reader_error_handler m_handler;
+    element_observer m_observer;
     std::string m_leading_bytes;
     parser_fault m_fault;  // the fault the read stopped on
 };

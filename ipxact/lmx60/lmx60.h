@@ -6,6 +6,7 @@
 #include <ipxact/lmx60/c_big_int.h>
 #include <ipxact/lmx60/c_date.h>
 #include <ipxact/lmx60/c_unmarshal_helper.h>
+#include <ipxact/lmx60/c_xml.h>
 #include <ipxact/lmx60/c_xml_reader.h>
 #include <ipxact/lmx60/c_xml_writer.h>
 #include <ipxact/lmx60/lmx60_convert.h>

@@ -8,6 +8,7 @@
 #include <ipxact/common/HEXAll.h>
 #include <ipxact/common/HPAParamMgr.h>
 #include <ipxact/lmx60/lmx60_frontends.h>
+#include <ipxact/spirit/HIPGSBinding.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
 
 namespace HIPGSpirit {
@@ -110,6 +111,60 @@ lmx60::elmx_error HIPGSBase::unmarshal(const char* file, lmx60::s_debug_error*)
 {
     throw HEXAlgException(std::string("HIPGSBase::unmarshal: Unimplemented virtual, cannot read ") + getElementId() +
                           " from file " + (file ? file : ""));
+}
+
+namespace {
+
+// What a class without a table of its own reads and writes through the steps: nothing.
+const ClassInfo kNoMembers = {"", 0, nullptr, ContentKind::empty, nullptr, 0, nullptr, 0, nullptr, nullptr};
+
+const ClassInfo& table_of(const HIPGSBase& obj)
+{
+    const ClassInfo* info = obj.getClassInfo();
+    return info ? *info : kNoMembers;
+}
+
+}  // namespace
+
+bool HIPGSBase::unmarshal_attributes(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
+{
+    bool own = false;
+    *error = reading_code([&]() -> lmx60::elmx_error {
+        own = read_own_attribute(reader, *this, table_of(*this)) != nullptr;
+        return lmx60::ELMX_OK;
+    });
+    return own || *error != lmx60::ELMX_OK;
+}
+
+void HIPGSBase::unmarshal_anyattribute(lmx60::c_xml_reader& reader)
+{
+    read_other_attribute(reader, *this, table_of(*this));
+}
+
+lmx60::elmx_error HIPGSBase::unmarshal_attributes_check(lmx60::c_xml_reader& reader)
+{
+    return reading_code([&]() -> lmx60::elmx_error { return check_required_attributes(reader, table_of(*this)); });
+}
+
+bool HIPGSBase::unmarshal_body(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
+{
+    *error = reading_code([&]() -> lmx60::elmx_error {
+        read_content_to_end(reader, *this, table_of(*this));
+        return lmx60::ELMX_OK;
+    });
+    return *error == lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBase::marshal_attributes(lmx60::c_xml_writer& writer) const
+{
+    write_attributes(writer, *this, table_of(*this));
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSBase::marshal_child_elements(lmx60::c_xml_writer& writer) const
+{
+    write_content(writer, *this, table_of(*this));
+    return lmx60::ELMX_OK;
 }
 
 void HIPGSBase::validationAssertion(bool ok, bool asError) const

@@ -14,6 +14,8 @@
 
 namespace HIPGSpirit {
 
+struct ClassInfo;
+
 class HIPGSBase {
 public:
     virtual ~HIPGSBase();
@@ -29,6 +31,28 @@ public:
     virtual lmx60::elmx_error unmarshal(const char* file, lmx60::s_debug_error* debug);
     // Reports a broken occurrence rule (asError: the object cannot be written as it stands).
     virtual void validationAssertion(bool ok, bool asError) const;
+    // The table that describes this object's class to the engine; null in a class that reads and
+    // writes itself by hand, which then hides the steps below with its own.
+    virtual const ClassInfo* getClassInfo() const { return nullptr; }
+
+    // The steps of reading one element, for a driver such as lmx60::c_unmarshal_helper; the virtual
+    // unmarshal(reader, name) runs them in this order. Faults go through the reader; a code that stops
+    // the read comes back in *error (or as the result).
+    //
+    // The reader stands on an attribute of the start tag: true when it is one of the class's own.
+    bool unmarshal_attributes(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
+    // An attribute that unmarshal_attributes did not take: kept where the class admits any
+    // attribute, a fault (code 9) otherwise; hints for validators (xsi) are passed over.
+    void unmarshal_anyattribute(lmx60::c_xml_reader& reader);
+    // After the attributes: each required one the start tag does not carry is code 25.
+    lmx60::elmx_error unmarshal_attributes_check(lmx60::c_xml_reader& reader);
+    // The content, from the start tag: the children in schema order, or the simple value. The reader
+    // ends on the element's end tag. False when a fault stopped the read.
+    bool unmarshal_body(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
+
+    // The steps of writing one element, inside its start tag as the writer has opened it.
+    lmx60::elmx_error marshal_attributes(lmx60::c_xml_writer& writer) const;
+    lmx60::elmx_error marshal_child_elements(lmx60::c_xml_writer& writer) const;
 
     static const lmx60::s_ns_map* getNamespaceMap();
     static int getNamespaceIdVorlix() { return 1000; }

@@ -238,48 +238,45 @@ bool is_xsi(const char* uri)
     return std::strcmp(uri, kXsiNamespaceUri) == 0;
 }
 
-void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+const MemberInfo* find_attribute_member(const ClassInfo& info, int nsId, const char* local)
 {
-    const MemberInfo* anyAttribute = nullptr;
-    for (uint32_t i = 0; i < info.member_count; ++i)
-        if (info.members[i].kind == MemberKind::any_attribute)
-            anyAttribute = &info.members[i];
-    // Seen per reading, not from the holders: a required attribute always holds a value.
-    std::vector<bool> seen(info.member_count, false);
-    for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
-        int nsId = reader.attribute_ns_id();
-        // The reader's map leaves xsi out: its attributes come as an unknown namespace (0).
-        const bool xsi = nsId == 0 && is_xsi(reader.attribute_ns_uri());
-        if (xsi)
-            nsId = kXsiNamespaceId;
-        const char* local = reader.attribute_local_name();
-        const MemberInfo* found = nullptr;
-        for (uint32_t i = 0; i < info.member_count && !found; ++i) {
-            const MemberInfo& member = info.members[i];
-            if (member.kind == MemberKind::attribute && member.ns_id == nsId && std::strcmp(member.name, local) == 0) {
-                found = &member;
-                seen[i] = true;
-            }
-        }
-        if (found) {
-            lmx60::c_xml_reader_local scope(reader);
-            reader.set_current_item(found->qname);
-            found->ops->read(reader, obj, *found);
-        } else if (xsi) {
-            continue;  // xsi:type chose the class already; hints inside a document are for validators
-        } else if (anyAttribute && nsId == 0) {
-            anyAttribute->ops->read(reader, obj, *anyAttribute);
-        } else {
-            reader.capture_error(lmx60::ELMX_UNEXPECTED_ATTRIBUTE, reader.attribute_qname(), __FILE__, __LINE__);
-        }
-    }
     for (uint32_t i = 0; i < info.member_count; ++i) {
         const MemberInfo& member = info.members[i];
-        if (member.kind == MemberKind::attribute && member.min_occurs > 0 && !seen[i]) {
-            const char* item = info.local_name ? info.local_name : info.element_id;
-            reader.capture_error(lmx60::ELMX_REQUIRED_ATTRIBUTE_MISSING, item, __FILE__, __LINE__);
-        }
+        if (member.kind == MemberKind::attribute && member.ns_id == nsId && std::strcmp(member.name, local) == 0)
+            return &member;
     }
+    return nullptr;
+}
+
+// The reader's map leaves xsi out: its attributes come as an unknown namespace (0).
+int attribute_ns_id(lmx60::c_xml_reader& reader)
+{
+    int nsId = reader.attribute_ns_id();
+    return nsId == 0 && is_xsi(reader.attribute_ns_uri()) ? kXsiNamespaceId : nsId;
+}
+
+uint32_t required_attribute_count(const ClassInfo& info)
+{
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (info.members[i].kind == MemberKind::attribute && info.members[i].min_occurs > 0)
+            ++count;
+    return count;
+}
+
+void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    // Counted per reading, not taken from the holders: a required attribute always holds a value.
+    uint32_t requiredSeen = 0;
+    for (bool more = reader.first_attribute(); more; more = reader.next_attribute()) {
+        const MemberInfo* member = read_own_attribute(reader, obj, info);
+        if (!member)
+            read_other_attribute(reader, obj, info);
+        else if (member->min_occurs > 0)
+            ++requiredSeen;
+    }
+    if (requiredSeen < required_attribute_count(info))
+        check_required_attributes(reader, info);
 }
 
 // Elements the content model does not allow are faults; a continuing handler passes over them.
@@ -300,17 +297,7 @@ void read_body(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& inf
                             std::strcmp(reader.element_local_name(), info.local_name) != 0))
         reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
     read_attributes(reader, obj, info);
-    if (info.content == ContentKind::simple) {
-        for (uint32_t i = 0; i < info.member_count; ++i)
-            if (info.members[i].kind == MemberKind::simple_content)
-                info.members[i].ops->read(reader, obj, info.members[i]);
-        return;
-    }
-    reader.enter();
-    if (info.content != ContentKind::empty)
-        read_content(reader, obj, info);
-    read_to_end_tag(reader, obj, info);
-    fill_vendor_slots(reader, obj, info);
+    read_content_to_end(reader, obj, info);
 }
 
 void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
@@ -380,6 +367,65 @@ void write_members(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Clas
 
 }  // namespace
 
+const MemberInfo* read_own_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    const MemberInfo* member = find_attribute_member(info, attribute_ns_id(reader), reader.attribute_local_name());
+    if (member) {
+        lmx60::c_xml_reader_local scope(reader);
+        reader.set_current_item(member->qname);
+        member->ops->read(reader, obj, *member);
+    }
+    return member;
+}
+
+void read_other_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    const int nsId = attribute_ns_id(reader);
+    if (nsId == kXsiNamespaceId)
+        return;  // xsi:type chose the class already; hints inside a document are for validators
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (info.members[i].kind == MemberKind::any_attribute && nsId == 0) {
+            info.members[i].ops->read(reader, obj, info.members[i]);
+            return;
+        }
+    reader.capture_error(lmx60::ELMX_UNEXPECTED_ATTRIBUTE, reader.attribute_qname(), __FILE__, __LINE__);
+}
+
+lmx60::elmx_error check_required_attributes(lmx60::c_xml_reader& reader, const ClassInfo& info)
+{
+    for (uint32_t i = 0; i < info.member_count; ++i) {
+        const MemberInfo& member = info.members[i];
+        if (member.kind != MemberKind::attribute || member.min_occurs == 0)
+            continue;
+        bool present = false;
+        for (bool more = reader.first_attribute(); more && !present; more = reader.next_attribute())
+            present = &member == find_attribute_member(info, attribute_ns_id(reader), reader.attribute_local_name());
+        if (!present) {
+            const char* item = info.local_name ? info.local_name : info.element_id;
+            lmx60::elmx_error code =
+                reader.capture_error(lmx60::ELMX_REQUIRED_ATTRIBUTE_MISSING, item, __FILE__, __LINE__);
+            if (code != lmx60::ELMX_OK)
+                return code;
+        }
+    }
+    return lmx60::ELMX_OK;
+}
+
+void read_content_to_end(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    if (info.content == ContentKind::simple) {
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (info.members[i].kind == MemberKind::simple_content)
+                info.members[i].ops->read(reader, obj, info.members[i]);
+        return;
+    }
+    reader.enter();
+    if (info.content != ContentKind::empty)
+        read_content(reader, obj, info);
+    read_to_end_tag(reader, obj, info);
+    fill_vendor_slots(reader, obj, info);
+}
+
 int enum_number(const char* const* values, bool isSet, const std::string& text)
 {
     if (!isSet)
@@ -429,22 +475,18 @@ void read_named(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& in
 lmx60::elmx_error read_element(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info,
                                const std::string& name)
 {
-    try {
+    return reading_code([&]() -> lmx60::elmx_error {
         read_named(reader, obj, info, name.c_str());
         return lmx60::ELMX_OK;
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
+    });
 }
 
 lmx60::elmx_error read_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
-    try {
+    return reading_code([&]() -> lmx60::elmx_error {
         read_content(reader, obj, info);
         return lmx60::ELMX_OK;
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
+    });
 }
 
 namespace {
@@ -452,16 +494,14 @@ namespace {
 // Faults after the document element (a second root, broken trailing markup) still count.
 lmx60::elmx_error read_document_end(lmx60::c_xml_reader& reader)
 {
-    try {
+    return reading_code([&]() -> lmx60::elmx_error {
         while (reader.current() != lmx60::c_xml_reader::tok_eof) {
             reader.advance();
             if (reader.current() == lmx60::c_xml_reader::tok_start)
                 reader.capture_error(lmx60::ELMX_NOT_WELL_FORMED, reader.element_qname(), __FILE__, __LINE__);
         }
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
-    return lmx60::ELMX_OK;
+        return lmx60::ELMX_OK;
+    });
 }
 
 // A class whose own map declares nothing (a named type, a local element) may still be written as the
@@ -478,48 +518,43 @@ lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, con
 {
     obj.reset();  // a document replaces what the object held; it is not merged into it
     reader.set_ns_map(ns_map_reader);
-    try {
+    lmx60::elmx_error result = reading_code([&]() -> lmx60::elmx_error {
         reader.read_document_element();
         if (reader.element_ns_id() != info.ns_id || std::strcmp(reader.element_local_name(), info.local_name) != 0)
-            reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
-    lmx60::elmx_error result = obj.unmarshal(reader, reader.element_qname());
+            return reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+        return lmx60::ELMX_OK;
+    });
+    if (result != lmx60::ELMX_OK)
+        return result;
+    result = obj.unmarshal(reader, reader.element_qname());
     return result != lmx60::ELMX_OK ? result : read_document_end(reader);
 }
 
 lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
     reader.set_ns_map(ns_map_reader);
-    try {
+    lmx60::elmx_error result = reading_code([&]() -> lmx60::elmx_error {
         reader.read_document_element();
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        return e.get_error();
-    }
-    // A root that no alternative takes is named as such, rather than as an empty choice.
-    if (!starts_content(reader, info)) {
-        try {
-            lmx60::elmx_error code =
-                reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
-            if (code != lmx60::ELMX_OK)
-                return code;
-        } catch (const lmx60::c_lmx_reader_exception& e) {
-            return e.get_error();
-        }
-    }
+        // A root that no alternative takes is named as such, rather than as an empty choice.
+        if (!starts_content(reader, info))
+            return reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+        return lmx60::ELMX_OK;
+    });
+    if (result != lmx60::ELMX_OK)
+        return result;
     size_t before = reader.token_count();
-    lmx60::elmx_error result = read_in_place(reader, obj, info);
+    result = read_in_place(reader, obj, info);
     if (result != lmx60::ELMX_OK)
         return result;
     // A continuing handler carried on past a document element that no alternative takes: pass over
     // it, or its children would count as further document elements.
     if (reader.token_count() == before) {
-        try {
+        result = reading_code([&]() -> lmx60::elmx_error {
             reader.skip_element();
-        } catch (const lmx60::c_lmx_reader_exception& e) {
-            return e.get_error();
-        }
+            return lmx60::ELMX_OK;
+        });
+        if (result != lmx60::ELMX_OK)
+            return result;
     }
     return read_document_end(reader);
 }
@@ -566,18 +601,28 @@ lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& ob
         writer.ensure_namespace("xsi", kXsiNamespaceUri);
         writer.attribute("xsi:type", info.type_qname);
     }
+    write_attributes(writer, obj, info);
+    write_content(writer, obj, info);
+    writer.end_element(name);
+    return lmx60::ELMX_OK;
+}
+
+void write_attributes(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
+{
     for (uint32_t i = 0; i < info.member_count; ++i)
         if (is_attribute(info.members[i]))
             write_attribute(writer, obj, info.members[i]);
-    if (info.content == ContentKind::simple) {
-        for (uint32_t i = 0; i < info.member_count; ++i)
-            if (info.members[i].kind == MemberKind::simple_content)
-                info.members[i].ops->write(writer, obj, info.members[i]);
-    } else {
+}
+
+void write_content(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
+{
+    if (info.content != ContentKind::simple) {
         write_members(writer, obj, info);
+        return;
     }
-    writer.end_element(name);
-    return lmx60::ELMX_OK;
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (info.members[i].kind == MemberKind::simple_content)
+            info.members[i].ops->write(writer, obj, info.members[i]);
 }
 
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info)

@@ -114,6 +114,18 @@ protected:
     friend struct BindingAccess;
 };
 
+// Runs reading steps and turns the fault that unwinds them (the reader's default handler throws) into
+// its code; every entry point that returns codes goes through here.
+template <class Steps>
+lmx60::elmx_error reading_code(Steps&& steps)
+{
+    try {
+        return steps();
+    } catch (const lmx60::c_lmx_reader_exception& e) {
+        return e.get_error();
+    }
+}
+
 // ---- the loops ----
 
 // The virtual element entry of every class: reads the element the reader stands on.
@@ -138,6 +150,23 @@ lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase&
 lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
 lmx60::elmx_error write_element(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info,
                                 const char* name);
+// The steps of read_element and write_element, one by one, for hosts that drive a class step by step
+// (HIPGSBase::unmarshal_attributes and its siblings). Reading steps report faults through the reader.
+//
+// The reader stands on an attribute of the start tag: reads it into the class's member for it and
+// returns that member, or null when the class has none.
+const MemberInfo* read_own_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// An attribute no member takes: kept by the class's wildcard, passed over when it is a hint for
+// validators (xsi), a fault otherwise.
+void read_other_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// Reports each required attribute that the start tag does not carry (code 25).
+lmx60::elmx_error check_required_attributes(lmx60::c_xml_reader& reader, const ClassInfo& info);
+// From the start tag: the simple value, or the children up to the end tag.
+void read_content_to_end(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info);
+// Inside a start tag still open: the attributes, in table order.
+void write_attributes(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
+// The simple value, or the children in schema order.
+void write_content(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info);
 bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info);
 void select_alternative(HIPGSChoiceContent& obj, const ClassInfo& info, int alternative);
 void release_alternatives(HIPGSChoiceContent& obj, const ClassInfo& info);

@@ -33,6 +33,7 @@ public:
     HIPGSBase* newObj() const override;
     void reset() override;
     const char* getElementId() const override;
+    const ClassInfo* getClassInfo() const override { return &s_class_info; }
     using HIPGSBase::marshal;
     using HIPGSBase::unmarshal;
     lmx60::elmx_error unmarshal(lmx60::c_xml_reader& reader, const std::string& name) override;

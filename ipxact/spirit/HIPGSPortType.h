@@ -32,6 +32,7 @@ public:
     HIPGSBase* newObj() const override;
     void reset() override;
     const char* getElementId() const override;
+    const ClassInfo* getClassInfo() const override { return &s_class_info; }
     static const int id = 13;
     virtual int getid() const { return id; }
     virtual bool has_id(const char* typeName) const;

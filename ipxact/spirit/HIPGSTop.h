@@ -152,6 +152,7 @@ public:
     void reset() override;
     // The vendor prefix: the top stands for no element of its own.
     const char* getElementId() const override;
+    const ClassInfo* getClassInfo() const override { return &s_class_info; }
 
     // Whether the reader's current element is one of the global elements.
     static bool IsMember(lmx60::c_xml_reader& reader);

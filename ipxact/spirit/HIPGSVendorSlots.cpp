@@ -21,13 +21,10 @@ void read_captured(lmx60::c_xml_reader& reader, const lmx60::c_any_info& item, H
     const std::string& xml = item.get_xml();
     lmx60::c_xml_reader_memory captured(xml.data(), xml.size(), "<captured element>");
     captured.set_ns_map(ns_map_reader);
-    lmx60::elmx_error result;
-    try {
+    lmx60::elmx_error result = reading_code([&]() -> lmx60::elmx_error {
         captured.read_document_element();
-        result = target.unmarshal(captured, slot.qname);
-    } catch (const lmx60::c_lmx_reader_exception& e) {
-        result = e.get_error();
-    }
+        return target.unmarshal(captured, slot.qname);
+    });
     if (result != lmx60::ELMX_OK)
         reader.capture_error(result, captured.get_debug_error().item_name.empty() ? slot.qname
                                                                               : captured.get_debug_error().item_name,

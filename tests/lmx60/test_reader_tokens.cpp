@@ -349,3 +349,103 @@ TEST(CrackedNames, ShortUrisHeldByTheCallerAreNotMistakenForOneAnother)
     EXPECT_EQ(lmx60::c_cracked_name(reader, "c:y").get_element_ns_id(), 1);
     EXPECT_EQ(reader.element_ns_id(), 1);
 }
+
+namespace {
+
+using binding = lmx60::c_xml_local::binding;
+
+TEST(NamespaceContext, ContextTakenAtAnElementLetsItsCapturedCopyResolveItsValues)
+{
+    reader_over doc(std::string("<spirit:component xmlns:spirit='") + kSpiritUri + "' xmlns:t='urn:types'>" +
+                    "<vorlix:portInfo xmlns:vorlix='" + kVorlixUri + "' xmlns:t='urn:inner' xmlns='urn:default'" +
+                    " vorlix:flag='t:wire'/></spirit:component>");
+    ASSERT_EQ(doc.reader.tokenise(kElementEvents, lmx60::exae_element), kComponentEvent);
+    doc.reader.add_namespace_mapping("h", "urn:host");
+    ASSERT_EQ(doc.reader.tokenise(kElementEvents, lmx60::exae_element), kPortInfoEvent);
+
+    lmx60::c_xml_local context;
+    context.extract_namespace_context(doc.reader);
+    EXPECT_EQ(context.bindings(), (std::vector<binding>{{"", "urn:default"},
+                                                        {"t", "urn:inner"},
+                                                        {"vorlix", kVorlixUri},
+                                                        {"spirit", kSpiritUri},
+                                                        {"h", "urn:host"}}));
+
+    lmx60::c_any_info captured;
+    ASSERT_EQ(lmx60::c_xml::get_any_element(doc.reader, &captured), lmx60::ELMX_OK);
+    lmx60::c_xml_reader_memory fragment(captured.get_xml().data(), captured.get_xml().size());
+    fragment.set_ns_map(kMap);
+    context.apply(fragment);
+    ASSERT_EQ(fragment.tokenise(kElementEvents, lmx60::exae_element), kPortInfoEvent);
+    std::string uri;
+    ASSERT_TRUE(fragment.get_namespace("t", &uri));
+    EXPECT_EQ(uri, "urn:inner");
+    ASSERT_TRUE(fragment.get_namespace("h", &uri));
+    EXPECT_EQ(uri, "urn:host");
+}
+
+TEST(ElementOperations, SchemaInstanceTypeIsResolvedInTheElementsScope)
+{
+    const char xsi[] = " xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'";
+    struct type_case {
+        std::string attribute;
+        bool present;
+        const char* ns_uri;
+        const char* local;
+    };
+    const type_case cases[] = {
+        {" xsi:type=' spirit:wireType '", true, kSpiritUri, "wireType"},
+        {" xsi:type='plain'", true, "urn:default", "plain"},
+        {" xsi:type='nowhere:x'", true, "", "x"},
+        {" type='spirit:wireType'", false, "", ""},
+    };
+    for (const type_case& c : cases) {
+        reader_over doc(std::string("<spirit:component xmlns:spirit='") + kSpiritUri + "' xmlns='urn:default'" +
+                        xsi + c.attribute + "/>");
+        ASSERT_EQ(doc.reader.tokenise(kElementEvents, lmx60::exae_element), kComponentEvent);
+        std::string uri = "unchanged";
+        std::string local;
+        EXPECT_EQ(lmx60::c_xml::get_xsi_type(doc.reader, &uri, &local), c.present) << c.attribute;
+        if (c.present) {
+            EXPECT_EQ(uri, c.ns_uri) << c.attribute;
+            EXPECT_EQ(local, c.local) << c.attribute;
+        }
+    }
+}
+
+TEST(ElementOperations, NamespaceNamesWithAnAmpersandAreReadAndCapturedAsWritten)
+{
+    reader_over doc(std::string("<spirit:component xmlns:spirit='") + kSpiritUri +
+                    "'><x:tool xmlns:x='http://example.com/?a=1&amp;b=2' x:v='1&amp;2'/></spirit:component>");
+    ASSERT_EQ(doc.reader.tokenise(kElementEvents, lmx60::exae_element), kComponentEvent);
+    ASSERT_EQ(doc.reader.tokenise(kElementEvents, lmx60::exae_element), lmx60::EVENT_UNKNOWN);
+    EXPECT_STREQ(doc.reader.element_ns_uri(), "http://example.com/?a=1&b=2");
+    ASSERT_TRUE(doc.reader.first_attribute());
+    EXPECT_STREQ(doc.reader.attribute_ns_uri(), "http://example.com/?a=1&b=2");
+    lmx60::c_any_info captured;
+    ASSERT_EQ(lmx60::c_xml::get_any_element(doc.reader, &captured), lmx60::ELMX_OK);
+    EXPECT_EQ(captured.get_namespace(), "http://example.com/?a=1&b=2");
+    EXPECT_EQ(captured.get_xml(), "<x:tool xmlns:x=\"http://example.com/?a=1&amp;b=2\" x:v=\"1&amp;2\"/>");
+}
+
+TEST(ElementObserver, EveryElementMovedOntoIsReportedWithItsLevelAndLine)
+{
+    reader_over doc(std::string("<spirit:component xmlns:spirit='") + kSpiritUri + "'>\n" +
+                    "  <spirit:name>n</spirit:name>\n  <skipped><inside/></skipped>\n  <last/>\n" +
+                    "</spirit:component>");
+    doc.reader.set_error_handler([](lmx60::elmx_error, const std::string&, int) { return lmx60::ELMX_OK; });
+    std::vector<std::string> seen;
+    doc.reader.set_element_observer([&](size_t level, const char* uri, const char* local, int line) {
+        seen.push_back(std::to_string(level) + " " + (uri ? uri : "-") + " " + local + " " + std::to_string(line));
+    });
+    for (int event = 0; event != lmx60::EVENT_END_OF_DOCUMENT;) {
+        event = doc.reader.tokenise(kElementEvents, lmx60::exae_element);
+        if (event == lmx60::EVENT_UNKNOWN)
+            doc.reader.skip_element();
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"1 " + std::string(kSpiritUri) + " component 1",
+                                              "2 " + std::string(kSpiritUri) + " name 2", "2 - skipped 3",
+                                              "2 - last 4"}));
+}
+
+}  // namespace

@@ -103,6 +103,31 @@ TEST(TypedVendorSlots, VendorExtensionsAreWrittenOnlyWhileSlotOrOpenContentHolds
         EXPECT_EQ(corpus::schema_errors(written), "");
 }
 
+TEST(OpenContent, NamespaceNamesAndValuesWithMarkupCharactersComeBackAsWritten)
+{
+    const std::string xml = kHead +
+                            "    <spirit:vendorExtensions>\n"
+                            "      <q:tool xmlns:q=\"http://example.com/tools?id=1&amp;v=2\" q:note=\"a &lt; b\">"
+                            "x &amp; y</q:tool>\n"
+                            "    </spirit:vendorExtensions>\n" + kTail;
+    HIPGSAddressBlock block;
+    lmx60::s_debug_error debug;
+    ASSERT_EQ(block.unmarshal(xml.data(), xml.size(), &debug), lmx60::ELMX_OK) << debug.to_string();
+    const HIPGSVendorExtensions& open =
+        block.getAddressBlockDefinitionGroup().getRegisterData().getRegister(0).getVendorExtensions();
+    ASSERT_EQ(open.sizeany(), 1u);
+    EXPECT_EQ(open.getany(0).get_namespace(), "http://example.com/tools?id=1&v=2");
+    std::string written;
+    ASSERT_EQ(block.marshal(&written, &debug), lmx60::ELMX_OK) << debug.to_string();
+    EXPECT_NE(written.find("<q:tool xmlns:q=\"http://example.com/tools?id=1&amp;v=2\" q:note=\"a &lt; b\">"
+                           "x &amp; y</q:tool>"),
+              std::string::npos)
+        << written;
+    HIPGSAddressBlock again;
+    ASSERT_EQ(again.unmarshal(written.data(), written.size(), &debug), lmx60::ELMX_OK) << debug.to_string();
+    EXPECT_TRUE(again == block);
+}
+
 TEST(AllContent, ChildrenAreWrittenInTheOrderRead)
 {
     std::string path = std::string(IPXACT_SOURCE_DIR) + "/tests/schema/samples/instanceProperties-anyOrder.xml";

@@ -45,6 +45,7 @@ public:
     HIPGSBase* newObj() const override;
     void reset() override;
     const char* getElementId() const override;
+    const ClassInfo* getClassInfo() const override { return &s_class_info; }
     $family$
     using HIPGSBase::marshal;
     using HIPGSBase::unmarshal;

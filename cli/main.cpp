@@ -12,6 +12,7 @@
 #include <ipxact/spirit/HIPGSTop.h>
 
 #include "bundled_example.h"
+#include "catalog_commands.h"
 #include "faults.h"
 #include "summary.h"
 
@@ -31,7 +32,12 @@ Reads IP-XACT (IEEE 1685-2009) documents with vorlix vendor extensions.
 Commands:
   info FILE...            root element, identifier and counts of each document
   check PATH...           read every document (directories: all *.xml inside) and list
-                          every fault as FILE:LINE: error CODE: DESCRIPTION (ELEMENT)
+                          every fault as FILE:LINE: error CODE: DESCRIPTION (ELEMENT),
+                          then run the catalog rules over them
+  catalog PATH...         load files and directories as one catalog and summarise it:
+                          documents per kind, duplicate identifiers, dangling references,
+                          cycles and findings per rule
+  deps FILE|VLNV          everything a design or component needs, dependencies first
   format FILE [-o OUT]    read a document and write it back, to standard output or OUT
 
 Without a command, ipxact reads its bundled example component, prints its summary,
@@ -50,13 +56,43 @@ interconnections and ad-hoc connections of a design; ports of an abstraction def
 and the vendor blocks present. A document that does not read is reported with its faults.
 )";
 
-const char* const kCheckHelp = R"(usage: ipxact check PATH...
+const char* const kCheckHelp = R"(usage: ipxact check [--format text|sarif] [--notes] [--threads N] PATH...
 
 Reads every document named, and every *.xml file below each directory named, and prints
 each fault as
   FILE:LINE: error CODE: DESCRIPTION (ELEMENT)
-followed by a summary line. On a terminal, progress is shown on standard error while a
-long check runs. Exit status 0 only when every document read cleanly.
+followed by a summary line. Then loads the same paths as one catalog (inside directories
+*.xml, *.ipxact and *.spirit) and runs the catalog rules over every document that read
+cleanly, printing each finding as
+  FILE:LINE: SEVERITY: [RULE-ID] MESSAGE (ELEMENT PATH)
+Rules that need documents which are not loaded say so in notes, shown with --notes.
+With --format sarif, everything (read faults and rule findings) is written as one
+SARIF 2.1.0 log on standard output instead. On a terminal, progress is shown on standard
+error while a long check runs. Exit status 0 only when every document read cleanly and
+no rule reported an error.
+)";
+
+const char* const kCatalogHelp = R"(usage: ipxact catalog [--findings] [--notes] [--format text|sarif] [--threads N] PATH...
+
+Loads the files named and every *.xml, *.ipxact and *.spirit file below the directories
+named (in parallel, one thread per core unless --threads says otherwise), resolves the
+references between them, runs the rules, and prints: the documents per kind, identifiers
+defined more than once with their files, the references that name no loaded document,
+cycles of references, and the number of findings per rule. --findings lists every
+finding first (FILE:LINE: SEVERITY: [RULE-ID] MESSAGE (ELEMENT PATH); notes only with
+--notes); --format sarif writes them as a SARIF 2.1.0 log instead of the summary.
+A progress bar is shown on standard error when it is a terminal and loading takes a while.
+Exit status 0 when no finding is an error, 1 otherwise.
+)";
+
+const char* const kDepsHelp = R"(usage: ipxact deps FILE|VENDOR:LIBRARY:NAME:VERSION [--catalog DIR]... [--threads N]
+
+Prints every document the given one needs, transitively (a design's components, their
+bus and abstraction definitions, a configuration's design...), dependencies first and the
+document itself last, then the identifiers that no loaded document has ("not found",
+with the element and line that names each) and any cycle. The catalog is the paths given
+with --catalog; without it, the folder holding FILE, searched recursively. An identifier
+needs --catalog. Exit status 0 when everything needed was found and there is no cycle.
 )";
 
 const char* const kFormatHelp = R"(usage: ipxact format FILE [-o OUT]
@@ -173,10 +209,19 @@ private:
 
 int run_check(const std::vector<std::string>& arguments)
 {
-    if (!operands_only("check", arguments, "PATH") || !all_exist("check", arguments))
+    catalog_options options = parse_catalog_options("check", arguments);
+    if (!options.error.empty())
+        return usage_error("check", options.error);
+    if (options.operands.empty())
+        return usage_error("check", "no PATH given");
+    if (!all_exist("check", options.operands))
         return kExitUsage;
+    if (options.format == output_format::sarif) {
+        options.list_findings = true;
+        return run_catalog_summary(options, std::cout);
+    }
     std::vector<std::string> missing;
-    std::vector<std::string> documents = documents_at(arguments, &missing);
+    std::vector<std::string> documents = documents_at(options.operands, &missing);
     progress_line progress(documents.size());
     size_t faulty = 0;
     size_t faultCount = 0;
@@ -195,7 +240,35 @@ int run_check(const std::vector<std::string>& arguments)
     std::cout << "checked " << documents.size() << (documents.size() == 1 ? " document: " : " documents: ")
               << documents.size() - faulty << " clean, " << faulty << " with faults (" << faultCount
               << (faultCount == 1 ? " fault)\n" : " faults)\n");
-    return faulty == 0 ? kExitClean : kExitFaults;
+    size_t findings = 0;
+    bool ruleErrors = check_rules(options.operands, options, std::cout, &findings);
+    if (findings)
+        std::cout << "rules: " << findings << (findings == 1 ? " finding\n" : " findings\n");
+    return faulty == 0 && !ruleErrors ? kExitClean : kExitFaults;
+}
+
+int run_catalog(const std::vector<std::string>& arguments)
+{
+    catalog_options options = parse_catalog_options("catalog", arguments);
+    if (!options.error.empty())
+        return usage_error("catalog", options.error);
+    if (options.operands.empty())
+        return usage_error("catalog", "no PATH given");
+    if (!all_exist("catalog", options.operands))
+        return kExitUsage;
+    return run_catalog_summary(options, std::cout);
+}
+
+int run_deps(const std::vector<std::string>& arguments)
+{
+    catalog_options options = parse_catalog_options("deps", arguments);
+    if (!options.error.empty())
+        return usage_error("deps", options.error);
+    if (options.operands.size() != 1)
+        return usage_error("deps", options.operands.empty() ? "no FILE or VLNV given" : "one FILE or VLNV only");
+    if (!all_exist("deps", options.catalog_paths))
+        return kExitUsage;
+    return run_dependencies(options, std::cout, std::cerr);
 }
 
 int run_format(const std::vector<std::string>& arguments)
@@ -281,6 +354,8 @@ struct command {
 const command kCommands[] = {
     {"info", kInfoHelp, run_info},
     {"check", kCheckHelp, run_check},
+    {"catalog", kCatalogHelp, run_catalog},
+    {"deps", kDepsHelp, run_deps},
     {"format", kFormatHelp, run_format},
 };
 

@@ -6,7 +6,7 @@
 
 include(CMakePackageConfigHelpers)
 
-set(IPXACT_LIBRARIES lmx60 tvo_common hipgspirit)
+set(IPXACT_LIBRARIES lmx60 tvo_common hipgspirit ipxact_catalog)
 set_target_properties(${IPXACT_LIBRARIES} PROPERTIES
   VERSION ${PROJECT_VERSION}
   SOVERSION ${PROJECT_VERSION_MAJOR})
@@ -16,11 +16,12 @@ install(TARGETS ${IPXACT_LIBRARIES} EXPORT HIPGSpiritTargets
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS ipxact RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 
-foreach(layer lmx60 common spirit)
+foreach(layer lmx60 common spirit catalog)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/ipxact/${layer}/
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipxact/${layer}
           COMPONENT development
-          FILES_MATCHING PATTERN "*.h")
+          FILES_MATCHING PATTERN "*.h"
+          PATTERN "read_document.h" EXCLUDE)
 endforeach()
 
 set(IPXACT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/HIPGSpirit)

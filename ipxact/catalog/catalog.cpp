@@ -64,8 +64,10 @@ void parallel_for(size_t count, unsigned threads, const std::function<void(size_
         std::unique_lock<std::mutex> lock(mutex);
         while (done.load() < count) {
             finished.wait_for(lock, std::chrono::milliseconds(100));
-            progress(done.load(), count);
+            if (done.load() < count)
+                progress(done.load(), count);
         }
+        progress(count, count);
     } else {
         worker();
     }
@@ -192,12 +194,18 @@ Document& Catalog::adopt(std::unique_ptr<Document> document)
 size_t Catalog::load(const std::vector<std::string>& paths, const LoadOptions& options)
 {
     std::vector<std::string> files = files_at(paths, options.extensions, m_load_findings);
-    // A file already in the catalog, or named twice, is read once.
+    // A file already in the catalog, or met twice (named, and found in a directory named), is read
+    // once: files are told apart by their canonical paths.
+    auto canonical = [](const std::string& file) {
+        std::error_code error;
+        std::filesystem::path path = std::filesystem::weakly_canonical(file, error);
+        return error ? file : path.string();
+    };
     std::unordered_set<std::string> seen;
+    for (const Document* document : m_view)
+        seen.insert(canonical(document->file()));
     files.erase(std::remove_if(files.begin(), files.end(),
-                               [&](const std::string& file) {
-                                   return m_index->by_file.count(file) || !seen.insert(file).second;
-                               }),
+                               [&](const std::string& file) { return !seen.insert(canonical(file)).second; }),
                 files.end());
 
     // libxml2 sets up its global tables on first use; doing it here keeps that out of the threads.

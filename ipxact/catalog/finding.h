@@ -10,8 +10,8 @@ namespace catalog {
 
 /// How much a finding matters. Only errors make `ipxact check` and `ipxact catalog` fail.
 enum class Severity : unsigned char {
-    note,     ///< information, such as a check that could not be made ("not checked: ... not loaded")
-    warning,  ///< likely wrong, or wrong only within the documents loaded (a reference to one not loaded)
+    note,     ///< information: a check that could not be made ("not checked: ... not loaded"), a reference to a document not loaded
+    warning,  ///< likely wrong
     error     ///< wrong whatever else is loaded
 };
 

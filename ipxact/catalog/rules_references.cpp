@@ -18,7 +18,7 @@ public:
     const char* id() const override { return "reference.unresolved"; }
     const char* description() const override
     {
-        return "every reference names a loaded document (a warning: the document may exist outside the catalog)";
+        return "every reference names a loaded document (a note: the document may exist outside the catalog)";
     }
     void check(RuleContext& context) const override
     {
@@ -28,7 +28,7 @@ public:
             std::string message = reference.pattern
                                       ? described(reference) + " matches no loaded " + kinds_name(reference.expected)
                                       : described(reference) + " is not loaded";
-            context.report(Severity::warning, reference.path, message);
+            context.report(Severity::note, reference.path, message);
         }
     }
 };

@@ -237,7 +237,12 @@ TEST(CliCheck, EverySchemaValidCorpusDocumentIsClean)
         if (!d.schema_valid)
             continue;
         ++valid;
-        EXPECT_FALSE(has_line_starting(r.out, d.path + ":")) << r.out;
+        // Read faults only: the catalog rules also report what is wrong across documents (the corpus
+        // holds one component under two file names), which the catalog tests look at.
+        for (const std::string& line : lines_of(r.out))
+            EXPECT_FALSE(line.compare(0, d.path.size() + 1, d.path + ":") == 0 &&
+                         line.find("]") == std::string::npos)
+                << line;
     }
     EXPECT_GT(valid, 0u);
     EXPECT_NE(r.out.find("checked " + std::to_string(documents.size()) + " documents: "), std::string::npos) << r.out;

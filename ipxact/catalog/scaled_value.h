@@ -1,0 +1,76 @@
+/// @file
+/// Exact values of the scaled integers that memory maps are written in ("0x1000", "#FF", "4k",
+/// "-3M"), for rules that compare addresses, sizes and widths.
+#ifndef IPXACT_CATALOG_SCALED_VALUE_H
+#define IPXACT_CATALOG_SCALED_VALUE_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace ipxact {
+namespace catalog {
+
+/// An integer of any size read from a scaled text, or the fact that the text has no value that
+/// can be known without evaluating it.
+///
+/// The form read: an optional sign, then either decimal digits or hexadecimal digits after `0x`,
+/// `0X` or `#`, then optionally one of the multipliers k/K (2^10), m/M (2^20), g/G (2^30) or t/T
+/// (2^40). Leading and trailing white space is ignored. Anything else (an expression, a parameter
+/// name, hexadecimal digits without a prefix, an empty text) is not checkable: the value is not
+/// guessed. Values are exact whatever their size, so comparisons never overflow.
+///
+/// Copies are cheap enough for rules (one heap integer each); the type keeps its arithmetic
+/// library out of this header.
+class ScaledValue {
+public:
+    /// Not checkable.
+    ScaledValue();
+    /// The exact value of a 64-bit integer.
+    explicit ScaledValue(long long value);
+    ~ScaledValue();
+    ScaledValue(const ScaledValue& other);
+    ScaledValue& operator=(const ScaledValue& other);
+    ScaledValue(ScaledValue&& other) noexcept;
+    ScaledValue& operator=(ScaledValue&& other) noexcept;
+
+    /// Reads `text` in the scaled form above; not checkable when it is not in that form.
+    static ScaledValue parse(std::string_view text);
+
+    /// Whether the value is known.
+    bool checkable() const { return m_value != nullptr; }
+    /// -1, 0 or 1 by sign; 0 when not checkable.
+    int sign() const;
+    /// Decimal text of the value, "?" when not checkable.
+    std::string to_string() const;
+    /// The same in hexadecimal with a "0x" prefix (a '-' before it when negative).
+    std::string to_hex() const;
+
+    /// Arithmetic on known values; a result involving a value that is not checkable is not
+    /// checkable either.
+    friend ScaledValue operator+(const ScaledValue& a, const ScaledValue& b);
+    friend ScaledValue operator-(const ScaledValue& a, const ScaledValue& b);
+    friend ScaledValue operator*(const ScaledValue& a, const ScaledValue& b);
+    /// Quotient rounded towards positive infinity (units needed to hold `a` items of size `b`);
+    /// not checkable when b is not positive.
+    static ScaledValue ceil_div(const ScaledValue& a, const ScaledValue& b);
+    /// 2 to the power `bits` (0 <= bits), the first value that does not fit in `bits` bits.
+    static ScaledValue power_of_two(unsigned long bits);
+
+    /// Three-way comparison of two known values (negative, 0, positive); both must be checkable.
+    static int compare(const ScaledValue& a, const ScaledValue& b);
+    /// Number of bits needed to write a non-negative known value (0 for zero).
+    unsigned long bit_length() const;
+    /// The value when it is known and fits in an unsigned long; `fallback` otherwise.
+    unsigned long to_ulong(unsigned long fallback) const;
+
+private:
+    struct Number;
+    explicit ScaledValue(std::unique_ptr<Number> value);
+    std::unique_ptr<Number> m_value;
+};
+
+}  // namespace catalog
+}  // namespace ipxact
+
+#endif

@@ -1,0 +1,106 @@
+// Loads a directory of documents three ways and prints one line per way and thread count:
+//   read     every file into an HIPGSTop through a reader with a fault handler, nothing else;
+//   load     Catalog::load (reading, line index, references, identifier index, resolution);
+//   check    load, then every registered rule over every document.
+// Each is run with one thread and with one per core; the figures are documents/s and MB/s of the
+// best of --runs runs, and the ratios of load and check to plain reading.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <ipxact/catalog/catalog.h>
+#include <ipxact/lmx60/c_xml_reader.h>
+#include <ipxact/spirit/HIPGSTop.h>
+
+namespace fs = std::filesystem;
+using clock_type = std::chrono::steady_clock;
+
+namespace {
+
+double seconds_since(clock_type::time_point start)
+{
+    return std::chrono::duration<double>(clock_type::now() - start).count();
+}
+
+// The plain read, on the same files in the same order, with the same hand-out of files to threads
+// as the catalog uses.
+size_t read_all(const std::vector<std::string>& files, unsigned threads)
+{
+    std::atomic<size_t> next{0};
+    std::atomic<size_t> faulty{0};
+    auto worker = [&] {
+        for (size_t i; (i = next.fetch_add(1)) < files.size();) {
+            lmx60::c_xml_reader_file reader(files[i].c_str());
+            reader.set_error_handler([](lmx60::elmx_error code, const std::string&, int) { return code; });
+            HIPGSpirit::HIPGSTop top;
+            if (top.unmarshal(reader) != lmx60::ELMX_OK)
+                ++faulty;
+        }
+    };
+    std::vector<std::thread> pool;
+    for (unsigned t = 1; t < threads; ++t)
+        pool.emplace_back(worker);
+    worker();
+    for (std::thread& thread : pool)
+        thread.join();
+    return faulty;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: catalog_bench DIR [--runs N]\n");
+        return 2;
+    }
+    std::string directory = argv[1];
+    int runs = argc > 3 && std::strcmp(argv[2], "--runs") == 0 ? std::max(1, std::atoi(argv[3])) : 3;
+    std::vector<std::string> files;
+    uint64_t bytes = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(directory))
+        if (entry.is_regular_file() && entry.path().extension() == ".xml") {
+            files.push_back(entry.path().string());
+            bytes += entry.file_size();
+        }
+    std::sort(files.begin(), files.end());
+    unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+    std::printf("%zu documents, %.1f MB, %u cores\n", files.size(), bytes / 1e6, cores);
+    std::printf("%-6s %7s %10s %12s %8s %12s\n", "what", "threads", "seconds", "documents/s", "MB/s", "/ read");
+
+    for (unsigned threads : {1u, cores}) {
+        double read = 1e9, load = 1e9, check = 1e9;
+        size_t findings = 0, dangling = 0;
+        for (int run = 0; run < runs; ++run) {
+            auto start = clock_type::now();
+            read_all(files, threads);
+            read = std::min(read, seconds_since(start));
+
+            start = clock_type::now();
+            ipxact::catalog::Catalog catalog;
+            ipxact::catalog::LoadOptions options;
+            options.threads = threads;
+            catalog.load({directory}, options);
+            load = std::min(load, seconds_since(start));
+            findings = catalog.check({}, threads).size();
+            check = std::min(check, seconds_since(start));
+            dangling = catalog.dangling().size();
+        }
+        auto line = [&](const char* what, double s) {
+            std::printf("%-6s %7u %10.3f %12.0f %8.1f %12.3f\n", what, threads, s, files.size() / s, bytes / 1e6 / s,
+                        s / read);
+        };
+        line("read", read);
+        line("load", load);
+        line("check", check);
+        std::printf("       findings %zu, dangling references %zu\n", findings, dangling);
+    }
+    return 0;
+}

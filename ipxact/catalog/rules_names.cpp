@@ -1,0 +1,122 @@
+// Names that must be unique: among the siblings that one element holds (ports of a model, registers
+// of a block, instances of a design...), and spirit:id values across a whole document.
+#include <map>
+#include <string>
+
+#include <ipxact/catalog/rule.h>
+
+#include "rules_tree.h"
+
+namespace ipxact {
+namespace catalog {
+
+namespace {
+
+// One set of names: inside each element `scope` selects, the elements `members` selects (relative
+// to it) are told apart by `key` (a child element, an attribute, or "." for their own text).
+struct NameSet {
+    const char* scope;
+    const char* members;
+    const char* key;
+    const char* what;
+};
+
+// Each set the standard asks to be unique, written as the schema's identity constraints write them
+// where it has one, so that a document a validator accepts passes here too.
+const NameSet kNameSets[] = {
+    // components and abstractors
+    {"/*/spirit:busInterfaces", "spirit:busInterface", "spirit:name", "bus interfaces"},
+    {"/*/spirit:abstractorInterfaces", "spirit:abstractorInterface", "spirit:name", "abstractor interfaces"},
+    {"/*/spirit:channels", "spirit:channel", "spirit:name", "channels"},
+    {"/*/spirit:remapStates", "spirit:remapState", "spirit:name", "remap states"},
+    {"/*/spirit:addressSpaces", "spirit:addressSpace", "spirit:name", "address spaces"},
+    {"/*/spirit:memoryMaps", "spirit:memoryMap", "spirit:name", "memory maps"},
+    {"/*/spirit:model/spirit:views", "spirit:view", "spirit:name", "views"},
+    {"/*/spirit:model/spirit:ports", "spirit:port", "spirit:name", "ports"},
+    {"/*/spirit:componentGenerators", "spirit:componentGenerator", "spirit:name", "component generators"},
+    {"/*/spirit:choices", "spirit:choice", "spirit:name", "choices"},
+    {"/*", ".//spirit:fileSet", "spirit:name", "file sets"},
+    {"/*/spirit:whiteboxElements", "spirit:whiteboxElement", "spirit:name", "whitebox elements"},
+    {"/*/spirit:cpus", "spirit:cpu", "spirit:name", "cpus"},
+    {"/*/spirit:otherClockDrivers", "spirit:otherClockDriver", "@spirit:clockName", "clock drivers"},
+    {"//spirit:channel", "spirit:busInterfaceRef", ".", "bus interface references of a channel"},
+    {"//spirit:wireTypeDefs", "spirit:wireTypeDef/spirit:viewNameRef", ".", "view references of wire type definitions"},
+    // memory
+    {"//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap|//spirit:bank",
+     "spirit:subspaceMap|spirit:addressBlock|spirit:bank|spirit:memoryRemap", "spirit:name",
+     "address blocks, banks, subspace maps and remaps"},
+    {"//spirit:memoryMap", "spirit:memoryRemap", "@spirit:state", "memory remaps of one state"},
+    {"//spirit:segments", "spirit:segment", "spirit:name", "segments"},
+    {"//spirit:addressBlock|//spirit:registerFile",
+     "spirit:register|spirit:registerFile|spirit:register/spirit:alternateRegisters/spirit:alternateRegister",
+     "spirit:name", "registers, register files and alternate registers"},
+    {"//spirit:register|//spirit:alternateRegister", "spirit:field", "spirit:name", "fields"},
+    {"//spirit:alternateRegisters", "spirit:alternateRegister/spirit:alternateGroups/spirit:alternateGroup", ".",
+     "alternate groups"},
+    {"//spirit:enumeratedValues", "spirit:enumeratedValue", "spirit:name", "enumerated values"},
+    // parameters wherever they are held
+    {"//spirit:parameters", "spirit:parameter", "spirit:name", "parameters"},
+    {"//spirit:modelParameters", "spirit:modelParameter", "spirit:name", "model parameters"},
+    // abstraction and bus definitions
+    {"/spirit:abstractionDefinition/spirit:ports", "spirit:port", "spirit:logicalName", "logical ports"},
+    {"/spirit:busDefinition/spirit:systemGroupNames", "spirit:systemGroupName", ".", "system group names"},
+    // designs and their configurations
+    {"/spirit:design/spirit:componentInstances", "spirit:componentInstance", "spirit:instanceName",
+     "component instances"},
+    {"/spirit:design", ".//spirit:interconnection|.//spirit:monitorInterconnection", "spirit:name",
+     "interconnections"},
+    {"/spirit:design", ".//spirit:adHocConnection", "spirit:name", "ad hoc connections"},
+    {"/spirit:designConfiguration", "spirit:viewConfiguration", "spirit:instanceName", "view configurations"},
+    {"/spirit:designConfiguration", "spirit:interconnectionConfiguration/spirit:abstractors/spirit:abstractor",
+     "spirit:instanceName", "abstractor instances"},
+    {"/spirit:designConfiguration", "spirit:interconnectionConfiguration", "spirit:interconnectionRef",
+     "interconnection configurations"},
+};
+
+class UniqueNames : public Rule {
+public:
+    const char* id() const override { return "names.unique"; }
+    const char* description() const override
+    {
+        return "names are unique among their siblings (ports, bus interfaces, memory maps, blocks, registers, "
+               "fields, views, file sets, parameters, instances...) and spirit:id values within a document";
+    }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        if (!tree.ok())
+            return;
+        for (const NameSet& set : kNameSets)
+            for (RulesTree::Node scope : tree.select(set.scope)) {
+                std::map<std::string, RulesTree::Node> seen;
+                for (RulesTree::Node member : tree.select(set.members, scope)) {
+                    std::string name;
+                    if (!tree.field(member, set.key, &name))
+                        continue;
+                    auto [first, fresh] = seen.emplace(name, member);
+                    if (!fresh)
+                        context.report(Severity::error, RulesTree::path(member),
+                                       std::string("name '") + name + "' is used twice among " + set.what +
+                                           " (first at " + RulesTree::path(first->second) + ")");
+                }
+            }
+        // spirit:id values name configurable values for expressions and configurations anywhere in
+        // the document, so they are one set whatever element carries them.
+        std::map<std::string, RulesTree::Node> ids;
+        for (RulesTree::Node id : tree.select("//@spirit:id")) {
+            std::string value = RulesTree::text(id);
+            auto [first, fresh] = ids.emplace(value, id);
+            if (!fresh)
+                context.report(Severity::error, RulesTree::path(id),
+                               "spirit:id '" + value + "' is used twice in the document (first at " +
+                                   RulesTree::path(first->second) + ")");
+        }
+    }
+};
+
+}  // namespace
+
+IPXACT_CATALOG_RULE(UniqueNames);
+
+}  // namespace catalog
+}  // namespace ipxact

@@ -1,0 +1,65 @@
+/// @file
+/// For the catalog's own rules: a document's objects as an XML tree that XPath can query, with each
+/// node's element path in LineIndex's form. Not part of the public interface.
+#ifndef IPXACT_CATALOG_RULES_TREE_H
+#define IPXACT_CATALOG_RULES_TREE_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+struct _xmlNode;
+
+namespace ipxact {
+namespace catalog {
+
+class Document;
+
+/// The document's objects written out and parsed again into a tree. What a rule sees is what the
+/// objects hold (the binding's reading already applied), and the element paths match the
+/// document's line index, so findings get the line of the element in the file.
+///
+/// Rules whose checks are structural (names unique among siblings, references inside a document)
+/// are written once over this tree instead of once per element kind over the objects.
+class RulesTree {
+public:
+    using Node = const _xmlNode*;
+
+    /// Writes and parses `document`; ok() is false when either fails.
+    explicit RulesTree(const Document& document);
+    ~RulesTree();
+    RulesTree(const RulesTree&) = delete;
+    RulesTree& operator=(const RulesTree&) = delete;
+
+    /// Whether the tree was built.
+    bool ok() const;
+    /// The document element; null when !ok().
+    Node root() const;
+    /// The element and attribute nodes an XPath expression selects from `context` (the document
+    /// element when null). The prefix "spirit" names the standard's namespace. An attribute node
+    /// stands for its value; its path is its element's.
+    std::vector<Node> select(const char* xpath, Node context = nullptr) const;
+
+    /// The value a member is known by, as an identity constraint's field names it: "." for its
+    /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
+    /// the member has no such value (nothing to compare).
+    bool field(Node member, const char* key, std::string* value) const;
+
+    /// The element path of an element (of an attribute: of its element), as LineIndex::path writes it.
+    static std::string path(Node node);
+    /// The string value of an element or attribute, with white space at its ends removed.
+    static std::string text(Node node);
+    /// The value of an attribute of the standard's namespace; empty when absent.
+    static std::string attribute(Node element, const char* local);
+    /// Whether an element carries that attribute.
+    static bool has_attribute(Node element, const char* local);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace catalog
+}  // namespace ipxact
+
+#endif

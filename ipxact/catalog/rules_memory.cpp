@@ -1,0 +1,401 @@
+// Memory layout: address blocks of a map apart, registers of a block apart and inside it, fields of
+// a register apart and inside it, values fitting their width, sizes positive. Addresses and sizes
+// are compared exactly (ScaledValue); a value that cannot be known without evaluating it is left
+// out of every check and named once by memory.not-checkable.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <ipxact/catalog/rule.h>
+#include <ipxact/catalog/scaled_value.h>
+
+#include "rules_tree.h"
+
+namespace ipxact {
+namespace catalog {
+
+namespace {
+
+using Node = RulesTree::Node;
+
+// The value of a child element of `parent` named by `child` (an XPath step, "spirit:range"); the
+// node is null when the child is absent.
+struct Value {
+    Node node = nullptr;
+    ScaledValue value;
+    std::string text;
+    std::string why;  // empty when the value is known or absent
+};
+
+// A value given to the user, a generator or an expression to decide is a default at best: what the
+// layout will be is not known here.
+bool decided_elsewhere(Node node, std::string* why)
+{
+    std::string resolve = RulesTree::attribute(node, "resolve");
+    if (resolve == "user" || resolve == "generated" || resolve == "dependent") {
+        *why = "spirit:resolve=\"" + resolve + "\"";
+        return true;
+    }
+    return false;
+}
+
+Value value_of(const RulesTree& tree, Node parent, const char* child)
+{
+    Value v;
+    std::vector<Node> found = tree.select(child, parent);
+    if (found.empty())
+        return v;
+    v.node = found.front();
+    v.text = RulesTree::text(v.node);
+    if (decided_elsewhere(v.node, &v.why))
+        return v;
+    v.value = ScaledValue::parse(v.text);
+    if (!v.value.checkable())
+        v.why = "not a number";
+    return v;
+}
+
+bool known(const Value& v)
+{
+    return v.node && v.value.checkable();
+}
+
+std::string name_of(const RulesTree& tree, Node node)
+{
+    std::string name;
+    tree.field(node, "spirit:name", &name);
+    return name;
+}
+
+// Bits per address unit of the map or address space holding `node` (8 when not said or not known).
+ScaledValue address_unit_bits(const RulesTree& tree, Node node)
+{
+    std::vector<Node> holder = tree.select("ancestor::*[self::spirit:memoryMap or self::spirit:addressSpace][1]", node);
+    if (!holder.empty()) {
+        Value bits = value_of(tree, holder.front(), "spirit:addressUnitBits");
+        if (known(bits) && bits.value.sign() > 0)
+            return bits.value;
+    }
+    return ScaledValue(8);
+}
+
+// [first, last] as text, for messages: addresses in hexadecimal, bit positions in decimal.
+std::string span(const ScaledValue& first, const ScaledValue& size, bool bits = false)
+{
+    ScaledValue last = first + size - ScaledValue(1);
+    return bits ? first.to_string() + ".." + last.to_string()
+                : "[" + first.to_hex() + ", " + last.to_hex() + "]";
+}
+
+// One item laid out in a container: a block in a map, a register in a block, a field in a register.
+struct Item {
+    Node node;
+    std::string kind;
+    std::string name;
+    ScaledValue first;
+    ScaledValue size;
+    bool bits = false;  // bit positions rather than addresses
+};
+
+// Reports each item that overlaps one placed before it in address order.
+void report_overlaps(RuleContext& context, std::vector<Item> items)
+{
+    std::stable_sort(items.begin(), items.end(),
+                     [](const Item& a, const Item& b) { return ScaledValue::compare(a.first, b.first) < 0; });
+    for (size_t i = 1; i < items.size(); ++i)
+        for (size_t j = 0; j < i; ++j) {
+            const Item& earlier = items[j];
+            const Item& later = items[i];
+            if (ScaledValue::compare(later.first, earlier.first + earlier.size) < 0) {
+                context.report(Severity::error, RulesTree::path(later.node),
+                               later.kind + " '" + later.name + "' " + span(later.first, later.size, later.bits) +
+                                   " overlaps " + earlier.kind + " '" + earlier.name + "' " +
+                                   span(earlier.first, earlier.size, earlier.bits));
+                break;
+            }
+        }
+}
+
+// The registers and register files of a block or register file, with their extent in address units.
+std::vector<Item> registers_of(const RulesTree& tree, Node container)
+{
+    std::vector<Item> items;
+    ScaledValue unit = address_unit_bits(tree, container);
+    for (Node reg : tree.select("spirit:register", container)) {
+        Value offset = value_of(tree, reg, "spirit:addressOffset");
+        Value size = value_of(tree, reg, "spirit:size");
+        if (known(offset) && known(size) && size.value.sign() > 0)
+            items.push_back({reg, "register", name_of(tree, reg), offset.value, ScaledValue::ceil_div(size.value, unit)});
+    }
+    for (Node file : tree.select("spirit:registerFile", container)) {
+        Value offset = value_of(tree, file, "spirit:addressOffset");
+        Value range = value_of(tree, file, "spirit:range");
+        if (known(offset) && known(range) && range.value.sign() > 0)
+            items.push_back({file, "register file", name_of(tree, file), offset.value, range.value});
+    }
+    return items;
+}
+
+const char kContainers[] = "//spirit:addressBlock|//spirit:registerFile";
+const char kRegisters[] = "//spirit:register|//spirit:alternateRegister";
+
+KindSet memory_kinds()
+{
+    return kind_bit(DocumentKind::component);
+}
+
+class BlockOverlap : public Rule {
+public:
+    const char* id() const override { return "memory.block-overlap"; }
+    const char* description() const override { return "the address blocks of a memory map do not overlap"; }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        // A remap holds the blocks seen in its state instead of the map's own, so each is a layout
+        // of its own; blocks of a bank are placed by the bank and have no base address.
+        for (Node map : tree.select("//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap")) {
+            std::vector<Item> blocks;
+            for (Node block : tree.select("spirit:addressBlock", map)) {
+                Value base = value_of(tree, block, "spirit:baseAddress");
+                Value range = value_of(tree, block, "spirit:range");
+                if (known(base) && known(range) && range.value.sign() > 0)
+                    blocks.push_back({block, "address block", name_of(tree, block), base.value, range.value});
+            }
+            report_overlaps(context, blocks);
+        }
+    }
+};
+
+class RegisterOverlap : public Rule {
+public:
+    const char* id() const override { return "memory.register-overlap"; }
+    const char* description() const override
+    {
+        return "the registers and register files of an address block (or register file) do not overlap";
+    }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node container : tree.select(kContainers))
+            report_overlaps(context, registers_of(tree, container));
+    }
+};
+
+class RegisterOutside : public Rule {
+public:
+    const char* id() const override { return "memory.register-outside"; }
+    const char* description() const override
+    {
+        return "a register (or register file) lies inside the range of its address block (or register file)";
+    }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node container : tree.select(kContainers)) {
+            Value range = value_of(tree, container, "spirit:range");
+            if (!known(range))
+                continue;
+            for (const Item& item : registers_of(tree, container))
+                if (ScaledValue::compare(item.first + item.size, range.value) > 0)
+                    context.report(Severity::error, RulesTree::path(item.node),
+                                   item.kind + " '" + item.name + "' " + span(item.first, item.size) +
+                                       " goes past the end of its range of " + range.value.to_hex() + " address units");
+        }
+    }
+};
+
+// The fields of a register with their bit offset and width.
+std::vector<Item> fields_of(const RulesTree& tree, Node reg)
+{
+    std::vector<Item> items;
+    for (Node field : tree.select("spirit:field", reg)) {
+        Value offset = value_of(tree, field, "spirit:bitOffset");
+        Value width = value_of(tree, field, "spirit:bitWidth");
+        if (known(offset) && known(width) && width.value.sign() > 0)
+            items.push_back({field, "field", name_of(tree, field), offset.value, width.value, true});
+    }
+    return items;
+}
+
+class FieldOverlap : public Rule {
+public:
+    const char* id() const override { return "memory.field-overlap"; }
+    const char* description() const override { return "the fields of a register do not overlap"; }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node reg : tree.select(kRegisters)) {
+            report_overlaps(context, fields_of(tree, reg));
+        }
+    }
+};
+
+class FieldOutside : public Rule {
+public:
+    const char* id() const override { return "memory.field-outside"; }
+    const char* description() const override { return "a field lies inside the size of its register"; }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node reg : tree.select(kRegisters)) {
+            Value size = value_of(tree, reg, "spirit:size");
+            if (!known(size))
+                continue;
+            for (const Item& field : fields_of(tree, reg))
+                if (ScaledValue::compare(field.first + field.size, size.value) > 0)
+                    context.report(Severity::error, RulesTree::path(field.node),
+                                   "field '" + field.name + "' bits " + span(field.first, field.size, true) +
+                                       " go past the register's size of " + size.value.to_string() + " bits");
+        }
+    }
+};
+
+// Whether a value fits in `bits` bits: 0 <= v < 2^bits, or, for a negative value, as two's complement.
+bool fits(const ScaledValue& value, const ScaledValue& bits)
+{
+    unsigned long n = bits.to_ulong(0);
+    if (n == 0)
+        return true;  // a width too large to matter holds anything
+    if (value.sign() >= 0)
+        return ScaledValue::compare(value, ScaledValue::power_of_two(n)) < 0;
+    return ScaledValue::compare(value, ScaledValue(0) - ScaledValue::power_of_two(n - 1)) >= 0;
+}
+
+class ResetWidth : public Rule {
+public:
+    const char* id() const override { return "memory.reset-width"; }
+    const char* description() const override { return "a register's reset value and mask fit in its size"; }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node reg : tree.select(kRegisters)) {
+            Value size = value_of(tree, reg, "spirit:size");
+            if (!known(size) || size.value.sign() <= 0)
+                continue;
+            for (const char* part : {"spirit:reset/spirit:value", "spirit:reset/spirit:mask"}) {
+                Value v = value_of(tree, reg, part);
+                if (known(v) && !fits(v.value, size.value))
+                    context.report(Severity::error, RulesTree::path(v.node),
+                                   std::string("reset ") + (part[13] == 'v' ? "value " : "mask ") + v.text + " needs " +
+                                       std::to_string(v.value.bit_length()) + " bits; the register has " +
+                                       size.value.to_string());
+            }
+        }
+    }
+};
+
+class EnumeratedValueWidth : public Rule {
+public:
+    const char* id() const override { return "memory.enum-width"; }
+    const char* description() const override { return "a field's enumerated values fit in its bit width"; }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (Node field : tree.select("//spirit:field")) {
+            Value width = value_of(tree, field, "spirit:bitWidth");
+            if (!known(width) || width.value.sign() <= 0)
+                continue;
+            for (Node item : tree.select("spirit:enumeratedValues/spirit:enumeratedValue", field)) {
+                Value v = value_of(tree, item, "spirit:value");
+                if (known(v) && !fits(v.value, width.value))
+                    context.report(Severity::error, RulesTree::path(v.node),
+                                   "enumerated value '" + name_of(tree, item) + "' = " + v.text +
+                                       " does not fit in the field's " + width.value.to_string() + " bits");
+            }
+        }
+    }
+};
+
+// Each sized element: where it stands (XPath of its parent) and its size child.
+struct SizedElement {
+    const char* parents;
+    const char* child;
+    const char* what;
+};
+
+const SizedElement kSized[] = {
+    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", "spirit:range", "range"},
+    {"//spirit:addressBlock|//spirit:addressSpace", "spirit:width", "width"},
+    {"//spirit:register|//spirit:alternateRegister", "spirit:size", "size"},
+    {"//spirit:field", "spirit:bitWidth", "bit width"},
+};
+
+class PositiveSize : public Rule {
+public:
+    const char* id() const override { return "memory.positive"; }
+    const char* description() const override
+    {
+        return "ranges, widths and sizes of blocks, address spaces, register files, registers and fields are positive";
+    }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (const SizedElement& sized : kSized)
+            for (Node parent : tree.select(sized.parents)) {
+                Value v = value_of(tree, parent, sized.child);
+                if (known(v) && v.value.sign() <= 0)
+                    context.report(Severity::error, RulesTree::path(v.node),
+                                   std::string(sized.what) + " is " + v.text + "; it must be positive");
+            }
+    }
+};
+
+// Every value the layout rules read, by parent and child step.
+const SizedElement kLayoutValues[] = {
+    {"//spirit:memoryMap|//spirit:addressSpace", "spirit:addressUnitBits", "address unit bits"},
+    {"//spirit:addressBlock", "spirit:baseAddress", "base address"},
+    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", "spirit:range", "range"},
+    {"//spirit:addressBlock|//spirit:addressSpace", "spirit:width", "width"},
+    {"//spirit:register|//spirit:registerFile", "spirit:addressOffset", "address offset"},
+    {"//spirit:register|//spirit:alternateRegister", "spirit:size", "size"},
+    {"//spirit:register|//spirit:alternateRegister", "spirit:reset/spirit:value", "reset value"},
+    {"//spirit:register|//spirit:alternateRegister", "spirit:reset/spirit:mask", "reset mask"},
+    {"//spirit:field", "spirit:bitOffset", "bit offset"},
+    {"//spirit:field", "spirit:bitWidth", "bit width"},
+    {"//spirit:enumeratedValue", "spirit:value", "enumerated value"},
+};
+
+class NotCheckable : public Rule {
+public:
+    const char* id() const override { return "memory.not-checkable"; }
+    const char* description() const override
+    {
+        return "names each memory layout value that the memory rules cannot know without evaluating it "
+               "(an expression, a value the user or a generator decides), which they leave out (a note)";
+    }
+    KindSet kinds() const override { return memory_kinds(); }
+    void check(RuleContext& context) const override
+    {
+        RulesTree tree(context.document());
+        for (const SizedElement& layout : kLayoutValues)
+            for (Node parent : tree.select(layout.parents)) {
+                Value v = value_of(tree, parent, layout.child);
+                if (v.node && !v.why.empty())
+                    context.report(Severity::note, RulesTree::path(v.node),
+                                   std::string("not checkable: ") + layout.what + " '" + v.text + "' (" + v.why + ")");
+            }
+    }
+};
+
+}  // namespace
+
+IPXACT_CATALOG_RULE(BlockOverlap);
+IPXACT_CATALOG_RULE(RegisterOverlap);
+IPXACT_CATALOG_RULE(RegisterOutside);
+IPXACT_CATALOG_RULE(FieldOverlap);
+IPXACT_CATALOG_RULE(FieldOutside);
+IPXACT_CATALOG_RULE(ResetWidth);
+IPXACT_CATALOG_RULE(EnumeratedValueWidth);
+IPXACT_CATALOG_RULE(PositiveSize);
+IPXACT_CATALOG_RULE(NotCheckable);
+
+}  // namespace catalog
+}  // namespace ipxact

@@ -51,7 +51,7 @@ Value value_of(const RulesTree& tree, Node parent, const char* child)
         return v;
     v.value = ScaledValue::parse(v.text);
     if (!v.value.checkable())
-        v.why = "not a number";
+        v.why = "not a decimal or prefixed hexadecimal number";
     return v;
 }
 

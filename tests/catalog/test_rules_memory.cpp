@@ -1,0 +1,208 @@
+// Memory layout rules over small components, and the exact scaled values they compare.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <ipxact/catalog/scaled_value.h>
+
+#include "rules_test_support.h"
+
+using namespace ipxact::catalog;
+using rules_test::component;
+using rules_test::run_rule;
+
+namespace {
+
+std::string field(const std::string& name, const std::string& offset, const std::string& width,
+                  const std::string& inner = "")
+{
+    return "<spirit:field><spirit:name>" + name + "</spirit:name><spirit:bitOffset>" + offset +
+           "</spirit:bitOffset><spirit:bitWidth>" + width + "</spirit:bitWidth>" + inner + "</spirit:field>\n";
+}
+
+std::string enumerated(const std::string& name, const std::string& value)
+{
+    return "<spirit:enumeratedValues><spirit:enumeratedValue><spirit:name>" + name +
+           "</spirit:name><spirit:value>" + value + "</spirit:value></spirit:enumeratedValue></spirit:enumeratedValues>";
+}
+
+std::string reg(const std::string& name, const std::string& offset, const std::string& size,
+                const std::string& fields = "", const std::string& reset = "")
+{
+    return "<spirit:register><spirit:name>" + name + "</spirit:name><spirit:addressOffset>" + offset +
+           "</spirit:addressOffset><spirit:size>" + size + "</spirit:size>" +
+           (reset.empty() ? "" : "<spirit:reset><spirit:value>" + reset + "</spirit:value></spirit:reset>") + fields +
+           "</spirit:register>\n";
+}
+
+std::string block(const std::string& name, const std::string& base, const std::string& range,
+                  const std::string& registers = "", const std::string& width = "32")
+{
+    return "<spirit:addressBlock><spirit:name>" + name + "</spirit:name><spirit:baseAddress>" + base +
+           "</spirit:baseAddress><spirit:range>" + range + "</spirit:range><spirit:width>" + width +
+           "</spirit:width>" + registers + "</spirit:addressBlock>\n";
+}
+
+std::string map(const std::string& blocks, const std::string& unit_bits = "")
+{
+    return component("<spirit:memoryMaps><spirit:memoryMap><spirit:name>regs</spirit:name>\n" + blocks +
+                     (unit_bits.empty() ? "" : "<spirit:addressUnitBits>" + unit_bits + "</spirit:addressUnitBits>") +
+                     "</spirit:memoryMap></spirit:memoryMaps>\n");
+}
+
+struct LayoutCase {
+    const char* title;
+    const char* rule;
+    std::string breaks;
+    std::string keeps;
+    const char* path;  // where the finding on `breaks` stands
+};
+
+std::vector<LayoutCase> layout_cases()
+{
+    return {
+        {"blocks overlapping by one address unit", "memory.block-overlap",
+         map(block("a", "0x0", "0x100") + block("b", "0xFF", "0x100")),
+         map(block("a", "0x0", "0x100") + block("b", "0x100", "0x100")), "component/memoryMaps/memoryMap/addressBlock[2]"},
+        {"blocks written in different scaled forms", "memory.block-overlap",
+         map(block("a", "#1000", "4k") + block("b", "8K", "0x10") + block("c", "4096", "1")),
+         map(block("a", "#1000", "4k") + block("b", "8K", "0x10")), "component/memoryMaps/memoryMap/addressBlock[3]"},
+        {"blocks beyond 64 bits", "memory.block-overlap",
+         map(block("a", "0x10000000000000000", "16") + block("b", "0x1000000000000000F", "1")),
+         map(block("a", "0x10000000000000000", "16") + block("b", "0x10", "1")),
+         "component/memoryMaps/memoryMap/addressBlock[2]"},
+        {"registers overlapping", "memory.register-overlap",
+         map(block("a", "0", "16", reg("r0", "0x0", "32") + reg("r1", "0x2", "16"))),
+         map(block("a", "0", "16", reg("r0", "0x0", "32") + reg("r1", "0x4", "16"))),
+         "component/memoryMaps/memoryMap/addressBlock/register[2]"},
+        {"register size counted in units of 16 bits", "memory.register-overlap",
+         map(block("a", "0", "16", reg("r0", "0x0", "48") + reg("r1", "0x2", "16")), "16"),
+         map(block("a", "0", "16", reg("r0", "0x0", "32") + reg("r1", "0x2", "16")), "16"),
+         "component/memoryMaps/memoryMap/addressBlock/register[2]"},
+        {"register past the end of its block", "memory.register-outside",
+         map(block("a", "0", "8", reg("r0", "0x6", "32"))), map(block("a", "0", "8", reg("r0", "0x4", "32"))),
+         "component/memoryMaps/memoryMap/addressBlock/register"},
+        {"fields overlapping", "memory.field-overlap",
+         map(block("a", "0", "4", reg("r", "0", "32", field("f0", "0", "4") + field("f1", "3", "2")))),
+         map(block("a", "0", "4", reg("r", "0", "32", field("f0", "0", "4") + field("f1", "4", "2")))),
+         "component/memoryMaps/memoryMap/addressBlock/register/field[2]"},
+        {"field past its register's size", "memory.field-outside",
+         map(block("a", "0", "4", reg("r", "0", "8", field("f", "4", "5")))),
+         map(block("a", "0", "4", reg("r", "0", "8", field("f", "4", "4")))),
+         "component/memoryMaps/memoryMap/addressBlock/register/field"},
+        {"reset value wider than its register", "memory.reset-width",
+         map(block("a", "0", "4", reg("r", "0", "8", "", "0x100"))),
+         map(block("a", "0", "4", reg("r", "0", "8", "", "0xFF"))),
+         "component/memoryMaps/memoryMap/addressBlock/register/reset/value"},
+        {"enumerated value wider than its field", "memory.enum-width",
+         map(block("a", "0", "4", reg("r", "0", "8", field("f", "0", "2", enumerated("big", "4"))))),
+         map(block("a", "0", "4", reg("r", "0", "8", field("f", "0", "2", enumerated("top", "3"))))),
+         "component/memoryMaps/memoryMap/addressBlock/register/field/enumeratedValues/enumeratedValue/value"},
+        {"block of width zero", "memory.positive", map(block("a", "0", "4", "", "0")), map(block("a", "0", "4", "", "1")),
+         "component/memoryMaps/memoryMap/addressBlock/width"},
+        {"offset in hexadecimal digits without a prefix", "memory.not-checkable",
+         map(block("a", "0", "4", reg("r", "1A", "8"))), map(block("a", "0", "4", reg("r", "4", "8"))),
+         "component/memoryMaps/memoryMap/addressBlock/register/addressOffset"},
+    };
+}
+
+}  // namespace
+
+// ---- the layout rules: one document that breaks each, one that keeps it ----
+
+TEST(MemoryRules, EachRuleReportsTheDocumentThatBreaksItAtTheElementAndNotTheOneThatKeepsIt)
+{
+    for (const LayoutCase& c : layout_cases()) {
+        SCOPED_TRACE(c.title);
+        std::vector<Finding> broken = run_rule(c.rule, c.breaks);
+        ASSERT_EQ(broken.size(), 1u);
+        EXPECT_EQ(broken[0].path, c.path);
+        EXPECT_GT(broken[0].line, 2);
+        EXPECT_EQ(broken[0].severity,
+                  std::string(c.rule) == "memory.not-checkable" ? Severity::note : Severity::error);
+        EXPECT_TRUE(run_rule(c.rule, c.keeps).empty());
+    }
+}
+
+TEST(MemoryRules, OverlapMessagesNameBothElementsAndTheirExactSpans)
+{
+    std::vector<Finding> found =
+        run_rule("memory.block-overlap", map(block("low", "0x0", "0x100") + block("high", "0xFF", "0x100")));
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_NE(found[0].message.find("'high' [0xff, 0x1fe]"), std::string::npos) << found[0].message;
+    EXPECT_NE(found[0].message.find("'low' [0x0, 0xff]"), std::string::npos) << found[0].message;
+}
+
+TEST(MemoryRules, RemapsAreLaidOutApartFromTheirMap)
+{
+    // A remap's block replaces the map's in its state, so sharing addresses with it is the point.
+    std::string remap = component(
+        "<spirit:remapStates><spirit:remapState><spirit:name>boot</spirit:name></spirit:remapState></spirit:remapStates>\n"
+        "<spirit:memoryMaps><spirit:memoryMap><spirit:name>regs</spirit:name>\n" +
+        block("a", "0", "16") +
+        "<spirit:memoryRemap spirit:state=\"boot\"><spirit:name>alt</spirit:name>" + block("b", "0", "16") +
+        "</spirit:memoryRemap></spirit:memoryMap></spirit:memoryMaps>\n");
+    EXPECT_TRUE(run_rule("memory.block-overlap", remap).empty());
+}
+
+TEST(MemoryRules, ValuesDecidedByTheUserAreNotCheckedButNamed)
+{
+    std::string user = map(block("a", "0", "4", reg("r0", "0", "32") +
+                                                 "<spirit:register><spirit:name>r1</spirit:name><spirit:addressOffset>0"
+                                                 "</spirit:addressOffset><spirit:size spirit:resolve=\"user\" "
+                                                 "spirit:id=\"r1_size\">32</spirit:size></spirit:register>\n"));
+    EXPECT_TRUE(run_rule("memory.register-overlap", user).empty());
+    std::vector<Finding> notes = run_rule("memory.not-checkable", user);
+    ASSERT_EQ(notes.size(), 1u);
+    EXPECT_EQ(notes[0].path, "component/memoryMaps/memoryMap/addressBlock/register[2]/size");
+    EXPECT_NE(notes[0].message.find("spirit:resolve=\"user\""), std::string::npos) << notes[0].message;
+}
+
+// ---- scaled values ----
+
+TEST(ScaledValues, ReadsEveryScaledFormExactly)
+{
+    struct Form {
+        const char* text;
+        const char* decimal;
+    };
+    const Form forms[] = {
+        {"0", "0"},           {"+7", "7"},        {"-3", "-3"},         {"0x1F", "31"},
+        {"0XfF", "255"},      {"#10", "16"},      {"4k", "4096"},       {"2K", "2048"},
+        {"1m", "1048576"},    {"3M", "3145728"},  {"1g", "1073741824"}, {"1T", "1099511627776"},
+        {"0x10k", "16384"},   {" 12 ", "12"},     {"-#2M", "-2097152"},
+        {"0xFFFFFFFFFFFFFFFFFFFF", "1208925819614629174706175"},
+    };
+    for (const Form& form : forms) {
+        ScaledValue value = ScaledValue::parse(form.text);
+        EXPECT_TRUE(value.checkable()) << form.text;
+        EXPECT_EQ(value.to_string(), form.decimal) << form.text;
+    }
+}
+
+TEST(ScaledValues, TextsNotInTheScaledFormAreNotCheckable)
+{
+    for (const char* text : {"", "k", "0x", "#", "ABC", "1e", "WIDTH*2", "1.5", "--1", "4kk", "0x1G0", "8 k"}) {
+        ScaledValue value = ScaledValue::parse(text);
+        EXPECT_FALSE(value.checkable()) << text;
+        EXPECT_EQ(value.to_string(), "?");
+        EXPECT_FALSE((value + ScaledValue(1)).checkable()) << text;
+    }
+}
+
+TEST(ScaledValues, ArithmeticAndComparisonStayExactPastSixtyFourBits)
+{
+    ScaledValue big = ScaledValue::parse("0x10000000000000000");
+    EXPECT_EQ((big - ScaledValue(1)).to_hex(), "0xffffffffffffffff");
+    EXPECT_LT(ScaledValue::compare(big - ScaledValue(1), big), 0);
+    EXPECT_EQ(ScaledValue::compare(ScaledValue::power_of_two(64), big), 0);
+    EXPECT_EQ(big.bit_length(), 65u);
+    EXPECT_EQ(big.to_ulong(7), 7u);
+    EXPECT_EQ(ScaledValue::ceil_div(ScaledValue(33), ScaledValue(8)).to_string(), "5");
+    EXPECT_EQ(ScaledValue::ceil_div(ScaledValue(32), ScaledValue(8)).to_string(), "4");
+    EXPECT_FALSE(ScaledValue::ceil_div(ScaledValue(32), ScaledValue(0)).checkable());
+    EXPECT_EQ((ScaledValue::parse("2k") * ScaledValue::parse("#2")).to_string(), "4096");
+    EXPECT_EQ(ScaledValue(-5).sign(), -1);
+    EXPECT_EQ(ScaledValue(-5).to_hex(), "-0x5");
+}

@@ -1,6 +1,7 @@
 // Rules about designs: instances whose components are loaded, and connections, hierarchical
 // connections and configured values that name what those components (and the component the design
-// implements) really have.
+// implements) really have. Names of instances inside the design are schema.keyref's to check; these
+// rules look across to the components.
 #include <map>
 #include <set>
 
@@ -11,6 +12,7 @@
 #include <ipxact/spirit/HIPGSTop.h>
 
 #include "rules_support.h"
+#include "rules_tree.h"
 
 namespace ipxact {
 namespace catalog {
@@ -107,7 +109,8 @@ std::vector<const Document*> top_components(const RuleContext& context)
     return tops;
 }
 
-// Calls f(interface, path) for every reference to an instance's bus interface in the design.
+// Calls f(interface, path, monitor) for every reference to an instance's bus interface in the
+// design; `monitor` is true for the ends of monitor interconnections.
 template <class F>
 void each_interface_reference(const HIPGSDesign& design, F&& f)
 {
@@ -117,15 +120,15 @@ void each_interface_reference(const HIPGSDesign& design, F&& f)
             const HIPGSInterconnection& connection = all.getInterconnection(k);
             std::string parent = child_path("design/interconnections", "interconnection", k);
             for (size_t m = 0; m < connection.sizeActiveInterface(); ++m)
-                f(connection.getActiveInterface(m), child_path(parent, "activeInterface", m));
+                f(connection.getActiveInterface(m), child_path(parent, "activeInterface", m), false);
         }
         for (size_t k = 0; k < all.sizeMonitorInterconnection(); ++k) {
             const HIPGSMonitorInterconnection& connection = all.getMonitorInterconnection(k);
             std::string parent = child_path("design/interconnections", "monitorInterconnection", k);
             if (connection.isSetMonitoredActiveInterface())
-                f(connection.getMonitoredActiveInterface(), parent + "/monitoredActiveInterface");
+                f(connection.getMonitoredActiveInterface(), parent + "/monitoredActiveInterface", true);
             for (size_t m = 0; m < connection.sizeMonitorInterface(); ++m)
-                f(connection.getMonitorInterface(m), child_path(parent, "monitorInterface", m));
+                f(connection.getMonitorInterface(m), child_path(parent, "monitorInterface", m), true);
         }
     }
     if (design.isSetHierConnections()) {
@@ -133,7 +136,7 @@ void each_interface_reference(const HIPGSDesign& design, F&& f)
         for (size_t k = 0; k < all.sizeHierConnection(); ++k)
             if (all.getHierConnection(k).isSetInterface())
                 f(all.getHierConnection(k).getInterface(),
-                  child_path("design/hierConnections", "hierConnection", k) + "/interface");
+                  child_path("design/hierConnections", "hierConnection", k) + "/interface", false);
     }
 }
 
@@ -176,11 +179,13 @@ public:
         if (!design)
             return;
         std::map<std::string, Instance> instances = instances_of(context, *design);
-        each_interface_reference(*design, [&](const HIPGSInterface& reference, const std::string& path) {
+        each_interface_reference(*design, [&](const HIPGSInterface& reference, const std::string& path, bool monitor) {
             const std::string& name = reference.getComponentRefAttr();
             auto instance = instances.find(name);
             if (instance == instances.end()) {
-                context.report(Severity::error, path, "'" + name + "' is not a component instance of the design");
+                // The schema's key references cover the other ends (schema.keyref reports them).
+                if (monitor)
+                    context.report(Severity::error, path, "'" + name + "' is not a component instance of the design");
                 return;
             }
             const HIPGSComponentType* component = instance->second.component;
@@ -317,10 +322,9 @@ public:
                 const HIPGSInternalPortReference& reference = connection.getInternalPortReference(m);
                 std::string path = child_path(parent, "internalPortReference", m);
                 auto instance = instances.find(reference.getComponentRefAttr());
-                if (instance == instances.end())
-                    context.report(Severity::error, path,
-                                   "'" + reference.getComponentRefAttr() + "' is not a component instance of the design");
-                else if (instance->second.component && !has_port(*instance->second.component, reference.getPortRefAttr()))
+                // An instance name that does not exist is schema.keyref's finding.
+                if (instance != instances.end() && instance->second.component &&
+                    !has_port(*instance->second.component, reference.getPortRefAttr()))
                     context.report(Severity::error, path,
                                    "instance '" + instance->first + "' has no port '" + reference.getPortRefAttr() +
                                        "' (" + instance->second.component_id.to_string() + ")");
@@ -389,10 +393,12 @@ public:
                 continue;
             auto cached = ids_by_component.find(instance.document);
             if (cached == ids_by_component.end()) {
+                // spirit:id may stand on any configurable element, of which there are dozens of
+                // kinds; the tree finds them all at once.
                 std::set<std::string> ids;
-                for (const rules_detail::TreeElement& element : rules_detail::element_tree(*instance.document))
-                    if (const std::string* id = element.attribute("id"))
-                        ids.insert(*id);
+                RulesTree tree(*instance.document);
+                for (RulesTree::Node id : tree.select("//@spirit:id"))
+                    ids.insert(RulesTree::text(id));
                 cached = ids_by_component.emplace(instance.document, std::move(ids)).first;
             }
             const HIPGSConfigurableElementValues& values = instance.object->getConfigurableElementValues();

@@ -1,6 +1,8 @@
 // Rules about a component's bus interfaces: port maps against the abstraction definition and the
-// component's own ports, the logical ports each mode requires or forbids, and the names that
-// interfaces and channels use for memory maps, address spaces and other interfaces.
+// component's own ports, the logical ports each mode requires or forbids, and the modes of the
+// interfaces that bridges and channels name. Whether a name used inside the component exists at
+// all (a physical port, a memory map, a bridge's master) is schema.keyref's to say; these rules
+// stay quiet about names that do not exist so that one fault gives one finding.
 #include <algorithm>
 #include <map>
 #include <set>
@@ -232,31 +234,6 @@ public:
     }
 };
 
-class PhysicalPortExists : public Rule {
-public:
-    const char* id() const override { return "interface.physical-port"; }
-    const char* description() const override { return "a port map names a port of the component"; }
-    KindSet kinds() const override { return kind_bit(DocumentKind::component); }
-    void check(RuleContext& context) const override
-    {
-        const HIPGSComponentType* component = component_of(context.document());
-        if (!component)
-            return;
-        std::map<std::string, PhysicalPort> ports = physical_ports(*component);
-        each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
-            each_port_map(bus, i, [&](const HIPGSPortMap& map, const std::string& path) {
-                if (!map.isSetPhysicalPort())
-                    return;
-                const std::string& name = map.getPhysicalPort().getName();
-                if (!ports.count(name))
-                    context.report(Severity::error, path + "/physicalPort/name",
-                                   "physical port '" + name + "' of bus interface '" + rules_detail::bus_name(bus) +
-                                       "' is not a port of the component");
-            });
-        });
-    }
-};
-
 class LogicalRange : public Rule {
 public:
     const char* id() const override { return "interface.logical-range"; }
@@ -413,63 +390,6 @@ public:
     }
 };
 
-class MemoryMapRef : public Rule {
-public:
-    const char* id() const override { return "interface.memory-map-ref"; }
-    const char* description() const override { return "a slave interface's memoryMapRef names a memory map of the component"; }
-    KindSet kinds() const override { return kind_bit(DocumentKind::component); }
-    void check(RuleContext& context) const override
-    {
-        const HIPGSComponentType* component = component_of(context.document());
-        if (!component)
-            return;
-        std::set<std::string> maps;
-        if (component->isSetMemoryMaps())
-            for (size_t k = 0; k < component->getMemoryMaps().sizeMemoryMap(); ++k)
-                if (component->getMemoryMaps().getMemoryMap(k).isSetNameGroup())
-                    maps.insert(component->getMemoryMaps().getMemoryMap(k).getNameGroup().getName());
-        each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
-            if (rules_detail::mode_of(bus) != Mode::slave || !bus.getInterfaceMode().getSlave().isSetMemoryMapRef())
-                return;
-            const std::string& name = bus.getInterfaceMode().getSlave().getMemoryMapRef().getMemoryMapRefAttr();
-            if (!maps.count(name))
-                context.report(Severity::error, interface_path(i) + "/slave/memoryMapRef",
-                               "bus interface '" + rules_detail::bus_name(bus) + "' names memory map '" + name +
-                                   "', which the component does not have");
-        });
-    }
-};
-
-class AddressSpaceRef : public Rule {
-public:
-    const char* id() const override { return "interface.address-space-ref"; }
-    const char* description() const override
-    {
-        return "a master interface's addressSpaceRef names an address space of the component";
-    }
-    KindSet kinds() const override { return kind_bit(DocumentKind::component); }
-    void check(RuleContext& context) const override
-    {
-        const HIPGSComponentType* component = component_of(context.document());
-        if (!component)
-            return;
-        std::set<std::string> spaces;
-        if (component->isSetAddressSpaces())
-            for (size_t k = 0; k < component->getAddressSpaces().sizeAddressSpace(); ++k)
-                if (component->getAddressSpaces().getAddressSpace(k).isSetNameGroup())
-                    spaces.insert(component->getAddressSpaces().getAddressSpace(k).getNameGroup().getName());
-        each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
-            if (rules_detail::mode_of(bus) != Mode::master || !bus.getInterfaceMode().getMaster().isSetAddressSpaceRef())
-                return;
-            const std::string& name = bus.getInterfaceMode().getMaster().getAddressSpaceRef().getAddressSpaceRefAttr();
-            if (!spaces.count(name))
-                context.report(Severity::error, interface_path(i) + "/master/addressSpaceRef",
-                               "bus interface '" + rules_detail::bus_name(bus) + "' names address space '" + name +
-                                   "', which the component does not have");
-        });
-    }
-};
-
 // The mode of each of the component's interfaces, by name.
 std::map<std::string, Mode> interface_modes(const Document& document)
 {
@@ -485,7 +405,7 @@ public:
     const char* id() const override { return "interface.bridge"; }
     const char* description() const override
     {
-        return "a slave interface's bridge names a master bus interface of the same component";
+        return "a slave interface's bridge names a master bus interface, not one of another mode";
     }
     KindSet kinds() const override { return kind_bit(DocumentKind::component); }
     void check(RuleContext& context) const override
@@ -499,11 +419,7 @@ public:
                 const std::string& target = slave.getBridge(k).getMasterRefAttr();
                 std::string path = child_path(interface_path(i) + "/slave", "bridge", k);
                 auto found = modes.find(target);
-                if (found == modes.end())
-                    context.report(Severity::error, path,
-                                   "bridge of bus interface '" + rules_detail::bus_name(bus) + "' names '" + target +
-                                       "', which is not a bus interface of the component");
-                else if (found->second != Mode::master)
+                if (found != modes.end() && found->second != Mode::master)
                     context.report(Severity::error, path,
                                    "bridge of bus interface '" + rules_detail::bus_name(bus) + "' names '" + target +
                                        "', a " + rules_detail::mode_name(found->second) + " interface, not a master");
@@ -515,7 +431,7 @@ public:
 class ChannelInterfaces : public Rule {
 public:
     const char* id() const override { return "interface.channel"; }
-    const char* description() const override { return "a channel names mirrored bus interfaces of the component"; }
+    const char* description() const override { return "a channel names mirrored bus interfaces, not ones of other modes"; }
     KindSet kinds() const override { return kind_bit(DocumentKind::component); }
     void check(RuleContext& context) const override
     {
@@ -532,11 +448,7 @@ public:
                 const std::string& target = channel.getBusInterfaceRef(k);
                 std::string path = child_path(parent, "busInterfaceRef", k);
                 auto found = modes.find(target);
-                if (found == modes.end())
-                    context.report(Severity::error, path,
-                                   "channel '" + name + "' names '" + target +
-                                       "', which is not a bus interface of the component");
-                else if (found->second != Mode::mirrored_master && found->second != Mode::mirrored_slave &&
+                if (found != modes.end() && found->second != Mode::mirrored_master && found->second != Mode::mirrored_slave &&
                          found->second != Mode::mirrored_system)
                     context.report(Severity::error, path,
                                    "channel '" + name + "' names '" + target + "', a " +
@@ -549,13 +461,10 @@ public:
 }  // namespace
 
 IPXACT_CATALOG_RULE(LogicalPortExists);
-IPXACT_CATALOG_RULE(PhysicalPortExists);
 IPXACT_CATALOG_RULE(LogicalRange);
 IPXACT_CATALOG_RULE(PhysicalRange);
 IPXACT_CATALOG_RULE(RequiredPort);
 IPXACT_CATALOG_RULE(IllegalPort);
-IPXACT_CATALOG_RULE(MemoryMapRef);
-IPXACT_CATALOG_RULE(AddressSpaceRef);
 IPXACT_CATALOG_RULE(BridgeMaster);
 IPXACT_CATALOG_RULE(ChannelInterfaces);
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,35 @@ inline std::string component(const std::string& body)
            ">\n  <spirit:vendor>acme.example.com</spirit:vendor>\n  <spirit:library>ip</spirit:library>\n"
            "  <spirit:name>widget</spirit:name>\n  <spirit:version>1.0</spirit:version>\n" +
            body + "</spirit:component>\n";
+}
+
+// The line on which the element `path` names starts in `xml`: each step of the path is looked for
+// as the n-th start tag of its name after where the step before it was found (enough for test
+// documents, which hold nothing else of those names in between); 0 when one is missing.
+inline int line_of_path(const std::string& xml, const std::string& path)
+{
+    size_t at = 0;
+    size_t begin = 0;
+    while (begin <= path.size()) {
+        size_t end = path.find('/', begin);
+        std::string step = path.substr(begin, end == std::string::npos ? std::string::npos : end - begin);
+        begin = end == std::string::npos ? path.size() + 1 : end + 1;
+        size_t wanted = 1;
+        if (size_t bracket = step.find('['); bracket != std::string::npos) {
+            wanted = std::stoul(step.substr(bracket + 1));
+            step.resize(bracket);
+        }
+        const std::string tag = "<spirit:" + step;
+        size_t seen = 0;
+        for (at = xml.find(tag, at); at != std::string::npos; at = xml.find(tag, at + 1)) {
+            char next = xml[at + tag.size()];
+            if ((next == '>' || next == ' ' || next == '/') && ++seen == wanted)
+                break;
+        }
+        if (at == std::string::npos)
+            return 0;
+    }
+    return 1 + static_cast<int>(std::count(xml.begin(), xml.begin() + at, '\n'));
 }
 
 // The findings of rule `id` on one document, which must read cleanly (a rule never runs on a

@@ -8,23 +8,22 @@
 #include <ipxact/spirit/HIPGSAbstractorMode.h>
 #include <ipxact/spirit/HIPGSAbstractorPortWireType.h>
 #include <ipxact/spirit/HIPGSAccess.h>
-#include <ipxact/spirit/HIPGSBank.h>
-#include <ipxact/spirit/HIPGSBaseAddress2.h>
 #include <ipxact/spirit/HIPGSBitSteering.h>
 #include <ipxact/spirit/HIPGSBusInterfaceType.h>
-#include <ipxact/spirit/HIPGSEnumeratedValue.h>
+#include <ipxact/spirit/HIPGSCellClass.h>
+#include <ipxact/spirit/HIPGSCellFunction.h>
 #include <ipxact/spirit/HIPGSFieldData.h>
 #include <ipxact/spirit/HIPGSFileType.h>
+#include <ipxact/spirit/HIPGSFunction.h>
 #include <ipxact/spirit/HIPGSGeneratorType.h>
 #include <ipxact/spirit/HIPGSInitiative.h>
-#include <ipxact/spirit/HIPGSInstanceGeneratorType.h>
 #include <ipxact/spirit/HIPGSMemoryBlockData.h>
 #include <ipxact/spirit/HIPGSPortAccessType.h>
 #include <ipxact/spirit/HIPGSPortWireType.h>
 #include <ipxact/spirit/HIPGSPresence.h>
 #include <ipxact/spirit/HIPGSServiceType.h>
-#include <ipxact/spirit/HIPGSTestable.h>
-#include <ipxact/spirit/HIPGSTimingConstraint.h>
+#include <ipxact/spirit/HIPGSTransportMethods.h>
+#include <ipxact/spirit/HIPGSWhiteboxElementType.h>
 #include <ipxact/spirit/HIPGSWirePort.h>
 
 #include "rules_tree.h"
@@ -53,10 +52,10 @@ struct EnumeratedMember {
     bool (*listed)(const std::string&);
 };
 
+// The enumerated elements. Enumerated attributes (spirit:resolve, spirit:format, spirit:bankAlignment
+// and the rest) are checked while reading, and a document with an unlisted one does not read
+// cleanly; an element's text is kept whatever it is, so that nothing a tool wrote is lost.
 const EnumeratedMember kEnumeratedMembers[] = {
-    {"//@spirit:resolve", "spirit:resolve", listed<HIPGSBaseAddress2, &HIPGSBaseAddress2::setResolveAttr>},
-    {"//@spirit:format", "spirit:format", listed<HIPGSBaseAddress2, &HIPGSBaseAddress2::setFormatAttr>},
-    {"//@spirit:rangeType", "spirit:rangeType", listed<HIPGSBaseAddress2, &HIPGSBaseAddress2::setRangeTypeAttr>},
     {"/spirit:component/spirit:model/spirit:ports/spirit:port/spirit:wire/spirit:direction", "port direction",
      listed<HIPGSPortWireType, &HIPGSPortWireType::setDirection>},
     {"/spirit:abstractor/spirit:model/spirit:ports/spirit:port/spirit:wire/spirit:direction", "port direction",
@@ -74,11 +73,6 @@ const EnumeratedMember kEnumeratedMembers[] = {
     {"//spirit:field/spirit:modifiedWriteValue", "modified write value",
      listed<HIPGSFieldData, &HIPGSFieldData::setModifiedWriteValue>},
     {"//spirit:field/spirit:readAction", "read action", listed<HIPGSFieldData, &HIPGSFieldData::setReadAction>},
-    {"//spirit:field/spirit:testable/@spirit:testConstraint", "test constraint",
-     listed<HIPGSTestable, &HIPGSTestable::setTestConstraintAttr>},
-    {"//spirit:enumeratedValue/@spirit:usage", "enumerated value usage",
-     listed<HIPGSEnumeratedValue, &HIPGSEnumeratedValue::setUsageAttr>},
-    {"//spirit:bank/@spirit:bankAlignment", "bank alignment", listed<HIPGSBank, &HIPGSBank::setBankAlignmentAttr>},
     {"//spirit:busInterface/spirit:endianness", "endianness",
      listed<HIPGSBusInterfaceType, &HIPGSBusInterfaceType::setEndianness>},
     {"//spirit:busInterface/spirit:bitSteering", "bit steering", listed<HIPGSBitSteering, &HIPGSBitSteering::setBitSteering>},
@@ -87,14 +81,16 @@ const EnumeratedMember kEnumeratedMembers[] = {
     {"//spirit:fileType", "file type", listed<HIPGSFileType, &HIPGSFileType::setFileType>},
     {"//spirit:componentGenerator/spirit:apiType|//spirit:abstractorGenerator/spirit:apiType|//spirit:generator/spirit:apiType",
      "generator API type", listed<HIPGSGeneratorType, &HIPGSGeneratorType::setApiType>},
-    {"//spirit:componentGenerator/@spirit:scope|//spirit:abstractorGenerator/@spirit:scope", "generator scope",
-     listed<HIPGSInstanceGeneratorType, &HIPGSInstanceGeneratorType::setScopeAttr>},
+    {"//spirit:cellSpecification/spirit:cellFunction", "cell function",
+     listed<HIPGSCellFunction, &HIPGSCellFunction::setCellFunction>},
+    {"//spirit:cellSpecification/spirit:cellClass", "cell class", listed<HIPGSCellClass, &HIPGSCellClass::setCellClass>},
+    {"/spirit:component/spirit:whiteboxElements/spirit:whiteboxElement/spirit:whiteboxType", "whitebox type",
+     listed<HIPGSWhiteboxElementType, &HIPGSWhiteboxElementType::setWhiteboxType>},
+    {"//spirit:function/spirit:returnType", "function return type", listed<HIPGSFunction, &HIPGSFunction::setReturnType>},
+    {"//spirit:transportMethods/spirit:transportMethod", "transport method",
+     listed<HIPGSTransportMethods, &HIPGSTransportMethods::setTransportMethod>},
     {"/spirit:abstractor/spirit:abstractorMode", "abstractor mode",
      listed<HIPGSAbstractorMode, &HIPGSAbstractorMode::setAbstractorMode>},
-    {"//spirit:timingConstraint/@spirit:clockEdge", "clock edge",
-     listed<HIPGSTimingConstraint, &HIPGSTimingConstraint::setClockEdgeAttr>},
-    {"//spirit:timingConstraint/@spirit:delayType", "delay type",
-     listed<HIPGSTimingConstraint, &HIPGSTimingConstraint::setDelayTypeAttr>},
 };
 
 class UnlistedValue : public Rule {

@@ -1,0 +1,156 @@
+// Enumerated values the standard does not list, and references by name inside one document.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "rules_test_support.h"
+
+using namespace ipxact::catalog;
+using rules_test::component;
+using rules_test::run_rule;
+
+namespace {
+
+std::string port_with_direction(const std::string& direction)
+{
+    return component("<spirit:model><spirit:ports><spirit:port><spirit:name>d</spirit:name><spirit:wire>"
+                     "<spirit:direction>" + direction +
+                     "</spirit:direction></spirit:wire></spirit:port></spirit:ports></spirit:model>\n");
+}
+
+std::string abstraction_with_presence(const std::string& presence)
+{
+    return std::string("<?xml version=\"1.0\"?>\n<spirit:abstractionDefinition ") + rules_test::spirit_ns() +
+           ">\n<spirit:vendor>acme.example.com</spirit:vendor><spirit:library>buses</spirit:library>"
+           "<spirit:name>apb_rtl</spirit:name><spirit:version>1.0</spirit:version>\n"
+           "<spirit:busType spirit:vendor=\"acme.example.com\" spirit:library=\"buses\" spirit:name=\"apb\" "
+           "spirit:version=\"1.0\"/>\n<spirit:ports>\n<spirit:port><spirit:logicalName>PSEL</spirit:logicalName>"
+           "<spirit:wire><spirit:onMaster>\n<spirit:presence>" + presence +
+           "</spirit:presence><spirit:direction>out</spirit:direction></spirit:onMaster></spirit:wire></spirit:port>\n"
+           "</spirit:ports>\n</spirit:abstractionDefinition>\n";
+}
+
+std::string interface_endianness(const std::string& endianness)
+{
+    return component("<spirit:busInterfaces><spirit:busInterface><spirit:name>s</spirit:name>"
+                     "<spirit:busType spirit:vendor=\"acme.example.com\" spirit:library=\"buses\" spirit:name=\"apb\" "
+                     "spirit:version=\"1.0\"/><spirit:slave/>\n<spirit:endianness>" + endianness +
+                     "</spirit:endianness></spirit:busInterface></spirit:busInterfaces>\n");
+}
+
+std::string register_access(const std::string& access)
+{
+    return component("<spirit:memoryMaps><spirit:memoryMap><spirit:name>m</spirit:name><spirit:addressBlock>"
+                     "<spirit:name>b</spirit:name><spirit:baseAddress>0</spirit:baseAddress><spirit:range>4</spirit:range>"
+                     "<spirit:width>32</spirit:width>\n<spirit:register><spirit:name>r</spirit:name><spirit:addressOffset>0"
+                     "</spirit:addressOffset><spirit:size>32</spirit:size>\n<spirit:access>" + access +
+                     "</spirit:access></spirit:register></spirit:addressBlock></spirit:memoryMap></spirit:memoryMaps>\n");
+}
+
+struct ValueCase {
+    const char* title;
+    std::string breaks;
+    std::string keeps;
+    const char* path;
+    const char* text;  // the unlisted value, which the message quotes
+};
+
+std::vector<ValueCase> unlisted_cases()
+{
+    return {
+        {"port direction", port_with_direction("sideways"), port_with_direction("inout"),
+         "component/model/ports/port/wire/direction", "sideways"},
+        {"presence", abstraction_with_presence("sometimes"), abstraction_with_presence("optional"),
+         "abstractionDefinition/ports/port/wire/onMaster/presence", "sometimes"},
+        {"bus interface endianness", interface_endianness("middle"), interface_endianness("little"),
+         "component/busInterfaces/busInterface/endianness", "middle"},
+        {"register access", register_access("read-mostly"), register_access("read-writeOnce"),
+         "component/memoryMaps/memoryMap/addressBlock/register/access", "read-mostly"},
+    };
+}
+
+std::string bus_interface(const std::string& name, const std::string& mode)
+{
+    return "<spirit:busInterface><spirit:name>" + name +
+           "</spirit:name><spirit:busType spirit:vendor=\"acme.example.com\" spirit:library=\"buses\" "
+           "spirit:name=\"apb\" spirit:version=\"1.0\"/>" + mode + "</spirit:busInterface>\n";
+}
+
+std::string slave_of_map(const std::string& ref)
+{
+    return component("<spirit:busInterfaces>" +
+                     bus_interface("s", "<spirit:slave><spirit:memoryMapRef spirit:memoryMapRef=\"" + ref +
+                                            "\"/></spirit:slave>") +
+                     "</spirit:busInterfaces>\n<spirit:memoryMaps><spirit:memoryMap><spirit:name>regs</spirit:name>"
+                     "<spirit:addressBlock><spirit:name>b</spirit:name><spirit:baseAddress>0</spirit:baseAddress>"
+                     "<spirit:range>4</spirit:range><spirit:width>32</spirit:width></spirit:addressBlock>"
+                     "</spirit:memoryMap></spirit:memoryMaps>\n");
+}
+
+std::string bridge_to(const std::string& master)
+{
+    return component("<spirit:busInterfaces>" + bus_interface("m", "<spirit:master/>") +
+                     bus_interface("s", "<spirit:slave><spirit:bridge spirit:masterRef=\"" + master +
+                                            "\" spirit:opaque=\"false\"/></spirit:slave>") +
+                     "</spirit:busInterfaces>\n");
+}
+
+std::string view_using(const std::string& file_set)
+{
+    return component("<spirit:model><spirit:views><spirit:view><spirit:name>rtl</spirit:name>"
+                     "<spirit:envIdentifier>verilog:acme:</spirit:envIdentifier>\n<spirit:fileSetRef><spirit:localName>" +
+                     file_set +
+                     "</spirit:localName></spirit:fileSetRef></spirit:view></spirit:views></spirit:model>\n"
+                     "<spirit:fileSets><spirit:fileSet><spirit:name>src</spirit:name></spirit:fileSet></spirit:fileSets>\n");
+}
+
+std::vector<ValueCase> reference_cases()
+{
+    return {
+        {"memory map of a slave", slave_of_map("registers"), slave_of_map("regs"),
+         "component/busInterfaces/busInterface/slave/memoryMapRef", "registers"},
+        {"master of a bridge", bridge_to("n"), bridge_to("m"), "component/busInterfaces/busInterface[2]/slave/bridge",
+         "n"},
+        {"file set of a view", view_using("sources"), view_using("src"),
+         "component/model/views/view/fileSetRef", "sources"},
+    };
+}
+
+void expect_table(const char* rule, const std::vector<ValueCase>& cases)
+{
+    for (const ValueCase& c : cases) {
+        SCOPED_TRACE(c.title);
+        std::vector<Finding> found = run_rule(rule, c.breaks);
+        ASSERT_EQ(found.size(), 1u);
+        EXPECT_EQ(found[0].path, c.path);
+        EXPECT_EQ(found[0].line, rules_test::line_of_path(c.breaks, c.path));
+        EXPECT_EQ(found[0].severity, Severity::error);
+        EXPECT_NE(found[0].message.find(std::string("'") + c.text + "'"), std::string::npos) << found[0].message;
+        EXPECT_TRUE(run_rule(rule, c.keeps).empty());
+    }
+}
+
+}  // namespace
+
+TEST(UnlistedValues, AValueTheStandardDoesNotListIsReportedAndAListedOneIsNot)
+{
+    expect_table("values.unlisted", unlisted_cases());
+}
+
+TEST(UnlistedValues, ACheckOfAllRulesNoLongerCallsASidewaysPortClean)
+{
+    Catalog catalog;
+    const Document& document = catalog.add_text("sideways.xml", port_with_direction("sideways"));
+    ASSERT_TRUE(document.read_cleanly());
+    std::vector<Finding> all = catalog.check(document);
+    bool reported = false;
+    for (const Finding& f : all)
+        reported = reported || (f.rule == "values.unlisted" && f.severity == Severity::error);
+    EXPECT_TRUE(reported);
+}
+
+TEST(NameReferences, AReferenceToANameTheDocumentLacksIsReportedAndOneItHasIsNot)
+{
+    expect_table("schema.keyref", reference_cases());
+}

@@ -2,7 +2,7 @@
 
 namespace lmx60 {
 
-s_debug_error debug_error;
+thread_local s_debug_error debug_error;
 
 const char* get_error_description(elmx_error code)
 {

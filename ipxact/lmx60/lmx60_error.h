@@ -58,8 +58,10 @@ struct s_debug_error {
     std::string to_string() const;
 };
 
-// Writer-side faults fall back to this record when no writer record is at hand.
-extern s_debug_error debug_error;
+// The record of the last fault met by a reader without a handler of its own (and writer-side faults
+// with no writer record at hand). One per thread, so that documents read in parallel do not write
+// each other's record.
+extern thread_local s_debug_error debug_error;
 
 class lmx_exception : public std::exception {
 public:

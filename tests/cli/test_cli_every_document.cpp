@@ -1,6 +1,7 @@
 // Every command over every document we can lay hands on: the real corpus, and random schema-valid
 // documents of every global element of both schemas. A command may report faults, never abort; on a
-// document the schema accepts, info, check and format all succeed.
+// document the schema accepts, info and format succeed and check finds no fault in reading it (the
+// semantic rules may still find errors a random document makes: a register outside its block).
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -22,17 +23,27 @@ constexpr int kFailuresShown = 10;
 struct outcome {
     bool exited;  // false when the process ended by a signal (an abort, a crash)
     int status;
+    std::string out;
     std::string err;
 };
 
 outcome run_command(const std::string& arguments, const std::string& scratch)
 {
+    std::string out = scratch + "/stdout";
     std::string err = scratch + "/stderr";
-    std::string command = roundtrip::quoted(IPXACT_CLI) + " " + arguments + " >/dev/null 2>" + roundtrip::quoted(err) +
-                          " </dev/null";
+    std::string command = roundtrip::quoted(IPXACT_CLI) + " " + arguments + " >" + roundtrip::quoted(out) + " 2>" +
+                          roundtrip::quoted(err) + " </dev/null";
     int raw = std::system(command.c_str());
     return {WIFEXITED(raw) && WEXITSTATUS(raw) < 128, WIFEXITED(raw) ? WEXITSTATUS(raw) : -1,
-            corpus::read_file(err)};
+            corpus::read_file(out), corpus::read_file(err)};
+}
+
+// check exits 1 on semantic errors too; what must not happen on a valid document is a fault in reading it.
+bool succeeded(const std::string& arguments, const outcome& o)
+{
+    if (o.status == 0)
+        return true;
+    return arguments.rfind("check ", 0) == 0 && o.status == 1 && o.out.find(", 0 with faults") != std::string::npos;
 }
 
 class every_command {
@@ -48,8 +59,8 @@ public:
             outcome o = run_command(arguments, m_scratch);
             if (!o.exited)
                 fail("ipxact " + arguments + " did not exit (status " + std::to_string(o.status) + ")", o.err);
-            else if (valid && o.status != 0)
-                fail("ipxact " + arguments + " failed on a schema-valid document", o.err);
+            else if (valid && !succeeded(arguments, o))
+                fail("ipxact " + arguments + " failed on a schema-valid document", o.out + o.err);
         }
     }
 

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <ipxact/lmx60/lmx60.h>
@@ -446,6 +447,25 @@ TEST(ElementObserver, EveryElementMovedOntoIsReportedWithItsLevelAndLine)
     EXPECT_EQ(seen, (std::vector<std::string>{"1 " + std::string(kSpiritUri) + " component 1",
                                               "2 " + std::string(kSpiritUri) + " name 2", "2 - skipped 3",
                                               "2 - last 4"}));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(ElementEvents, TheFallbackFaultRecordBelongsToTheThreadThatFailed)
+{
+    lmx60::debug_error.clear();
+    lmx60::elmx_error seenThere = lmx60::ELMX_OK;
+    std::thread reading([&] {
+        reader_over broken("<spirit:component xmlns:spirit='" + std::string(kSpiritUri) + "'><a></b>");
+        EXPECT_THROW(while (broken.reader.tokenise(kElementEvents, lmx60::exae_element) != lmx60::EVENT_END_OF_DOCUMENT) {},
+                     lmx60::c_lmx_reader_exception);
+        seenThere = lmx60::debug_error.error;
+    });
+    reading.join();
+    EXPECT_EQ(seenThere, lmx60::ELMX_NOT_WELL_FORMED);
+    EXPECT_EQ(lmx60::debug_error.error, lmx60::ELMX_OK) << "another thread's fault is not this thread's";
 }
 
 }  // namespace

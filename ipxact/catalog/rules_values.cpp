@@ -129,9 +129,9 @@ struct NameReference {
     const char* what;  // "a bus interface", for the message
 };
 
-// The schema's key references, which reading does not enforce. Those from a component's port maps
-// to its ports and from a design's connections to its instances are left to interface.physical-port,
-// design.interface-reference and design.adhoc-port, which say more about them.
+// The schema's key references, which reading does not enforce. The bus interface and design rules
+// check what the names found here lead to (a bridge's master is a master, a connection's instance
+// has that bus interface) and leave names that lead nowhere to this rule.
 const NameReference kNameReferences[] = {
     {"/spirit:component", "spirit:busInterfaces/spirit:busInterface/spirit:slave/spirit:bridge", "@spirit:masterRef",
      "spirit:busInterfaces/spirit:busInterface", "spirit:name", "bus interface"},
@@ -154,6 +154,9 @@ const NameReference kNameReferences[] = {
     {"/spirit:component",
      "spirit:busInterfaces/spirit:busInterface/spirit:mirroredSlave/spirit:baseAddresses/spirit:remapAddress",
      "@spirit:state", "spirit:remapStates/spirit:remapState", "spirit:name", "remap state"},
+    {"/spirit:component",
+     "spirit:busInterfaces/spirit:busInterface/spirit:portMaps/spirit:portMap/spirit:physicalPort/spirit:name", ".",
+     "spirit:model/spirit:ports/spirit:port", "spirit:name", "port"},
     {"/spirit:abstractor",
      "spirit:abstractorInterfaces/spirit:abstractorInterface/spirit:portMaps/spirit:portMap/spirit:physicalPort/"
      "spirit:name",
@@ -166,6 +169,13 @@ const NameReference kNameReferences[] = {
      "spirit:name", "component generator"},
     {"/spirit:abstractionDefinition", ".//spirit:timingConstraint", "@spirit:clockName", "spirit:ports/spirit:port",
      "spirit:logicalName", "logical port"},
+    {"/spirit:design", "spirit:interconnections/spirit:interconnection/spirit:activeInterface", "@spirit:componentRef",
+     "spirit:componentInstances/spirit:componentInstance", "spirit:instanceName", "component instance"},
+    {"/spirit:design", "spirit:hierConnections/spirit:hierConnection/spirit:interface", "@spirit:componentRef",
+     "spirit:componentInstances/spirit:componentInstance", "spirit:instanceName", "component instance"},
+    {"/spirit:design", "spirit:adHocConnections/spirit:adHocConnection/spirit:internalPortReference",
+     "@spirit:componentRef", "spirit:componentInstances/spirit:componentInstance", "spirit:instanceName",
+     "component instance"},
 };
 
 class NameReferences : public Rule {

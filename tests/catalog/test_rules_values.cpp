@@ -105,6 +105,29 @@ std::string view_using(const std::string& file_set)
                      "<spirit:fileSets><spirit:fileSet><spirit:name>src</spirit:name></spirit:fileSet></spirit:fileSets>\n");
 }
 
+std::string port_map_to(const std::string& physical)
+{
+    return component("<spirit:busInterfaces>" +
+                     bus_interface("s", "<spirit:slave/><spirit:portMaps><spirit:portMap><spirit:logicalPort><spirit:name>"
+                                        "PSEL</spirit:name></spirit:logicalPort>\n<spirit:physicalPort><spirit:name>" +
+                                            physical + "</spirit:name></spirit:physicalPort></spirit:portMap></spirit:portMaps>") +
+                     "</spirit:busInterfaces>\n<spirit:model><spirit:ports><spirit:port><spirit:name>psel</spirit:name>"
+                     "<spirit:wire><spirit:direction>in</spirit:direction></spirit:wire></spirit:port></spirit:ports>"
+                     "</spirit:model>\n");
+}
+
+std::string adhoc_to(const std::string& instance)
+{
+    return std::string("<?xml version=\"1.0\"?>\n<spirit:design ") + rules_test::spirit_ns() +
+           ">\n<spirit:vendor>acme.example.com</spirit:vendor><spirit:library>ip</spirit:library>"
+           "<spirit:name>top</spirit:name><spirit:version>1.0</spirit:version>\n<spirit:componentInstances>"
+           "<spirit:componentInstance><spirit:instanceName>u0</spirit:instanceName><spirit:componentRef "
+           "spirit:vendor=\"acme.example.com\" spirit:library=\"ip\" spirit:name=\"timer\" spirit:version=\"1.0\"/>"
+           "</spirit:componentInstance></spirit:componentInstances>\n<spirit:adHocConnections><spirit:adHocConnection>"
+           "<spirit:name>irq</spirit:name>\n<spirit:internalPortReference spirit:componentRef=\"" + instance +
+           "\" spirit:portRef=\"irq\"/></spirit:adHocConnection></spirit:adHocConnections>\n</spirit:design>\n";
+}
+
 std::vector<ValueCase> reference_cases()
 {
     return {
@@ -114,6 +137,10 @@ std::vector<ValueCase> reference_cases()
          "n"},
         {"file set of a view", view_using("sources"), view_using("src"),
          "component/model/views/view/fileSetRef", "sources"},
+        {"physical port of a port map", port_map_to("pselx"), port_map_to("psel"),
+         "component/busInterfaces/busInterface/portMaps/portMap/physicalPort/name", "pselx"},
+        {"instance of an ad hoc connection", adhoc_to("u9"), adhoc_to("u0"),
+         "design/adHocConnections/adHocConnection/internalPortReference", "u9"},
     };
 }
 

@@ -386,7 +386,11 @@ public:
         const HIPGSDesign* design = design_of(context.document());
         if (!design)
             return;
-        std::map<const Document*, std::set<std::string>> ids_by_component;
+        struct Known {
+            std::set<std::string> ids;
+            std::set<std::string> parameter_names;
+        };
+        std::map<const Document*, Known> ids_by_component;
         for (const auto& entry : instances_of(context, *design)) {
             const Instance& instance = entry.second;
             if (!instance.component || !instance.object->isSetConfigurableElementValues())
@@ -395,20 +399,27 @@ public:
             if (cached == ids_by_component.end()) {
                 // spirit:id may stand on any configurable element, of which there are dozens of
                 // kinds; the tree finds them all at once.
-                std::set<std::string> ids;
+                Known known;
                 RulesTree tree(*instance.document);
                 for (RulesTree::Node id : tree.select("//@spirit:id"))
-                    ids.insert(RulesTree::text(id));
-                cached = ids_by_component.emplace(instance.document, std::move(ids)).first;
+                    known.ids.insert(RulesTree::text(id));
+                // Designs often name a parameter where its value's spirit:id is meant; the message
+                // says so, as the fix is then on the component's side.
+                for (RulesTree::Node name : tree.select("//spirit:parameter/spirit:name|//spirit:modelParameter/spirit:name"))
+                    known.parameter_names.insert(RulesTree::text(name));
+                cached = ids_by_component.emplace(instance.document, std::move(known)).first;
             }
             const HIPGSConfigurableElementValues& values = instance.object->getConfigurableElementValues();
             std::string parent = instance_path(instance.index) + "/configurableElementValues";
             for (size_t m = 0; m < values.sizeConfigurableElementValue(); ++m) {
                 const std::string& reference = values.getConfigurableElementValue(m).getReferenceIdAttr();
-                if (!cached->second.count(reference))
-                    context.report(Severity::error, child_path(parent, "configurableElementValue", m),
-                                   "instance '" + entry.first + "' configures '" + reference + "', which is no spirit:id of " +
-                                       instance.component_id.to_string());
+                if (cached->second.ids.count(reference))
+                    continue;
+                std::string message = "instance '" + entry.first + "' configures '" + reference +
+                                      "', which is no spirit:id of " + instance.component_id.to_string();
+                if (cached->second.parameter_names.count(reference))
+                    message += " (a parameter of that name has no spirit:id on its value)";
+                context.report(Severity::error, child_path(parent, "configurableElementValue", m), message);
             }
         }
     }

@@ -85,14 +85,12 @@ public:
 
 // ---- environment identifiers ----
 
-// The file types the schema lists: the language part of an environment identifier is one of them.
+// The file types the schema lists, less those with a version ("vhdlSource-93"): the pattern of an
+// environment identifier has no '-', so they cannot stand in one.
 const char* const kFileTypes[] = {
-    "unknown", "cSource", "cppSource", "asmSource", "vhdlSource", "vhdlSource-87", "vhdlSource-93",
-    "verilogSource", "verilogSource-95", "verilogSource-2001", "swObject", "swObjectLibrary",
+    "unknown", "cSource", "cppSource", "asmSource", "vhdlSource", "verilogSource", "swObject", "swObjectLibrary",
     "vhdlBinaryLibrary", "verilogBinaryLibrary", "unelaboratedHdl", "executableHdl", "systemVerilogSource",
-    "systemVerilogSource-3.0", "systemVerilogSource-3.1", "systemCSource", "systemCSource-2.0",
-    "systemCSource-2.0.1", "systemCSource-2.1", "systemCSource-2.2", "veraSource", "eSource", "perlSource",
-    "tclSource", "OVASource", "SVASource", "pslSource", "systemVerilogSource-3.1a", "SDC"};
+    "systemCSource", "veraSource", "eSource", "perlSource", "tclSource", "OVASource", "SVASource", "pslSource", "SDC"};
 
 // The schema's pattern already holds an identifier to three parts of a few characters each;
 // what it cannot say is that the first part, when given, names a file type. A '*' in it stands for

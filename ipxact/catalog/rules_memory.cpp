@@ -70,12 +70,11 @@ std::string name_of(const RulesTree& tree, Node node)
 // Bits per address unit of the map or address space holding `node` (8 when not said or not known).
 ScaledValue address_unit_bits(const RulesTree& tree, Node node)
 {
-    std::vector<Node> holder = tree.select("ancestor::*[self::spirit:memoryMap or self::spirit:addressSpace][1]", node);
-    if (!holder.empty()) {
-        Value bits = value_of(tree, holder.front(), "spirit:addressUnitBits");
-        if (known(bits) && bits.value.sign() > 0)
-            return bits.value;
-    }
+    for (Node holder = RulesTree::parent(node); holder; holder = RulesTree::parent(holder))
+        if (RulesTree::is(holder, "memoryMap") || RulesTree::is(holder, "addressSpace")) {
+            Value bits = value_of(tree, holder, "spirit:addressUnitBits");
+            return known(bits) && bits.value.sign() > 0 ? bits.value : ScaledValue(8);
+        }
     return ScaledValue(8);
 }
 

@@ -1,5 +1,6 @@
 #include "rules_tree.h"
 
+#include <cctype>
 #include <cstring>
 #include <sstream>
 
@@ -70,11 +71,55 @@ RulesTree::Node RulesTree::root() const
     return m_impl->doc ? xmlDocGetRootElement(m_impl->doc) : nullptr;
 }
 
+namespace {
+
+// Whether an expression is a plain chain of child steps of the standard's namespace
+// ("spirit:a/spirit:b"), which is walked directly: rules ask for such chains once per element,
+// and compiling and running XPath for each would cost more than the rest of the rule.
+bool is_child_chain(const char* xpath)
+{
+    if (std::strncmp(xpath, "spirit:", 7) != 0)
+        return false;
+    for (const char* c = xpath; *c; ++c)
+        if (!(std::isalnum(static_cast<unsigned char>(*c)) || *c == ':' || *c == '/' || *c == '_'))
+            return false;
+    if (std::strstr(xpath, "//"))
+        return false;
+    for (const char* step = std::strchr(xpath, '/'); step; step = std::strchr(step + 1, '/'))
+        if (std::strncmp(step + 1, "spirit:", 7) != 0)
+            return false;
+    return true;
+}
+
+void walk_chain(const xmlNode* from, const char* chain, std::vector<RulesTree::Node>& out)
+{
+    const char* step = chain + 7;  // past "spirit:"
+    const char* end = std::strchr(step, '/');
+    size_t length = end ? static_cast<size_t>(end - step) : std::strlen(step);
+    for (const xmlNode* c = from->children; c; c = c->next) {
+        if (c->type != XML_ELEMENT_NODE || !c->ns || std::strcmp(reinterpret_cast<const char*>(c->ns->href), kSpiritNamespace) != 0)
+            continue;
+        const char* name = reinterpret_cast<const char*>(c->name);
+        if (std::strlen(name) != length || std::strncmp(name, step, length) != 0)
+            continue;
+        if (end)
+            walk_chain(c, end + 1, out);
+        else
+            out.push_back(c);
+    }
+}
+
+}  // namespace
+
 std::vector<RulesTree::Node> RulesTree::select(const char* xpath, Node context) const
 {
     std::vector<Node> nodes;
     if (!ok())
         return nodes;
+    if (is_child_chain(xpath)) {
+        walk_chain(context ? context : root(), xpath, nodes);
+        return nodes;
+    }
     xmlXPathContextPtr xp = xmlXPathNewContext(m_impl->doc);
     if (!xp)
         return nodes;
@@ -107,6 +152,17 @@ bool RulesTree::field(Node member, const char* key, std::string* value) const
         return false;
     *value = text(found.front());
     return true;
+}
+
+RulesTree::Node RulesTree::parent(Node node)
+{
+    const xmlNode* e = element_of(node);
+    return e && e->parent && e->parent->type == XML_ELEMENT_NODE ? e->parent : nullptr;
+}
+
+bool RulesTree::is(Node node, const char* local)
+{
+    return node && node->type == XML_ELEMENT_NODE && std::strcmp(reinterpret_cast<const char*>(node->name), local) == 0;
 }
 
 std::string RulesTree::path(Node node)

@@ -37,13 +37,19 @@ public:
     Node root() const;
     /// The element and attribute nodes an XPath expression selects from `context` (the document
     /// element when null). The prefix "spirit" names the standard's namespace. An attribute node
-    /// stands for its value; its path is its element's.
+    /// stands for its value; its path is its element's. A plain chain of child
+    /// steps ("spirit:reset/spirit:value") is walked without XPath, which rules may use freely.
     std::vector<Node> select(const char* xpath, Node context = nullptr) const;
 
     /// The value a member is known by, as an identity constraint's field names it: "." for its
     /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
     /// the member has no such value (nothing to compare).
     bool field(Node member, const char* key, std::string* value) const;
+
+    /// The element holding an element or attribute; null for the document element.
+    static Node parent(Node node);
+    /// Whether a node is an element of that local name.
+    static bool is(Node node, const char* local);
 
     /// The element path of an element (of an attribute: of its element), as LineIndex::path writes it.
     static std::string path(Node node);

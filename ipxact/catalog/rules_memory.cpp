@@ -143,6 +143,15 @@ KindSet memory_kinds()
     return kind_bit(DocumentKind::component);
 }
 
+// Whether a component has anything laid out in memory; most have not, and the line index says so
+// without the tree being built.
+bool has_memory(const Document& document)
+{
+    const LineIndex& lines = document.lines();
+    return lines.find("component/memoryMaps") != LineIndex::npos ||
+           lines.find("component/addressSpaces") != LineIndex::npos;
+}
+
 class BlockOverlap : public Rule {
 public:
     const char* id() const override { return "memory.block-overlap"; }
@@ -150,6 +159,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         // A remap holds the blocks seen in its state instead of the map's own, so each is a layout
         // of its own; blocks of a bank are placed by the bank and have no base address.
@@ -176,6 +187,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node container : tree.select(kContainers))
             report_overlaps(context, registers_of(tree, container));
@@ -192,6 +205,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node container : tree.select(kContainers)) {
             Value range = value_of(tree, container, "spirit:range");
@@ -226,6 +241,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node reg : tree.select(kRegisters)) {
             report_overlaps(context, fields_of(tree, reg));
@@ -240,6 +257,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node reg : tree.select(kRegisters)) {
             Value size = value_of(tree, reg, "spirit:size");
@@ -272,6 +291,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node reg : tree.select(kRegisters)) {
             Value size = value_of(tree, reg, "spirit:size");
@@ -296,6 +317,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (Node field : tree.select("//spirit:field")) {
             Value width = value_of(tree, field, "spirit:bitWidth");
@@ -336,6 +359,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (const SizedElement& sized : kSized)
             for (Node parent : tree.select(sized.parents)) {
@@ -373,6 +398,8 @@ public:
     KindSet kinds() const override { return memory_kinds(); }
     void check(RuleContext& context) const override
     {
+        if (!has_memory(context.document()))
+            return;
         RulesTree tree(context.document());
         for (const SizedElement& layout : kLayoutValues)
             for (Node parent : tree.select(layout.parents)) {

@@ -95,6 +95,14 @@ std::string interconnection(const std::string& a, const std::string& a_bus, cons
            "</spirit:interconnection></spirit:interconnections>\n";
 }
 
+std::string monitor(const std::string& instance_name)
+{
+    return "  <spirit:interconnections><spirit:monitorInterconnection><spirit:name>watch</spirit:name>"
+           "<spirit:monitoredActiveInterface spirit:componentRef=\"cpu0\" spirit:busRef=\"m\"/>"
+           "<spirit:monitorInterface spirit:componentRef=\"" + instance_name + "\" spirit:busRef=\"s\"/>"
+           "</spirit:monitorInterconnection></spirit:interconnections>\n";
+}
+
 std::string adhoc(const std::string& internal_port, const std::string& external_port)
 {
     return "  <spirit:adHocConnections><spirit:adHocConnection><spirit:name>irq</spirit:name>"
@@ -157,6 +165,9 @@ std::vector<Case> cases()
         {"HierarchicalConnectionEndOfTheInstance", "design.interface-reference",
          design("  <spirit:hierConnections><spirit:hierConnection spirit:interfaceRef=\"top_s\"><spirit:interface spirit:componentRef=\"mem0\" spirit:busRef=\"t\"/></spirit:hierConnection></spirit:hierConnections>\n"),
          design(hier("top_s")), Severity::error, "design/hierConnections/hierConnection/interface", "no bus interface 't'"},
+        {"MonitorOfAnInstance", "design.interface-reference", design(monitor("probe0")), design(monitor("mem0")),
+         Severity::error, "design/interconnections/monitorInterconnection/monitorInterface",
+         "'probe0' is not a component instance"},
         {"SameBusType", "design.interconnection-bus-type", design(interconnection("cpu0", "m", "mem0", "o")),
          design(interconnection("cpu0", "m", "mem0", "s")), Severity::error,
          "design/interconnections/interconnection", "acme.example.com:buses:other:1.0"},

@@ -7,6 +7,7 @@
 
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/rule.h>
+#include <ipxact/spirit/HIPGSBusDefinition.h>
 #include <ipxact/spirit/HIPGSComponentType.h>
 #include <ipxact/spirit/HIPGSDesign.h>
 #include <ipxact/spirit/HIPGSTop.h>
@@ -236,10 +237,30 @@ std::string end_name(const HIPGSInterface& reference)
     return reference.getComponentRefAttr() + "." + reference.getBusRefAttr();
 }
 
+// The bus definition `id` and those it extends, as far as they are loaded.
+std::vector<Vlnv> bus_lineage(const RuleContext& context, const Vlnv& id)
+{
+    std::vector<Vlnv> lineage{id};
+    for (;;) {
+        const Document* document = context.find(lineage.back());
+        if (!document || !document->top().isSetBusDefinition() ||
+            !document->top().getBusDefinition().isSetExtends())
+            return lineage;
+        Vlnv next = rules_detail::vlnv_of(document->top().getBusDefinition().getExtends());
+        for (const Vlnv& seen : lineage)
+            if (seen == next)
+                return lineage;
+        lineage.push_back(next);
+    }
+}
+
 class InterconnectionBusType : public Rule {
 public:
     const char* id() const override { return "design.interconnection-bus-type"; }
-    const char* description() const override { return "an interconnection joins two bus interfaces of the same bus type"; }
+    const char* description() const override
+    {
+        return "an interconnection joins two bus interfaces of the same bus type, or of bus types one of which extends the other";
+    }
     KindSet kinds() const override { return kind_bit(DocumentKind::design); }
     void check(RuleContext& context) const override
     {
@@ -253,11 +274,20 @@ public:
                 return;
             Vlnv a = rules_detail::vlnv_of(first.getBusType());
             Vlnv b = rules_detail::vlnv_of(second.getBusType());
-            if (a != b)
-                context.report(Severity::error, path,
-                               "interconnection joins " + end_name(connection.getActiveInterface(0)) + " on bus " +
-                                   a.to_string() + " with " + end_name(connection.getActiveInterface(1)) +
-                                   " on bus " + b.to_string());
+            if (a == b)
+                return;
+            auto descends = [&](const Vlnv& from, const Vlnv& to) {
+                for (const Vlnv& step : bus_lineage(context, from))
+                    if (step == to)
+                        return true;
+                return false;
+            };
+            if (descends(a, b) || descends(b, a))
+                return;
+            context.report(Severity::error, path,
+                           "interconnection joins " + end_name(connection.getActiveInterface(0)) + " on bus " +
+                               a.to_string() + " with " + end_name(connection.getActiveInterface(1)) + " on bus " +
+                               b.to_string());
         });
     }
 };
@@ -267,7 +297,7 @@ public:
     const char* id() const override { return "design.interconnection-mode"; }
     const char* description() const override
     {
-        return "an interconnection joins compatible modes: master with slave or mirrored master, slave with mirrored slave, system with mirrored system of the same group";
+        return "an interconnection joins compatible modes: master with slave (where the bus allows direct connection) or mirrored master, slave with mirrored slave, system with mirrored system of the same group";
     }
     KindSet kinds() const override { return kind_bit(DocumentKind::design); }
     void check(RuleContext& context) const override
@@ -288,7 +318,20 @@ public:
                                rules_detail::mode_name(b) + ")";
             if (!compatible(a, b))
                 context.report(Severity::error, path, "interconnection joins " + ends);
-            else if (a == Mode::system || a == Mode::mirrored_system) {
+            else if ((a == Mode::master && b == Mode::slave) || (a == Mode::slave && b == Mode::master)) {
+                // A master meets a slave without a mirrored interface between them only where
+                // the bus allows direct connection.
+                if (!first.isSetBusType())
+                    return;
+                Vlnv bus = rules_detail::vlnv_of(first.getBusType());
+                const Document* definition = context.find(bus);
+                if (!definition || !definition->top().isSetBusDefinition())
+                    context.not_checked(path, "direct connection of " + ends, bus);
+                else if (!definition->top().getBusDefinition().getDirectConnection())
+                    context.report(Severity::error, path,
+                                   "interconnection joins " + ends + " directly, which bus " + bus.to_string() +
+                                       " does not allow (directConnection false)");
+            } else if (a == Mode::system || a == Mode::mirrored_system) {
                 if (group_a != group_b)
                     context.report(Severity::error, path,
                                    "interconnection joins " + ends + " of different groups '" + group_a + "' and '" +

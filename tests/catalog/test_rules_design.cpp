@@ -137,7 +137,8 @@ std::vector<Finding> run(const std::string& rule_id, const std::vector<std::pair
 
 std::vector<std::pair<std::string, std::string>> with_parts(const std::string& soc)
 {
-    return {{"cpu.xml", cpu()}, {"mem.xml", mem()}, {"top.xml", top()}, {"soc.xml", soc}};
+    return {{"simple.xml", bus_definition("simple")}, {"other.xml", bus_definition("other")}, {"cpu.xml", cpu()},
+            {"mem.xml", mem()}, {"top.xml", top()}, {"soc.xml", soc}};
 }
 
 struct Case {
@@ -261,4 +262,38 @@ TEST(DesignRulesThroughAConfiguration, FindTheTopComponentWhoseViewNamesTheConfi
                                        {"cfg.xml", configuration}, {"soc.xml", design(hier("top_m"))}});
     ASSERT_EQ(findings.size(), 1u);
     EXPECT_NE(findings[0].message.find("acme.example.com:ip:top:1.0"), std::string::npos) << findings[0].message;
+}
+
+TEST(DesignRulesOverBusDefinitions, LetAMasterMeetASlaveOnlyWhereTheBusAllowsDirectConnection)
+{
+    std::string indirect = bus_definition("simple");
+    indirect.replace(indirect.find("<spirit:directConnection>true"), 29, "<spirit:directConnection>false");
+    std::string soc = design(interconnection("cpu0", "m", "mem0", "s"));
+    std::vector<Finding> refused =
+        run("design.interconnection-mode", {{"simple.xml", indirect}, {"cpu.xml", cpu()}, {"mem.xml", mem()}, {"soc.xml", soc}});
+    ASSERT_EQ(refused.size(), 1u);
+    EXPECT_EQ(refused[0].severity, Severity::error);
+    EXPECT_NE(refused[0].message.find("directConnection false"), std::string::npos) << refused[0].message;
+    // Without the bus definition the question stays open.
+    std::vector<Finding> open = run("design.interconnection-mode", {{"cpu.xml", cpu()}, {"mem.xml", mem()}, {"soc.xml", soc}});
+    ASSERT_EQ(open.size(), 1u);
+    EXPECT_EQ(open[0].severity, Severity::note);
+    EXPECT_NE(open[0].message.find("acme.example.com:buses:simple:1.0 not loaded"), std::string::npos) << open[0].message;
+}
+
+TEST(DesignRulesOverBusDefinitions, AcceptBusTypesOneOfWhichExtendsTheOther)
+{
+    std::string extending = bus_definition("other");
+    extending.replace(extending.find("</spirit:busDefinition>"), 0,
+                      "  " + ref("extends", "acme.example.com", "buses", "simple", "1.0") + "\n");
+    std::string soc = design(interconnection("cpu0", "m", "mem0", "o"));
+    EXPECT_TRUE(run("design.interconnection-bus-type",
+                    {{"simple.xml", bus_definition("simple")}, {"other.xml", extending}, {"cpu.xml", cpu()},
+                     {"mem.xml", mem()}, {"soc.xml", soc}})
+                    .empty());
+    EXPECT_EQ(run("design.interconnection-bus-type",
+                  {{"simple.xml", bus_definition("simple")}, {"other.xml", bus_definition("other")},
+                   {"cpu.xml", cpu()}, {"mem.xml", mem()}, {"soc.xml", soc}})
+                  .size(),
+              1u);
 }

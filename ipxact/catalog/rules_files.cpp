@@ -192,6 +192,9 @@ public:
     }
     void check(RuleContext& context) const override
     {
+        // Both "dependent" and "dependency" begin so; most documents have neither.
+        if (!rules_detail::text_may_hold(context.document(), "dependen"))
+            return;
         RulesTree tree(context.document());
         if (!tree.ok())
             return;

@@ -228,3 +228,21 @@ TEST(DependencyExpressions, TakeOnlyTheIdFunctionAndEveryCallOfIt)
     ASSERT_EQ(findings.size(), 1u);
     EXPECT_NE(findings[0].message.find("id('depth')"), std::string::npos) << findings[0].message;
 }
+
+TEST(DependencyExpressions, AreFoundInDocumentsReadFromFilesToo)
+{
+    // Documents read from files are first searched as text; that search must not hide a fault.
+    scratch_directory dir;
+    dir.write("broken/ip.xml", ip(kEnvironment, "top_v", "spirit:resolve=\"dependent\" spirit:dependency=\"id('depth')\""));
+    dir.write("plain/ip.xml", ip(kEnvironment, "top_v"));
+    const Rule* rule = RuleRegistry::instance().find("configurable.dependency");
+    ASSERT_NE(rule, nullptr);
+    Catalog broken;
+    broken.load({(dir / "broken").string()});
+    std::vector<Finding> findings = broken.check({rule});
+    ASSERT_EQ(findings.size(), 1u);
+    EXPECT_EQ(findings[0].path, "component/parameters/parameter[2]/value");
+    Catalog plain;
+    plain.load({(dir / "plain").string()});
+    EXPECT_TRUE(plain.check({rule}).empty());
+}

@@ -441,15 +441,27 @@ public:
             auto cached = ids_by_component.find(instance.document);
             if (cached == ids_by_component.end()) {
                 // spirit:id may stand on any configurable element, of which there are dozens of
-                // kinds; the tree finds them all at once.
+                // kinds; the tree finds them all at once. A component whose text has no ":id" has
+                // none, and is spared being written out again.
                 Known known;
-                RulesTree tree(*instance.document);
-                for (RulesTree::Node id : tree.select("//@spirit:id"))
-                    known.ids.insert(RulesTree::text(id));
+                if (rules_detail::text_may_hold(*instance.document, ":id")) {
+                    RulesTree tree(*instance.document);
+                    for (RulesTree::Node id : tree.select("//@spirit:id"))
+                        known.ids.insert(RulesTree::text(id));
+                }
                 // Designs often name a parameter where its value's spirit:id is meant; the message
                 // says so, as the fix is then on the component's side.
-                for (RulesTree::Node name : tree.select("//spirit:parameter/spirit:name|//spirit:modelParameter/spirit:name"))
-                    known.parameter_names.insert(RulesTree::text(name));
+                auto add_names = [&](const auto& parameter) {
+                    if (parameter.isSetNameGroupString())
+                        known.parameter_names.insert(parameter.getNameGroupString().getName());
+                };
+                const HIPGSComponentType& component = *instance.component;
+                if (component.isSetParameters())
+                    for (size_t k = 0; k < component.getParameters().sizeParameter(); ++k)
+                        add_names(component.getParameters().getParameter(k));
+                if (component.isSetModel() && component.getModel().isSetModelParameters())
+                    for (size_t k = 0; k < component.getModel().getModelParameters().sizeModelParameter(); ++k)
+                        add_names(component.getModel().getModelParameters().getModelParameter(k));
                 cached = ids_by_component.emplace(instance.document, std::move(known)).first;
             }
             const HIPGSConfigurableElementValues& values = instance.object->getConfigurableElementValues();

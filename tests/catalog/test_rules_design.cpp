@@ -297,3 +297,19 @@ TEST(DesignRulesOverBusDefinitions, AcceptBusTypesOneOfWhichExtendsTheOther)
                   .size(),
               1u);
 }
+
+TEST(DesignRulesFromFiles, ReportAConfiguredIdOfAComponentThatHasNoIdsAtAll)
+{
+    // mem carries no spirit:id, which a component read from a file is first searched for as text.
+    scratch_directory dir;
+    dir.write("mem.xml", mem());
+    dir.write("cpu.xml", cpu());
+    dir.write("soc.xml", design("", instance("mem1", "mem", configured("DEPTH"))));
+    Catalog catalog;
+    catalog.load({dir.path().string()});
+    std::vector<Finding> findings = catalog.check({RuleRegistry::instance().find("design.configurable-element")});
+    ASSERT_EQ(findings.size(), 1u);
+    EXPECT_EQ(findings[0].path, "design/componentInstances/componentInstance[3]/configurableElementValues/configurableElementValue");
+    EXPECT_NE(findings[0].message.find("'DEPTH', which is no spirit:id of acme.example.com:ip:mem:1.0"), std::string::npos)
+        << findings[0].message;
+}

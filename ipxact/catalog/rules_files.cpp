@@ -93,16 +93,24 @@ const char* const kFileTypes[] = {
     "systemCSource", "veraSource", "eSource", "perlSource", "tclSource", "OVASource", "SVASource", "pslSource", "SDC"};
 
 // The schema's pattern already holds an identifier to three parts of a few characters each;
-// what it cannot say is that the first part, when given, names a file type. A '*' in it stands for
-// any, as in the tool part.
+// what it cannot say is that the first part, when given, names a language. Its documentation asks
+// for a file type; tools commonly write the language itself ("verilog" for verilogSource), which
+// names the same thing, so both are taken. What is left is mostly a tool or vendor name written in
+// the wrong part ("vcs.example.com::"). A '*' stands for any, as in the tool part.
 bool language_known(const std::string& identifier)
 {
     std::string language = identifier.substr(0, identifier.find(':'));
     if (language.empty() || language.find('*') != std::string::npos)
         return true;
-    for (const char* type : kFileTypes)
-        if (language == type)
+    const std::string suffix = "Source";
+    for (const char* type : kFileTypes) {
+        std::string name = type;
+        if (language == name)
             return true;
+        if (name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0 &&
+            language == name.substr(0, name.size() - suffix.size()))
+            return true;
+    }
     return false;
 }
 
@@ -111,7 +119,7 @@ public:
     const char* id() const override { return "view.env-identifier"; }
     const char* description() const override
     {
-        return "the language part of a view's envIdentifier (language:tool:vendor) is empty or one of the file types";
+        return "the language part of a view's envIdentifier (language:tool:vendor) is empty, a file type or the language of one (verilog for verilogSource)";
     }
     KindSet kinds() const override { return kind_bit(DocumentKind::component) | kind_bit(DocumentKind::abstractor); }
     void check(RuleContext& context) const override
@@ -143,7 +151,7 @@ private:
                 context.report(Severity::warning, child_path(path, "envIdentifier", e),
                                "environment '" + identifier + "' names language '" +
                                    identifier.substr(0, identifier.find(':')) +
-                                   "', which is not a file type (verilogSource, vhdlSource, ...)");
+                                   "', which is neither a file type nor the language of one (verilogSource or verilog, ...)");
         }
     }
 };

@@ -145,9 +145,9 @@ std::vector<Case> cases()
         {"FunctionNamesAnyIdentifierOfTheDocument", "file.function-file-ref", {{"ip.xml", ip(kEnvironment, "wide")}},
          {{"ip.xml", ip(kEnvironment, "width")}}, Severity::error, "ip.xml",
          "component/fileSets/fileSet/function/fileRef", "'wide'"},
-        {"EnvironmentLanguageIsAFileType", "view.env-identifier", {{"ip.xml", ip("verilog:vcs.example.com:", "top_v")}},
+        {"EnvironmentLanguageIsAFileType", "view.env-identifier", {{"ip.xml", ip("vcs.example.com:verilog:", "top_v")}},
          {{"ip.xml", fine}}, Severity::warning, "ip.xml", "component/model/views/view/envIdentifier",
-         "language 'verilog'"},
+         "language 'vcs.example.com'"},
         {"DependentValueHasADependency", "configurable.dependency",
          {{"ip.xml", ip(kEnvironment, "top_v", "spirit:id=\"double\" spirit:resolve=\"dependent\"")}},
          {{"ip.xml", ip(kEnvironment, "top_v", "spirit:id=\"double\" spirit:resolve=\"dependent\" spirit:dependency=\"id('width') * 2\"")}},
@@ -209,13 +209,14 @@ TEST_P(FileRule, ReportsTheFaultAtItsElementAndKeepsQuietOnceMended)
 INSTANTIATE_TEST_SUITE_P(Rules, FileRule, testing::ValuesIn(cases()),
                          [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
 
-TEST(EnvironmentIdentifiers, AcceptAnEmptyOrWildcardLanguageAndEveryFileType)
+TEST(EnvironmentIdentifiers, AcceptAnEmptyOrWildcardLanguageAFileTypeOrItsLanguage)
 {
     // The schema's pattern has no '-', so the file types with versions cannot be named at all.
     for (const char* environment : {"::", ":*Simulation:", "*:*Synthesis:", "vhdlSource:ghdl.example.com:",
-                                    "systemVerilogSource::", "SDC:*:*"})
+                                    "systemVerilogSource::", "SDC:*:*", "verilog:*:*",
+                                    "vhdl:ghdl.example.com:", "systemC::", "cpp::"})
         EXPECT_TRUE(run("view.env-identifier", {{"ip.xml", ip(environment, "top_v")}}).empty()) << environment;
-    for (const char* environment : {"vhdl::", "VerilogSource::", "verilog2005:vcs.example.com:"})
+    for (const char* environment : {"Verilog::", "vhdl93::", "SDCSource::", "modelsim.example.com::"})
         EXPECT_EQ(run("view.env-identifier", {{"ip.xml", ip(environment, "top_v")}}).size(), 1u) << environment;
 }
 

@@ -21,7 +21,9 @@ foreach(layer lmx60 common spirit catalog)
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipxact/${layer}
           COMPONENT development
           FILES_MATCHING PATTERN "*.h"
-          PATTERN "read_document.h" EXCLUDE)
+          PATTERN "read_document.h" EXCLUDE
+          PATTERN "rules_support.h" EXCLUDE
+          PATTERN "rules_tree.h" EXCLUDE)
 endforeach()
 
 set(IPXACT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/HIPGSpirit)

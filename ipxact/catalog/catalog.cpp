@@ -496,10 +496,11 @@ std::vector<Finding> Catalog::check(const Document& document, const std::vector<
     std::vector<Finding> findings;
     if (!document.read_cleanly())
         return findings;
+    DocumentScratch scratch;
     for (const Rule* rule : chosen) {
         if (!(rule->kinds() & kind_bit(document.kind())))
             continue;
-        RuleContext context(*this, document, *rule, findings);
+        RuleContext context(*this, document, *rule, findings, scratch);
         try {
             rule->check(context);
         } catch (const std::exception& e) {

@@ -8,8 +8,23 @@
 namespace ipxact {
 namespace catalog {
 
+std::shared_ptr<void>& DocumentScratch::slot(const void* key)
+{
+    for (auto& held : m_slots)
+        if (held.first == key)
+            return held.second;
+    m_slots.emplace_back(key, nullptr);
+    return m_slots.back().second;
+}
+
 RuleContext::RuleContext(const Catalog& catalog, const Document& document, const Rule& rule, std::vector<Finding>& out)
-    : m_catalog(catalog), m_document(document), m_rule(rule), m_out(out)
+    : m_catalog(catalog), m_document(document), m_rule(rule), m_out(out), m_scratch(m_own_scratch)
+{
+}
+
+RuleContext::RuleContext(const Catalog& catalog, const Document& document, const Rule& rule, std::vector<Finding>& out,
+                         DocumentScratch& scratch)
+    : m_catalog(catalog), m_document(document), m_rule(rule), m_out(out), m_scratch(scratch)
 {
 }
 

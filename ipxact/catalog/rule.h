@@ -32,6 +32,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <ipxact/catalog/document.h>
@@ -65,11 +66,26 @@ public:
     virtual void check(RuleContext& context) const = 0;
 };
 
+/// What the rules checking one document build from it and share: made by the first rule that asks,
+/// kept while the rules of that document run, so that a parsed view of the document is made once
+/// per check rather than once per rule.
+class DocumentScratch {
+public:
+    /// The slot that `key` names; empty until something is stored in it.
+    std::shared_ptr<void>& slot(const void* key);
+
+private:
+    std::vector<std::pair<const void*, std::shared_ptr<void>>> m_slots;
+};
+
 /// What a rule sees while it checks one document, and where it reports.
 class RuleContext {
 public:
     /// For Catalog: a context for `rule` over `document`, appending to `out`.
     RuleContext(const Catalog& catalog, const Document& document, const Rule& rule, std::vector<Finding>& out);
+    /// The same, sharing `scratch` with the other rules run over the same document.
+    RuleContext(const Catalog& catalog, const Document& document, const Rule& rule, std::vector<Finding>& out,
+                DocumentScratch& scratch);
 
     /// The document being checked.
     const Document& document() const { return m_document; }
@@ -89,6 +105,17 @@ public:
     /// the path goes below what the index holds, that of the deepest element along the path that it
     /// holds; the path is kept as given.
     void report(Severity severity, std::string_view path, const std::string& message);
+    /// A T made from the document (`T(const Document&)`) once for all the rules that check it.
+    template <class T>
+    const T& shared()
+    {
+        static const char key = 0;  // one address per type
+        std::shared_ptr<void>& slot = m_scratch.slot(&key);
+        if (!slot)
+            slot = std::make_shared<T>(m_document);
+        return *static_cast<const T*>(slot.get());
+    }
+
     /// Says that a check could not be made because a document it needs is not loaded: a note
     /// "not checked: WHAT: VENDOR:LIBRARY:NAME:VERSION not loaded" at `path`.
     void not_checked(std::string_view path, const std::string& what, const Vlnv& missing);
@@ -100,6 +127,8 @@ private:
     const Document& m_document;
     const Rule& m_rule;
     std::vector<Finding>& m_out;
+    DocumentScratch m_own_scratch;  // for a context made without one to share
+    DocumentScratch& m_scratch;
 };
 
 /// The rules known to the process. Rules in this library register themselves when it is loaded

@@ -22,16 +22,12 @@ namespace {
 
 using namespace HIPGSpirit;
 using rules_detail::child_path;
+using rules_detail::component_of;
 using rules_detail::Mode;
 
 const HIPGSDesign* design_of(const Document& document)
 {
     return document.top().isSetDesign() ? &document.top().getDesign() : nullptr;
-}
-
-const HIPGSComponentType* component_of(const Document* document)
-{
-    return document && document->top().isSetComponent() ? &document->top().getComponent() : nullptr;
 }
 
 std::string instance_path(size_t i)

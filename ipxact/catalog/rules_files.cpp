@@ -24,11 +24,7 @@ namespace {
 
 using namespace HIPGSpirit;
 using rules_detail::child_path;
-
-const HIPGSComponentType* component_of(const Document& document)
-{
-    return document.top().isSetComponent() ? &document.top().getComponent() : nullptr;
-}
+using rules_detail::component_of;
 
 // ---- function file references ----
 
@@ -42,7 +38,7 @@ public:
     KindSet kinds() const override { return kind_bit(DocumentKind::component); }
     void check(RuleContext& context) const override
     {
-        const HIPGSComponentType* component = component_of(context.document());
+        const HIPGSComponentType* component = component_of(&context.document());
         if (!component || !component->isSetFileSets())
             return;
         const HIPGSFileSets& sets = component->getFileSets();
@@ -69,7 +65,7 @@ public:
                 if (ids.count(target))
                     continue;
                 if (!all_ids) {
-                    RulesTree tree(context.document());
+                    const RulesTree& tree = context.shared<RulesTree>();
                     for (RulesTree::Node id : tree.select("//@spirit:id"))
                         ids.insert(RulesTree::text(id));
                     all_ids = true;
@@ -125,7 +121,7 @@ public:
     void check(RuleContext& context) const override
     {
         const Document& document = context.document();
-        if (const HIPGSComponentType* component = component_of(document)) {
+        if (const HIPGSComponentType* component = component_of(&document)) {
             if (!component->isSetModel() || !component->getModel().isSetViews())
                 return;
             const HIPGSViews& views = component->getModel().getViews();
@@ -203,7 +199,7 @@ public:
         // Both "dependent" and "dependency" begin so; most documents have neither.
         if (!rules_detail::text_may_hold(context.document(), "dependen"))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
         std::vector<RulesTree::Node> dependent = tree.select("//*[@spirit:resolve='dependent' or @spirit:dependency]");
@@ -245,7 +241,7 @@ public:
         if (chain.isSetChoices())
             for (size_t c = 0; c < chain.getChoices().sizeChoice(); ++c)
                 choices.insert(chain.getChoices().getChoice(c).getName());
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (RulesTree::Node reference : tree.select("//@spirit:choiceRef")) {
             std::string name = RulesTree::text(reference);
             if (!choices.count(name))

@@ -22,12 +22,8 @@ namespace {
 
 using namespace HIPGSpirit;
 using rules_detail::child_path;
+using rules_detail::component_of;
 using rules_detail::Mode;
-
-const HIPGSComponentType* component_of(const Document& document)
-{
-    return document.top().isSetComponent() ? &document.top().getComponent() : nullptr;
-}
 
 const char* kInterfaces = "component/busInterfaces";
 
@@ -40,7 +36,7 @@ std::string interface_path(size_t i)
 template <class F>
 void each_interface(const Document& document, F&& f)
 {
-    const HIPGSComponentType* component = component_of(document);
+    const HIPGSComponentType* component = component_of(&document);
     if (!component || !component->isSetBusInterfaces())
         return;
     const HIPGSBusInterfaces& all = component->getBusInterfaces();
@@ -287,7 +283,7 @@ public:
     KindSet kinds() const override { return kind_bit(DocumentKind::component); }
     void check(RuleContext& context) const override
     {
-        const HIPGSComponentType* component = component_of(context.document());
+        const HIPGSComponentType* component = component_of(&context.document());
         if (!component)
             return;
         std::map<std::string, PhysicalPort> ports = physical_ports(*component);
@@ -435,7 +431,7 @@ public:
     KindSet kinds() const override { return kind_bit(DocumentKind::component); }
     void check(RuleContext& context) const override
     {
-        const HIPGSComponentType* component = component_of(context.document());
+        const HIPGSComponentType* component = component_of(&context.document());
         if (!component || !component->isSetChannels())
             return;
         std::map<std::string, Mode> modes = interface_modes(context.document());

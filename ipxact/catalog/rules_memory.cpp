@@ -161,7 +161,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         // A remap holds the blocks seen in its state instead of the map's own, so each is a layout
         // of its own; blocks of a bank are placed by the bank and have no base address.
         for (Node map : tree.select("//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap")) {
@@ -189,7 +189,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node container : tree.select(kContainers))
             report_overlaps(context, registers_of(tree, container));
     }
@@ -207,7 +207,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node container : tree.select(kContainers)) {
             Value range = value_of(tree, container, "spirit:range");
             if (!known(range))
@@ -243,7 +243,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node reg : tree.select(kRegisters)) {
             report_overlaps(context, fields_of(tree, reg));
         }
@@ -259,7 +259,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node reg : tree.select(kRegisters)) {
             Value size = value_of(tree, reg, "spirit:size");
             if (!known(size))
@@ -293,7 +293,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node reg : tree.select(kRegisters)) {
             Value size = value_of(tree, reg, "spirit:size");
             if (!known(size) || size.value.sign() <= 0)
@@ -319,7 +319,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (Node field : tree.select("//spirit:field")) {
             Value width = value_of(tree, field, "spirit:bitWidth");
             if (!known(width) || width.value.sign() <= 0)
@@ -361,7 +361,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (const SizedElement& sized : kSized)
             for (Node parent : tree.select(sized.parents)) {
                 Value v = value_of(tree, parent, sized.child);
@@ -400,7 +400,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         for (const SizedElement& layout : kLayoutValues)
             for (Node parent : tree.select(layout.parents)) {
                 Value v = value_of(tree, parent, layout.child);

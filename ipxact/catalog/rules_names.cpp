@@ -83,7 +83,7 @@ public:
     }
     void check(RuleContext& context) const override
     {
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
         for (const NameSet& set : kNameSets)

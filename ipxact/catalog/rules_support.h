@@ -10,6 +10,7 @@
 #include <ipxact/catalog/document.h>
 #include <ipxact/catalog/vlnv.h>
 #include <ipxact/spirit/HIPGSBusInterfaceType.h>
+#include <ipxact/spirit/HIPGSComponentType.h>
 #include <ipxact/spirit/HIPGSInterfaceMode.h>
 #include <ipxact/spirit/HIPGSLibraryRefType2.h>
 #include <ipxact/spirit/HIPGSMirroredSystem.h>
@@ -19,6 +20,12 @@
 namespace ipxact {
 namespace catalog {
 namespace rules_detail {
+
+// The component a document holds; null for no document or one of another kind.
+inline const HIPGSpirit::HIPGSComponentType* component_of(const Document* document)
+{
+    return document && document->top().isSetComponent() ? &document->top().getComponent() : nullptr;
+}
 
 // `parent/name`, with the 1-based position that LineIndex writes for every sibling after the first
 // of that name; `index` is 0-based.

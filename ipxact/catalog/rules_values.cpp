@@ -103,7 +103,7 @@ public:
     }
     void check(RuleContext& context) const override
     {
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
         for (const EnumeratedMember& member : kEnumeratedMembers)
@@ -188,7 +188,7 @@ public:
     }
     void check(RuleContext& context) const override
     {
-        RulesTree tree(context.document());
+        const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
         for (const NameReference& reference : kNameReferences)

@@ -75,6 +75,16 @@ bool is_attribute(const MemberInfo& member)
     return member.kind == MemberKind::attribute || member.kind == MemberKind::any_attribute;
 }
 
+// The member of a choice's alternative number `alternative`; null past the last one.
+const MemberInfo* alternative_member(const ClassInfo& info, int alternative)
+{
+    int index = 0;
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (is_content(info.members[i]) && index++ == alternative)
+            return &info.members[i];
+    return nullptr;
+}
+
 bool has_slot_after(const ClassInfo& info, uint32_t index)
 {
     return index + 1 < info.member_count && info.members[index + 1].kind == MemberKind::vendor_slot;
@@ -315,17 +325,10 @@ void write_member(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const Membe
 
 void write_choice(lmx60::c_xml_writer& writer, const HIPGSChoiceContent& obj, const ClassInfo& info)
 {
-    int selected = BindingAccess::choice_id(obj);
-    int alternative = 0;
-    for (uint32_t i = 0; i < info.member_count; ++i) {
-        if (!is_content(info.members[i]))
-            continue;
-        if (alternative++ == selected) {
-            write_member(writer, obj, info.members[i]);
-            return;
-        }
-    }
-    writer.capture_error(lmx60::ELMX_ELEMENT_NOT_FOUND, kAnonymousCompositor, __FILE__, __LINE__);
+    if (const MemberInfo* chosen = alternative_member(info, BindingAccess::choice_id(obj)))
+        write_member(writer, obj, *chosen);
+    else
+        writer.capture_error(lmx60::ELMX_ELEMENT_NOT_FOUND, kAnonymousCompositor, __FILE__, __LINE__);
 }
 
 void write_all(lmx60::c_xml_writer& writer, const HIPGSAllContent& obj, const ClassInfo& info)
@@ -512,6 +515,24 @@ const lmx60::s_ns_map* document_ns_map(const lmx60::c_xml_writer& writer, const 
     return writer.depth() == 0 && declaresNothing ? ns_map_reader : info.writer_ns_map;
 }
 
+// The chosen alternative of a choice when it is an element held as a value, with no object of its own
+// to keep the attributes of its start tag.
+const MemberInfo* chosen_value_root(const HIPGSBase& obj, const ClassInfo& info)
+{
+    if (info.content != ContentKind::choice)
+        return nullptr;
+    const MemberInfo* chosen =
+        alternative_member(info, BindingAccess::choice_id(static_cast<const HIPGSChoiceContent&>(obj)));
+    return chosen && chosen->kind == MemberKind::element && !chosen->ops->object(obj) ? chosen : nullptr;
+}
+
+void clear_attributes(HIPGSBase& obj, const ClassInfo& info)
+{
+    for (uint32_t i = 0; i < info.member_count; ++i)
+        if (is_attribute(info.members[i]))
+            info.members[i].ops->clear(obj);
+}
+
 }  // namespace
 
 lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
@@ -533,11 +554,15 @@ lmx60::elmx_error read_document(lmx60::c_xml_reader& reader, HIPGSBase& obj, con
 lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {
     reader.set_ns_map(ns_map_reader);
+    clear_attributes(obj, info);
     lmx60::elmx_error result = reading_code([&]() -> lmx60::elmx_error {
         reader.read_document_element();
         // A root that no alternative takes is named as such, rather than as an empty choice.
         if (!starts_content(reader, info))
             return reader.capture_error(lmx60::ELMX_WRONG_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
+        for (bool more = reader.first_attribute(); more; more = reader.next_attribute())
+            if (attribute_ns_id(reader) == kXsiNamespaceId)
+                read_own_attribute(reader, obj, info);
         return lmx60::ELMX_OK;
     });
     if (result != lmx60::ELMX_OK)
@@ -546,6 +571,9 @@ lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase&
     result = read_in_place(reader, obj, info);
     if (result != lmx60::ELMX_OK)
         return result;
+    // The hints stay here only for a root held as a value; an object kept its own.
+    if (!chosen_value_root(obj, info))
+        clear_attributes(obj, info);
     // A continuing handler carried on past a document element that no alternative takes: pass over
     // it, or its children would count as further document elements.
     if (reader.token_count() == before) {
@@ -562,7 +590,19 @@ lmx60::elmx_error read_document_in_place(lmx60::c_xml_reader& reader, HIPGSBase&
 lmx60::elmx_error write_in_place(lmx60::c_xml_writer& writer, const HIPGSBase& obj, const ClassInfo& info)
 {
     writer.conditionally_select_ns_map(info.writer_ns_map);
-    detail::write_inline(writer, obj, info);
+    const MemberInfo* root = writer.depth() == 0 ? chosen_value_root(obj, info) : nullptr;
+    if (!root) {
+        detail::write_inline(writer, obj, info);
+        return lmx60::ELMX_OK;
+    }
+    // A root held as a value gets the element frame here, where the content's hints can go on it.
+    obj.validationAssertion(occurs_ok(obj, info), true);
+    writer.start_element(root->qname);
+    write_attributes(writer, obj, info);
+    MemberInfo text = *root;
+    text.kind = MemberKind::simple_content;
+    root->ops->write(writer, obj, text);
+    writer.end_element(root->qname);
     return lmx60::ELMX_OK;
 }
 
@@ -651,15 +691,9 @@ void select_alternative(HIPGSChoiceContent& obj, const ClassInfo& info, int alte
     if (selected == alternative)
         return;
     release_alternatives(obj, info);
-    int index = 0;
-    for (uint32_t i = 0; i < info.member_count; ++i) {
-        if (!is_content(info.members[i]))
-            continue;
-        if (index++ == alternative) {
-            info.members[i].ops->create(obj);
-            selected = alternative;
-            return;
-        }
+    if (const MemberInfo* member = alternative_member(info, alternative)) {
+        member->ops->create(obj);
+        selected = alternative;
     }
 }
 

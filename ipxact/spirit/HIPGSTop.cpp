@@ -212,11 +212,13 @@ const MemberInfo HIPGSTop::s_members[] = {
     {MemberKind::element, 1001, "presence", "spirit:presence", 583, 1, 1, nullptr, ops<&HIPGSTop::m_Presence>(), &lmx60::validation_spec_empty, "optional"},
     {MemberKind::element, 1001, "abstractionDefinition", "spirit:abstractionDefinition", 584, 1, 1, nullptr, ops<&HIPGSTop::m_AbstractionDefinition>(), nullptr},
     {MemberKind::element, 1001, "abstractor", "spirit:abstractor", 579, 1, 1, nullptr, ops<&HIPGSTop::m_Abstractor>(), nullptr},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 0, 0, 1, nullptr, ops<&HIPGSTop::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 0, 0, 1, nullptr, ops<&HIPGSTop::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
 };
 
 const ClassInfo HIPGSTop::s_class_info = {
     "vorlix", 0, nullptr, ContentKind::choice,
-    s_members, 100, ns_map_writer_2,
+    s_members, 102, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
@@ -376,6 +378,8 @@ void HIPGSTop::swap(HIPGSTop& other) noexcept
     m_Presence.swap(other.m_Presence);
     m_AbstractionDefinition.swap(other.m_AbstractionDefinition);
     m_Abstractor.swap(other.m_Abstractor);
+    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
+    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     std::swap(m_choice_id, other.m_choice_id);
 }
 
@@ -481,7 +485,9 @@ bool HIPGSTop::operator==(const HIPGSTop& other) const
         && m_DesignConfiguration == other.m_DesignConfiguration
         && m_Presence == other.m_Presence
         && m_AbstractionDefinition == other.m_AbstractionDefinition
-        && m_Abstractor == other.m_Abstractor;
+        && m_Abstractor == other.m_Abstractor
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
 }
 
 void HIPGSTop::init()
@@ -3916,6 +3922,18 @@ HIPGSAbstractorType* HIPGSTop::assignAbstractor(HIPGSAbstractorType* child)
 void HIPGSTop::unsetAbstractor()
 {
     m_Abstractor.unset();
+}
+
+lmx60::elmx_error HIPGSTop::setSchemaLocationAttr(const std::string& value)
+{
+    m_SchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error HIPGSTop::setNoNamespaceSchemaLocationAttr(const std::string& value)
+{
+    m_NoNamespaceSchemaLocationAttr.set(value);
+    return lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

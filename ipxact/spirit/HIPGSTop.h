@@ -97,7 +97,9 @@ class HIPGSWireTypeDef;
 class HIPGSWireTypeDefs;
 
 // Any document: the global element at its root is the chosen alternative, and writing writes that
-// element back as the document element. Choice id 100 means nothing is chosen.
+// element back as the document element. Choice id 100 means nothing is chosen. The schema-location
+// hints of a root held as a value (spirit:description, ...) are kept here; an element with an object
+// keeps its own.
 class HIPGSTop : public HIPGSChoiceContent {
 public:
     enum class e_enum_Initiative {
@@ -1011,6 +1013,18 @@ public:
     bool isSetAbstractor() const { return m_Abstractor.is_set(); }
     void unsetAbstractor();
 
+    // @xsi:schemaLocation, optional, where a validator finds the schemas
+    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
+    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+
+    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+
     // Makes one element the choice, creating it; the previous choice is destroyed.
     void select_ParameterAbstractionDefinition();
     void select_CoreExtensions();
@@ -1218,6 +1232,8 @@ protected:
     lmx60::ct_simple_single<std::string> m_Presence;  // spirit:presence, choice 97
     lmx60::ct_complex_single<HIPGSAbstractionDefinition> m_AbstractionDefinition;  // spirit:abstractionDefinition, choice 98
     lmx60::ct_complex_single<HIPGSAbstractorType> m_Abstractor;  // spirit:abstractor, choice 99
+    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
 
     static const MemberInfo s_members[];
 };

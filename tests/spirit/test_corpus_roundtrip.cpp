@@ -76,8 +76,9 @@ TEST(CorpusRoundTrip, SchemaValidDocumentsReadWriteAndReadBackEqual)
         ASSERT_EQ(result.write, lmx60::ELMX_OK) << result.where;
         ASSERT_EQ(result.reread, lmx60::ELMX_OK) << result.where;
         EXPECT_TRUE(result.equal);
-        if (validate)
+        if (validate) {
             EXPECT_EQ(corpus::schema_errors(result.output), "");
+        }
         ++checked;
     }
     EXPECT_GT(checked, 0);

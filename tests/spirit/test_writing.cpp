@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSpirit.h>
@@ -169,6 +170,41 @@ TEST(Documents, SchemaLocationHintsStayWhicheverClassReads)
     EXPECT_EQ(keeps_hint(HIPGSTop(), port), "");
     EXPECT_EQ(keeps_hint(HIPGSBaseAddress2(), baseAddress), "");
     EXPECT_EQ(keeps_hint(HIPGSTop(), baseAddress), "");
+}
+
+// Elements of a simple type are held by the root dispatcher as plain values; their hints are kept
+// by the dispatcher itself, and only for such a root.
+TEST(Documents, SchemaLocationHintsOfARootHeldAsAValueStayThroughTheDispatcher)
+{
+    const std::string xsi = " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"";
+    const std::string roots[][2] = {
+        {"spirit:description", "A &lt;small&gt; block"},
+        {"spirit:presence", "optional"},
+        {"spirit:volatile", "true"},
+        {"spirit:bitsInLau", "8"},
+    };
+    for (const auto& root : roots) {
+        for (const std::string& hint : {"xsi:schemaLocation=\"" + kSpirit + " index.xsd\"",
+                                       std::string("xsi:noNamespaceSchemaLocation=\"local.xsd\"")}) {
+            const std::string document = kDeclaration + "<" + root[0] + kNamespaces + xsi + " " + hint + ">" +
+                                         root[1] + "</" + root[0] + ">\n";
+            HIPGSTop top;
+            ASSERT_EQ(top.unmarshal(document.data(), document.size()), lmx60::ELMX_OK) << document;
+            EXPECT_EQ(written(top), document);
+        }
+    }
+
+    const std::string component = kDeclaration + "<spirit:component" + kNamespaces + xsi +
+                                  " xsi:noNamespaceSchemaLocation=\"c.xsd\"><spirit:vendor>v</spirit:vendor>"
+                                  "<spirit:library>l</spirit:library><spirit:name>c</spirit:name>"
+                                  "<spirit:version>1</spirit:version></spirit:component>\n";
+    HIPGSTop top;
+    top.setSchemaLocationAttr("left over");
+    ASSERT_EQ(top.unmarshal(component.data(), component.size()), lmx60::ELMX_OK);
+    EXPECT_FALSE(top.isSetSchemaLocationAttr());
+    EXPECT_FALSE(top.isSetNoNamespaceSchemaLocationAttr());
+    ASSERT_STREQ(top.getChosenElementId(), "spirit:component");
+    EXPECT_EQ(std::as_const(top).getComponent().getNoNamespaceSchemaLocationAttr(), "c.xsd");
 }
 
 TEST(Documents, AnElementWithoutANameFailsTheStreamInsteadOfCrashing)

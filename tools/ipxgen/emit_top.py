@@ -9,6 +9,7 @@ alternative, writing writes the chosen alternative as the document element.
 
 import cpp_types
 import emit_class
+from document_attributes import HINTS, hint_member
 from model import NS_SPIRIT, BoundClass, Member, qualified
 from template import render
 
@@ -49,7 +50,9 @@ namespace HIPGSpirit {
 $forward$
 
 // Any document: the global element at its root is the chosen alternative, and writing writes that
-// element back as the document element. Choice id $none$ means nothing is chosen.
+// element back as the document element. Choice id $none$ means nothing is chosen. The schema-location
+// hints of a root held as a value (spirit:description, ...) are kept here; an element with an object
+// keeps its own.
 class HIPGSTop : public HIPGSChoiceContent {
 public:
     $enums$
@@ -381,6 +384,9 @@ def top_class(model):
     held = {(m.ns_id, m.local_name) for m in members if m.value_type}
     if held != VALUE_HELD:
         raise TopError("value-held elements missing from the model: %s" % sorted(VALUE_HELD - held))
+    # After the alternatives, so that a choice id indexes the member rows: the hints of a document
+    # element held as a value, which has no object to keep them.
+    members += [hint_member(local) for local in HINTS]
     return BoundClass(name=CLASS_NAME, kind="document_root", ns_id=0, xml_name=None, element_id="vorlix",
                       content="choice", members=members, source=SOURCE)
 
@@ -397,7 +403,7 @@ class TopEmitter(emit_class.ClassEmitter):
 
     def with_selector_names(self, text):
         for m in self.members:
-            if self.selector(m) != "select_" + m.stem:
+            if m in self.content_members() and self.selector(m) != "select_" + m.stem:
                 text = text.replace("select_%s()" % m.stem, "%s()" % self.selector(m))
         return text
 
@@ -406,10 +412,10 @@ class TopEmitter(emit_class.ClassEmitter):
             HEADER,
             source=SOURCE,
             forward=self.forward_declarations(),
-            none=str(len(self.members)),
+            none=str(len(self.content_members())),
             enums="\n\n".join(self.enum_declaration(m) for m in self.members if m.enum_values),
             accessors="\n\n".join(self.accessors(m) for m in self.members),
-            selectors="\n".join("void %s();" % self.selector(m) for m in self.members),
+            selectors="\n".join("void %s();" % self.selector(m) for m in self.content_members()),
             fields="\n".join("%s %s;  // %s" % (cpp_types.holder(m), emit_class.field_name(m), m.particle)
                              for m in self.members),
             includes="\n".join("#include <ipxact/spirit/%s.h>" % c for c in self.member_classes()),
@@ -419,8 +425,8 @@ class TopEmitter(emit_class.ClassEmitter):
         return render(
             SOURCE_TEXT,
             source=SOURCE,
-            none=str(len(self.members)),
-            elem_events="\n".join(self.event_row(m) for m in self.members),
+            none=str(len(self.content_members())),
+            elem_events="\n".join(self.event_row(m) for m in self.content_members()),
             member_rows="\n".join(self.member_row(i, m) for i, m in enumerate(self.members)),
             member_count=str(len(self.members)),
             swaps="\n".join("%s.swap(other.%s);" % (emit_class.field_name(m), emit_class.field_name(m))
@@ -428,7 +434,7 @@ class TopEmitter(emit_class.ClassEmitter):
             equality=self.equality(),
             object_cases="\n".join(
                 "case %d:\n    return %s.get_ptr();" % (i, emit_class.field_name(m))
-                for i, m in enumerate(self.members) if m.class_name),
+                for i, m in enumerate(self.content_members()) if m.class_name),
             member_definitions="\n\n".join(self.with_selector_names(d)
                                            for m in self.members for d in self.member_definitions(m)),
         )

@@ -373,8 +373,11 @@ class CommandLine(unittest.TestCase):
         output = tempfile.NamedTemporaryFile(suffix=".json", delete=False)
         output.close()
         self.addCleanup(os.remove, output.name)
+        # The binding goes to a scratch tree: the repository's own generated files stay untouched.
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
         subprocess.run([sys.executable, os.path.join(GENERATOR, "ipxgen.py"), "--ieee", IEEE_DIR,
-                        "--vendor", vendor_dir, "--dump-model", output.name], check=True)
+                        "--vendor", vendor_dir, "--dump-model", output.name, "--out", scratch.name], check=True)
         with open(output.name, encoding="utf-8") as dumped:
             return dumped.read()
 

@@ -46,6 +46,8 @@ def generate(model):
 def committed_generated_files(root):
     found = set()
     directory = os.path.join(root, OUTPUT_DIR)
+    if not os.path.isdir(directory):
+        return found
     for name in os.listdir(directory):
         path = os.path.join(directory, name)
         if os.path.isfile(path):
@@ -65,6 +67,7 @@ def write(files, root):
             with open(full, encoding="utf-8") as f:
                 if f.read() == text:
                     continue
+        os.makedirs(os.path.dirname(full), exist_ok=True)
         with open(full, "w", encoding="utf-8") as f:
             f.write(text)
 

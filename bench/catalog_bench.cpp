@@ -72,7 +72,7 @@ int main(int argc, char** argv)
         }
     std::sort(files.begin(), files.end());
     unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-    std::printf("%zu documents, %.1f MB, %u cores\n", files.size(), bytes / 1e6, cores);
+    std::printf("%zu documents, %.1f MB, %u cores\n", files.size(), static_cast<double>(bytes) / 1e6, cores);
     std::printf("%-6s %7s %10s %12s %8s %12s\n", "what", "threads", "seconds", "documents/s", "MB/s", "/ read");
 
     for (unsigned threads : {1u, cores}) {
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
             dangling = catalog.dangling().size();
         }
         auto line = [&](const char* what, double s) {
-            std::printf("%-6s %7u %10.3f %12.0f %8.1f %12.3f\n", what, threads, s, files.size() / s, bytes / 1e6 / s,
+            std::printf("%-6s %7u %10.3f %12.0f %8.1f %12.3f\n", what, threads, s, static_cast<double>(files.size()) / s, static_cast<double>(bytes) / 1e6 / s,
                         s / read);
         };
         line("read", read);

@@ -222,7 +222,7 @@ int main(int argc, char** argv)
             return 1;
         }
         std::printf("mode=%s bytes=%lld seconds=%.6f mb_per_s=%.1f elements=%llu touched=%llu peak_rss_kb=%ld\n",
-                    mode, bytes, seconds, bytes / seconds / 1e6, result.elements, result.touched,
+                    mode, bytes, seconds, static_cast<double>(bytes) / seconds / 1e6, result.elements, result.touched,
                     bench::peak_rss_kb());
         std::fflush(stdout);
     }

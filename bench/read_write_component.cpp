@@ -57,7 +57,7 @@ int measure_reads(const char* path, long long bytes, int repeat)
         double destroySeconds = bench::seconds_since(start);
         std::printf("mode=read bytes=%lld seconds=%.6f mb_per_s=%.1f destroy_seconds=%.6f rss_before_kb=%ld "
                     "rss_after_kb=%ld peak_rss_kb=%ld\n",
-                    bytes, seconds, bytes / seconds / 1e6, destroySeconds, rssBefore, rssAfter, peak);
+                    bytes, seconds, static_cast<double>(bytes) / seconds / 1e6, destroySeconds, rssBefore, rssAfter, peak);
         std::fflush(stdout);
     }
     return 0;
@@ -80,7 +80,7 @@ int measure_writes(const char* path, const char* out, long long bytes, int repea
         }
         long long written = bench::file_size(out);
         std::printf("mode=write bytes=%lld seconds=%.6f mb_per_s=%.1f written_bytes=%lld peak_rss_kb=%ld\n", bytes,
-                    seconds, written / seconds / 1e6, written, bench::peak_rss_kb());
+                    seconds, static_cast<double>(written) / seconds / 1e6, written, bench::peak_rss_kb());
         std::fflush(stdout);
     }
     return 0;

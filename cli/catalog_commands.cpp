@@ -163,7 +163,7 @@ int run_catalog_summary(const catalog_options& options, std::ostream& out)
 
     const std::vector<const Document*>& documents = catalog.documents();
     std::ostringstream size;
-    size << std::fixed << std::setprecision(1) << catalog.bytes_loaded() / 1e6;
+    size << std::fixed << std::setprecision(1) << static_cast<double>(catalog.bytes_loaded()) / 1e6;
     std::ostringstream time;
     time << std::fixed << std::setprecision(2) << seconds;
     out << "catalog: " << plural(documents.size(), "document", "documents") << " (" << size.str() << " MB) in "

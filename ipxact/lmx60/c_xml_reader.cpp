@@ -408,27 +408,27 @@ void c_xml_reader::drop_consumed_tokens()
     size_t declarationsEnd = 0;
     // Everything kept lies after everything dropped, in the same order, so moving it forward is safe.
     for (size_t i = m_next; i < m_tokens.size(); ++i) {
-        token_record token = m_tokens[i];
-        if (token.kind == token_kind::start) {
-            for (size_t a = 0; a < token.count; ++a) {
-                attribute_record attribute = m_attributes[token.first + a];
+        token_record record = m_tokens[i];
+        if (record.kind == token_kind::start) {
+            for (size_t a = 0; a < record.count; ++a) {
+                attribute_record attribute = m_attributes[record.first + a];
                 std::memmove(&m_arena[arenaEnd], &m_arena[attribute.value_offset], attribute.value_length + 1);
                 attribute.value_offset = arenaEnd;
                 arenaEnd += attribute.value_length + 1;
                 m_attributes[attributesEnd + a] = attribute;
             }
-            token.first = attributesEnd;
-            attributesEnd += token.count;
-            for (size_t d = 0; d < token.ns_count; ++d)
-                m_declarations[declarationsEnd + d] = m_declarations[token.first_ns + d];
-            token.first_ns = declarationsEnd;
-            declarationsEnd += token.ns_count;
+            record.first = attributesEnd;
+            attributesEnd += record.count;
+            for (size_t d = 0; d < record.ns_count; ++d)
+                m_declarations[declarationsEnd + d] = m_declarations[record.first_ns + d];
+            record.first_ns = declarationsEnd;
+            declarationsEnd += record.ns_count;
         } else {
-            std::memmove(&m_arena[arenaEnd], &m_arena[token.first], token.count);
-            token.first = arenaEnd;
-            arenaEnd += token.count;
+            std::memmove(&m_arena[arenaEnd], &m_arena[record.first], record.count);
+            record.first = arenaEnd;
+            arenaEnd += record.count;
         }
-        m_tokens[i - m_next] = token;
+        m_tokens[i - m_next] = record;
     }
     m_tokens.resize(m_tokens.size() - m_next);
     m_arena.resize(arenaEnd);
@@ -439,14 +439,14 @@ void c_xml_reader::drop_consumed_tokens()
 
 void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_t length)
 {
-    token_record token{};
-    token.kind = kind;
-    token.line = line;
-    token.first = m_arena.size();
-    token.count = length;
-    token.offset = parser_offset();
+    token_record record{};
+    record.kind = kind;
+    record.line = line;
+    record.first = m_arena.size();
+    record.count = length;
+    record.offset = parser_offset();
     m_arena.append(text, length);
-    m_tokens.push_back(token);
+    m_tokens.push_back(record);
     m_text_open = false;
 }
 
@@ -523,42 +523,42 @@ void c_xml_reader::push_start(const char* local, const char* prefix, const char*
         refuse_beyond_limit("Excessive depth in document: 256 use XML_PARSE_HUGE option");
         return;
     }
-    token_record token{};
-    token.kind = token_kind::start;
-    token.line = line;
-    token.offset = parser_offset();
-    token.local = local;
-    token.prefix = prefix;
-    token.first_ns = m_declarations.size();
-    token.ns_count = static_cast<size_t>(nbNamespaces);
+    token_record record{};
+    record.kind = token_kind::start;
+    record.line = line;
+    record.offset = parser_offset();
+    record.local = local;
+    record.prefix = prefix;
+    record.first_ns = m_declarations.size();
+    record.ns_count = static_cast<size_t>(nbNamespaces);
     for (int i = 0; i < nbNamespaces; ++i)
         m_declarations.push_back({namespaces[2 * i], namespaces[2 * i + 1] ? declared_uri(namespaces[2 * i + 1]) : ""});
-    token.uri = resolved_uri(uri);
-    token.first = m_attributes.size();
-    token.count = static_cast<size_t>(nbAttributes);
+    record.uri = resolved_uri(uri);
+    record.first = m_attributes.size();
+    record.count = static_cast<size_t>(nbAttributes);
     for (int i = 0; i < nbAttributes; ++i) {
         const char** attribute = attributes + 5 * i;
-        attribute_record record{attribute[0], attribute[1], resolved_uri(attribute[2]), m_arena.size(), 0};
+        attribute_record stored{attribute[0], attribute[1], resolved_uri(attribute[2]), m_arena.size(), 0};
         append_attribute_value(attribute[3], static_cast<size_t>(attribute[4] - attribute[3]));
-        record.value_length = m_arena.size() - record.value_offset;
+        stored.value_length = m_arena.size() - stored.value_offset;
         m_arena.push_back('\0');
-        m_attributes.push_back(record);
+        m_attributes.push_back(stored);
     }
-    m_tokens.push_back(token);
+    m_tokens.push_back(record);
     m_text_open = false;
     m_open_lines.push_back(line);
 }
 
 void c_xml_reader::push_end()
 {
-    token_record token{};
-    token.kind = token_kind::end;
-    token.line = m_open_lines.empty() ? parser_line() : m_open_lines.back();
-    token.offset = parser_offset();
+    token_record record{};
+    record.kind = token_kind::end;
+    record.line = m_open_lines.empty() ? parser_line() : m_open_lines.back();
+    record.offset = parser_offset();
     if (!m_open_lines.empty())
         m_open_lines.pop_back();
     m_root_closed = m_open_lines.empty();
-    m_tokens.push_back(token);
+    m_tokens.push_back(record);
     m_text_open = false;
 }
 
@@ -616,15 +616,15 @@ const c_xml_reader::token_record* c_xml_reader::take_token()
         m_tokens.back().offset >= end_of_look_ahead_piece(m_tokens[m_next + 1].offset);
     if (m_pending_fault.code != 0 || !parsedPastHorizon)
         stop_at_fault_ahead();
-    const token_record& token = m_tokens[m_next++];
-    m_current_kind = token.kind;
-    m_current_line = token.line;
-    switch (token.kind) {
+    const token_record& record = m_tokens[m_next++];
+    m_current_kind = record.kind;
+    m_current_line = record.line;
+    switch (record.kind) {
     case token_kind::start:
         m_scope_marks.push_back(m_scope.size());
-        if (token.ns_count > 0)
-            m_scope.insert(m_scope.end(), m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns),
-                           m_declarations.begin() + static_cast<ptrdiff_t>(token.first_ns + token.ns_count));
+        if (record.ns_count > 0)
+            m_scope.insert(m_scope.end(), m_declarations.begin() + static_cast<ptrdiff_t>(record.first_ns),
+                           m_declarations.begin() + static_cast<ptrdiff_t>(record.first_ns + record.ns_count));
         break;
     case token_kind::end:
         m_leave_scope = !m_scope_marks.empty();
@@ -636,7 +636,7 @@ const c_xml_reader::token_record* c_xml_reader::take_token()
     default:
         break;
     }
-    return &token;
+    return &record;
 }
 
 // A fault just ahead wins over the token about to be taken, as with the text reader: a document broken
@@ -705,30 +705,30 @@ void c_xml_reader::skip_to_next_token()
 {
     ++m_token_count;
     for (;;) {
-        const token_record* token = take_token();
-        if (!token) {
+        const token_record* record = take_token();
+        if (!record) {
             m_token = tok_eof;
             return;
         }
-        switch (token->kind) {
+        switch (record->kind) {
         case token_kind::start:
             m_token = tok_start;
-            take_element(*token);
+            take_element(*record);
             return;
         case token_kind::end:
             m_token = tok_end;
             return;
         case token_kind::text:
-            if (!is_blank(arena_text(token->first), token->count)) {
+            if (!is_blank(arena_text(record->first), record->count)) {
                 m_token = tok_start;  // report at the element that holds the text
                 capture_error(ELMX_UNEXPECTED_TEXT, m_item, __FILE__, __LINE__);
             }
             break;
         case token_kind::reference:
-            refuse_entity_reference(token->line);
+            refuse_entity_reference(record->line);
             break;
         case token_kind::doctype:
-            refuse_external_subset(*token);
+            refuse_external_subset(*record);
             break;
         default:
             break;  // comments and processing instructions
@@ -902,24 +902,24 @@ void c_xml_reader::read_text(std::string* text)
         return;
     }
     for (;;) {
-        const token_record* token = take_token();
-        if (!token)
+        const token_record* record = take_token();
+        if (!record)
             fail_from_parser();
-        switch (token->kind) {
+        switch (record->kind) {
         case token_kind::text:
-            text->append(arena_text(token->first), token->count);
+            text->append(arena_text(record->first), record->count);
             break;
         case token_kind::end:
             m_token = tok_end;
             return;
         case token_kind::start:
             m_token = tok_start;
-            take_element(*token);
+            take_element(*record);
             capture_error(ELMX_UNEXPECTED_ELEMENT, element_qname(), __FILE__, __LINE__);
             skip_element();
             break;
         case token_kind::reference:
-            refuse_entity_reference(token->line);
+            refuse_entity_reference(record->line);
             break;
         default:
             break;
@@ -935,12 +935,12 @@ void c_xml_reader::skip_element()
         return;
     }
     for (size_t depth = 1; depth > 0;) {
-        const token_record* token = take_token();
-        if (!token)
+        const token_record* record = take_token();
+        if (!record)
             fail_from_parser();
-        if (token->kind == token_kind::start)
+        if (record->kind == token_kind::start)
             ++depth;
-        else if (token->kind == token_kind::end)
+        else if (record->kind == token_kind::end)
             --depth;
     }
     m_token = tok_end;
@@ -1014,10 +1014,10 @@ void c_xml_reader::capture_element(c_any_info* out)
     std::vector<std::pair<const char*, const char*>> open{{root.prefix, root.local}};
     bool tagOpen = true;
     while (!open.empty()) {
-        const token_record* token = take_token();
-        if (!token)
+        const token_record* record = take_token();
+        if (!record)
             fail_from_parser();
-        if (token->kind == token_kind::end) {
+        if (record->kind == token_kind::end) {
             if (tagOpen) {
                 xml += "/>";
             } else {
@@ -1033,19 +1033,19 @@ void c_xml_reader::capture_element(c_any_info* out)
             xml += '>';
             tagOpen = false;
         }
-        switch (token->kind) {
+        switch (record->kind) {
         case token_kind::start:
-            write_start_tag(*token, &xml, &added, rootMark);
-            open.emplace_back(token->prefix, token->local);
+            write_start_tag(*record, &xml, &added, rootMark);
+            open.emplace_back(record->prefix, record->local);
             tagOpen = true;
             break;
         case token_kind::text:
-            append_xml_escaped(xml, arena_text(token->first), token->count, false);
+            append_xml_escaped(xml, arena_text(record->first), record->count, false);
             break;
         case token_kind::reference:
         case token_kind::comment:
         case token_kind::instruction:
-            xml.append(arena_text(token->first), token->count);
+            xml.append(arena_text(record->first), record->count);
             break;
         default:
             break;

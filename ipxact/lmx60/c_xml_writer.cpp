@@ -176,12 +176,14 @@ void c_xml_writer::conditionally_write_ns_attrs(bool declareNested)
 
 void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
 {
-    for (auto it = m_ns_scope.rbegin(); it != m_ns_scope.rend(); ++it)
-        if (it->first == prefix)
+    // The innermost binding of the prefix decides: the same URI is in scope, another one is overridden.
+    for (auto it = m_ns_scope.rbegin(); it != m_ns_scope.rend(); ++it) {
+        if (it->first == prefix) {
             if (it->second == uri)
                 return;
-            else
-                break;
+            break;
+        }
+    }
     m_ns_scope.emplace_back(prefix, uri);
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;

@@ -224,7 +224,7 @@ TEST_P(DesignRule, ReportsTheFaultAtItsElementAndKeepsQuietOnceMended)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rules, DesignRule, testing::ValuesIn(cases()),
-                         [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+                         [](const testing::TestParamInfo<Case>& test) { return std::string(test.param.name); });
 
 TEST(DesignRulesWithoutTheComponents, CheckNothingTheyCannotSee)
 {

@@ -207,7 +207,7 @@ TEST_P(FileRule, ReportsTheFaultAtItsElementAndKeepsQuietOnceMended)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rules, FileRule, testing::ValuesIn(cases()),
-                         [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+                         [](const testing::TestParamInfo<Case>& test) { return std::string(test.param.name); });
 
 TEST(EnvironmentIdentifiers, AcceptAnEmptyOrWildcardLanguageAFileTypeOrItsLanguage)
 {

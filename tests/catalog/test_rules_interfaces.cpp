@@ -187,7 +187,7 @@ TEST_P(InterfaceRule, ReportsTheFaultAtItsElementAndKeepsQuietOnceMended)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rules, InterfaceRule, testing::ValuesIn(cases()),
-                         [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+                         [](const testing::TestParamInfo<Case>& test) { return std::string(test.param.name); });
 
 TEST(InterfaceRulesWithoutTheAbstraction, SayWhatWasNotCheckedInsteadOfGuessing)
 {

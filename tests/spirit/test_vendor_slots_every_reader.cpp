@@ -210,6 +210,6 @@ TEST_P(TypedSlotWhicheverClassReads, FillsTheSlotAndWritesTheSameText)
 }
 
 INSTANTIATE_TEST_SUITE_P(EverySlotElement, TypedSlotWhicheverClassReads, ::testing::ValuesIn(cases()),
-                         [](const ::testing::TestParamInfo<slot_case>& info) { return std::string(info.param.slot); });
+                         [](const ::testing::TestParamInfo<slot_case>& test) { return std::string(test.param.slot); });
 
 }  // namespace

@@ -4,6 +4,10 @@
 #
 #   fuzz/run.sh [SECONDS]          build dir: build-fuzz/ (FUZZ_BUILD_DIR overrides it)
 #
+# FUZZ_BUILD_TESTS=ON configures the test suite into the same build, so that one instrumented build
+# serves the suite under the sanitizers and the fuzz targets (CI does so). Targets run FUZZ_JOBS at a
+# time (default 2): libFuzzer keeps one core busy per target.
+#
 # Seeds are copied at run time into the build dir: the tests' documents, the example, the regression
 # inputs, when present the shared corpus of real documents, and random schema-valid documents of every
 # global element of both schemas from tools/ipxgen/instance_gen.py (FUZZ_GENERATED_PER_ELEMENT of
@@ -22,7 +26,7 @@ mkdir -p "$build"
 cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
   -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link \
-  -DIPXACT_SANITIZE=ON -DIPXACT_FUZZ=ON -DIPXACT_BUILD_TESTS=OFF >"$build/configure.log" 2>&1 ||
+  -DIPXACT_SANITIZE=ON -DIPXACT_FUZZ=ON -DIPXACT_BUILD_TESTS="${FUZZ_BUILD_TESTS:-OFF}" >"$build/configure.log" 2>&1 ||
   { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" -j2 --target "${targets[@]}" >"$build/build.log" 2>&1 ||
   { tail -n 60 "$build/build.log"; exit 1; }
@@ -80,29 +84,45 @@ PYTHON
        "and $(ls "$values" | grep -c '^generated') values from them"
 fi
 
-status=0
-for target in "${targets[@]}"; do
-  corpus=$build/corpus/$target
+fuzz_target() {
+  local target=$1 corpus=$build/corpus/$1 seeds=$documents log=$build/logs/$1.log
   mkdir -p "$corpus"
-  options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
-           -artifact_prefix="$build/artifacts/$target-")
+  local options=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
+                 -artifact_prefix="$build/artifacts/$target-")
   if [ "$target" = fuzz_values ]; then
     seeds=$values
   else
-    seeds=$documents
     options+=(-dict="$repo/fuzz/ipxact.dict")
   fi
-  log=$build/logs/$target.log
-  if "$build/fuzz/$target" "${options[@]}" "$corpus" "$seeds" >"$log" 2>&1; then
-    result=ok
-  else
-    result=FAILED
-    status=1
-    tail -n 40 "$log"
-  fi
+  "$build/fuzz/$target" "${options[@]}" "$corpus" "$seeds" >"$log" 2>&1
+}
+
+report() {
+  local target=$1 result=$2 log=$build/logs/$1.log
+  [ "$result" = ok ] || tail -n 40 "$log"
+  local runs rate
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
   rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -n 1)
-  echo "fuzz: $target: $result, ${runs:-?} executions in ${seconds} s (${rate:-?}/s), corpus $(ls "$corpus" | wc -l) inputs"
+  echo "fuzz: $target: $result, ${runs:-?} executions in ${seconds} s (${rate:-?}/s), corpus $(ls "$build/corpus/$target" | wc -l) inputs"
+}
+
+status=0
+jobs=${FUZZ_JOBS:-2}
+for ((first = 0; first < ${#targets[@]}; first += jobs)); do
+  batch=("${targets[@]:first:jobs}")
+  pids=()
+  for target in "${batch[@]}"; do
+    fuzz_target "$target" &
+    pids+=($!)
+  done
+  for i in "${!batch[@]}"; do
+    if wait "${pids[$i]}"; then
+      report "${batch[$i]}" ok
+    else
+      report "${batch[$i]}" FAILED
+      status=1
+    fi
+  done
 done
 if [ $status -ne 0 ]; then
   echo "fuzz: inputs that failed are in $build/artifacts/:" >&2

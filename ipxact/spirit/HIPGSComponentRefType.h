@@ -26,15 +26,15 @@ public:
     void init();
     bool isOccursOk() const;
 
-    virtual HIPGSComponentRefType* clone() const;
+    HIPGSComponentRefType* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
     const char* getElementId() const override;
     const ClassInfo* getClassInfo() const override { return &s_class_info; }
     static const int id = 3;
-    virtual int getid() const { return id; }
-    virtual bool has_id(const char* typeName) const;
+    int getid() const override { return id; }
+    bool has_id(const char* typeName) const override;
     bool iseq(const HIPGSLibraryRefType* other) const { return other && other->getid() == getid(); }
     using HIPGSBase::marshal;
     using HIPGSBase::unmarshal;

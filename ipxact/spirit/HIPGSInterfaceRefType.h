@@ -34,15 +34,15 @@ public:
     void init();
     bool isOccursOk() const;
 
-    virtual HIPGSInterfaceRefType* clone() const;
+    HIPGSInterfaceRefType* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
     const char* getElementId() const override;
     const ClassInfo* getClassInfo() const override { return &s_class_info; }
     static const int id = 8;
-    virtual int getid() const { return id; }
-    virtual bool has_id(const char* typeName) const;
+    int getid() const override { return id; }
+    bool has_id(const char* typeName) const override;
     bool iseq(const HIPGSVlnvRegExpType* other) const { return other && other->getid() == getid(); }
     using HIPGSBase::marshal;
     using HIPGSBase::unmarshal;

@@ -40,7 +40,7 @@ public:
     void init();
     bool isOccursOk() const;
 
-    virtual $name$* clone() const;
+    $clone_declaration$
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -294,8 +294,8 @@ bool $name$::unmarshal(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 
 FAMILY_DECLARATIONS = """\
 static const int id = $type_id$;
-virtual int getid() const { return id; }
-virtual bool has_id(const char* typeName) const;
+$getid_declaration$
+$has_id_declaration$
 bool iseq(const $root$* other) const { return other && other->getid() == getid(); }"""
 
 FAMILY_DEFINITION = """\
@@ -345,6 +345,7 @@ class ClassEmitter:
             base=self.base_class(),
             enums="\n\n".join(self.enum_declaration(m) for m in self.members if m.enum_values),
             document_constructors=self.render_for_documents(DOCUMENT_DECLARATIONS),
+            clone_declaration=self.virtual_declaration("%s* clone() const" % b.name, ";"),
             family=self.family_declarations(),
             document_entries=self.render_for_documents(DOCUMENT_ENTRY_DECLARATIONS),
             compositor_entries=COMPOSITOR_DECLARATIONS if self.is_in_place_class() else "",
@@ -406,7 +407,15 @@ class ClassEmitter:
     def family_declarations(self):
         if not self.in_family():
             return ""
-        return render(FAMILY_DECLARATIONS, type_id=str(self.type_ids[self.bound.name]), root=self.family_root())
+        return render(FAMILY_DECLARATIONS, type_id=str(self.type_ids[self.bound.name]), root=self.family_root(),
+                      getid_declaration=self.virtual_declaration("int getid() const", " { return id; }"),
+                      has_id_declaration=self.virtual_declaration("bool has_id(const char* typeName) const", ";"))
+
+    def virtual_declaration(self, signature, body):
+        """A virtual function as the root of its family declares it, or as a derived class overrides it."""
+        if self.bound.base_class:
+            return "%s override%s" % (signature, body)
+        return "virtual %s%s" % (signature, body)
 
     def enum_declaration(self, m):
         enumerators = ["e_unlisted = 0"] + [

@@ -10,7 +10,7 @@
 #
 # Seeds are copied at run time into the build dir: the tests' documents, the example, the regression
 # inputs, when present the shared corpus of real documents, and random schema-valid documents of every
-# global element of both schemas from tools/ipxgen/instance_gen.py (FUZZ_GENERATED_PER_ELEMENT of
+# global element of both schemas from tools/instancegen/instance_gen.py (FUZZ_GENERATED_PER_ELEMENT of
 # each, default 3; the value target gets the numbers, dates and booleans written in them, edge forms
 # included). Inputs that grow coverage stay in
 # <build>/corpus/<target>/ between runs. A crash, leak, timeout or round-trip mismatch fails the run
@@ -57,7 +57,7 @@ elif [ ! -d "$shared_schema" ]; then
   echo "fuzz: $shared_schema not found; no generated documents among the seeds" >&2
 else
   generated=$build/seeds/generated
-  python3 tools/ipxgen/instance_gen.py --all --count "${FUZZ_GENERATED_PER_ELEMENT:-3}" --out-dir "$generated" \
+  python3 tools/instancegen/instance_gen.py --all --count "${FUZZ_GENERATED_PER_ELEMENT:-3}" --out-dir "$generated" \
     --ieee "$shared_schema" >"$build/logs/generate.log" 2>&1 || { cat "$build/logs/generate.log"; exit 1; }
   for file in "$generated"/*.xml; do
     cp "$file" "$documents/generated-$(basename "$file")"

@@ -98,7 +98,7 @@ TEST(CliOnEveryDocument, RandomDocumentsOfEveryGlobalElementPassEveryCommand)
     roundtrip::scratch_directory scratch;
     const std::string directory = scratch.path() + "/documents";
     const std::string log = scratch.path() + "/generator.log";
-    std::string generate = "python3 " + roundtrip::quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/ipxgen/instance_gen.py") +
+    std::string generate = "python3 " + roundtrip::quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/instancegen/instance_gen.py") +
                            " --all --count " + std::to_string(kDocumentsPerElement) + " --out-dir " +
                            roundtrip::quoted(directory) + " --ieee " +
                            roundtrip::quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +

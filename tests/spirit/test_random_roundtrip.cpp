@@ -1,4 +1,4 @@
-// Random documents drawn from the two schemas by tools/ipxgen/instance_gen.py, for every global
+// Random documents drawn from the two schemas by tools/instancegen/instance_gen.py, for every global
 // element: each is schema-valid, reads through the root dispatcher, writes back schema-valid, and
 // reads back equal to what was first read. IPXACT_RANDOM_COUNT sets the documents per element
 // (default 50) and IPXACT_RANDOM_FIRST_SEED the first seed (default 1) for longer or other runs.
@@ -51,7 +51,7 @@ const char* const kGlobalElements[] = {
 
 std::string generator_script()
 {
-    return std::string(IPXACT_SOURCE_DIR) + "/tools/ipxgen/instance_gen.py";
+    return std::string(IPXACT_SOURCE_DIR) + "/tools/instancegen/instance_gen.py";
 }
 
 std::string ieee_schema()

@@ -305,6 +305,307 @@ bool $name$::has_id(const char* typeName) const
 }"""
 
 
+# ---- small pieces: every line of C++ the emitter writes comes from a template ----
+
+INCLUDE = "#include <ipxact/spirit/$header$.h>"
+FORWARD = "class $name$;"
+CHOICE_BASE_INIT = " : HIPGSChoiceContent($count$)"
+FIELD = "$holder$ $field$;  // $particle$"
+SWAP = "$field$.swap(other.$field$);"
+BASE_SWAP = "$base$::swap(other);"
+CHOICE_SWAP = "std::swap(m_choice_id, other.m_choice_id);"
+ALL_SWAP = "m_read_order.swap(other.m_read_order);"
+NO_SWAP = "(void)other;"
+EQUAL_TERM = "$field$ == other.$field$"
+BASE_EQUAL_TERM = "$base$::operator==(other)"
+CHOICE_EQUAL_TERM = "m_choice_id == other.m_choice_id"
+EQUALITY_FIRST = "return $term$"
+EQUALITY_NEXT = "    && $term$"
+EQUALITY_END = "$line$;"
+ALWAYS_EQUAL = """\
+(void)other;
+return true;"""
+DEFAULT = "$field$.$store$($literal$);"
+EVENT_ROW = "{$ns_id$, $name$, $length$, $event$},"
+FIRST_SET = "static const int32_t $name$_first_events_$index$[] = {$events$0};"
+FIRST_EVENT = "$event$, "
+MEMBER_ROW = ("{$kind$, $ns_id$, $name$, $qname$, $event$, $min$, $max$, $first_set$, "
+              "ops<&$owner$::$field$>(), $checks$$default$},")
+FIRST_SET_NAME = "$name$_first_events_$index$"
+DEFAULT_TEXT = ", $text$"
+DERIVED_ROW = "{$ns_id$, $local$, [] () -> HIPGSBase* { return new $derived$(); }},"
+DERIVED_END = "{0, nullptr, nullptr},"
+DERIVED_TABLE = """\
+static const DerivedType $name$_derived_types[] = {
+    $rows$
+};"""
+DERIVED_TABLE_NAME = "$name$_derived_types"
+
+ENUM_DECLARATION = """\
+enum class $enum_type$ {
+    $enumerators$
+};"""
+ENUMERATOR = "$identifier$ = $number$"
+ENUMERATOR_SEPARATOR = "$enumerator$,"
+
+CHOICE_DECLARATIONS = """\
+// Makes one alternative current, creating it; the others are destroyed.
+$selects$
+void release_choice();"""
+SELECT_DECLARATION = "void select_$stem$();"
+SELECT_CALL = "select_$stem$();"
+SELECT_BEFORE_SET = "select_$stem$(); "
+
+WILDCARD_ACCESSORS = """\
+// $particle$
+size_t size$stem$() const { return $field$.size(); }
+const $item$& get$stem$(size_t index) const { return $field$.get(index); }
+$item$& get$stem$(size_t index) { return $field$.get(index); }
+void append$stem$(const $item$& item) { $field$.append(item); }
+void insert$stem$(size_t index, const $item$& item) { $field$.insert(index, item); }
+void delete$stem$(size_t index) { $field$.erase(index); }
+void clear$stem$() { $field$.clear(); }"""
+
+EMPTY_ACCESSORS = """\
+// $particle$
+bool isSet$stem$() const { return $field$.is_set(); }
+void set$stem$() { $select$$field$.set(); }
+void unset$stem$() { $field$.unset(); }"""
+
+LIST_ACCESSORS = """\
+// $particle$
+size_t size$stem$() const { return $field$.size(); }
+const $type$& get$stem$(size_t index) const { return $field$.get(index); }
+const std::vector<$type$>& get$stem$() const { return $field$.items(); }
+void append$stem$(const $type$& value) { $field$.append(value); }
+void delete$stem$(size_t index) { $field$.erase(index); }
+void clear$stem$() { $field$.clear(); }
+$presence$"""
+
+LIST_PRESENCE_ACCESSORS = """\
+bool isSet$stem$() const { return $field$.is_set(); }
+void setPresent$stem$() { $field$.set_present(); }
+void unset$stem$() { $field$.unset(); }"""
+
+REPEATED_VALUE_ACCESSORS = """\
+// $particle$
+size_t size$stem$() const { return $field$.size(); }
+const $type$& get$stem$(size_t index) const { return $field$.get(index); }
+lmx60::elmx_error append$stem$(const $type$& value);
+lmx60::elmx_error insert$stem$(size_t index, const $type$& value);
+lmx60::elmx_error set$stem$(size_t index, const $type$& value);
+void delete$stem$(size_t index) { $field$.erase(index); }
+void clear$stem$() { $field$.clear(); }
+$enum$"""
+
+REPEATED_ENUM_ACCESSORS = """\
+$enum_type$ getEnum$stem$(size_t index) const;
+bool setEnum$stem$(size_t index, $enum_type$ value);"""
+
+VALUE_ACCESSORS = """\
+// $particle$
+const $type$& get$stem$() const { return $field$.get(); }
+lmx60::elmx_error set$stem$(const $type$& value);
+$presence$
+$enum$"""
+
+VALUE_PRESENCE_ACCESSORS = """\
+bool isSet$stem$() const { return $field$.is_set(); }
+void unset$stem$() { $field$.unset(); }"""
+
+ENUM_ACCESSORS = """\
+$enum_type$ getEnum$stem$() const;
+bool setEnum$stem$($enum_type$ value);"""
+
+REPEATED_CHILD_ACCESSORS = """\
+// $particle$
+size_t size$stem$() const { return $field$.size(); }
+const $child$& get$stem$(size_t index) const;
+$child$& get$stem$(size_t index);
+$child$& append$stem$();
+$child$& append$stem$($child$* item);
+$child$& insert$stem$(size_t index);
+$child$& insert$stem$(size_t index, $child$* item);
+void assign$stem$(size_t index, const $child$& value);
+$child$& assign$stem$(size_t index, $child$* item);
+$child$& back$stem$();
+void delete$stem$(size_t index);
+void clear$stem$();"""
+
+CHILD_ACCESSORS = """\
+// $particle$
+const $child$& get$stem$() const;
+$child$& get$stem$();
+void assign$stem$(const $child$& value);
+// Takes ownership of `child`; null hands the current child to the caller.
+$child$* assign$stem$($child$* child);
+bool isSet$stem$() const { return $field$.is_set(); }
+void unset$stem$();"""
+
+SELECT_DEFINITION = """\
+void $name$::select_$stem$()
+{
+    select_alternative(*this, s_class_info, $index$);
+}"""
+
+RELEASE_CHOICE_DEFINITION = """\
+void $name$::release_choice()
+{
+    release_alternatives(*this, s_class_info);
+}"""
+
+# A setter's check of a value: the validator reads text, so other values are formatted first.
+TEXT_CHECK = """\
+if (lmx60::elmx_error error = $validator$(value, $item$))
+    return error;"""
+
+FORMATTED_CHECK = """\
+std::string text;
+detail::format_value(value, text);
+if (lmx60::elmx_error error = $validator$(text, $item$))
+    return error;"""
+
+REPEATED_VALUE_DEFINITIONS = """\
+lmx60::elmx_error $name$::append$stem$(const $type$& value)
+{
+    $check$
+    $field$.append(value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error $name$::insert$stem$(size_t index, const $type$& value)
+{
+    $check$
+    $field$.insert(index, value);
+    return lmx60::ELMX_OK;
+}
+
+lmx60::elmx_error $name$::set$stem$(size_t index, const $type$& value)
+{
+    $check$
+    $field$.get(index) = value;
+    return lmx60::ELMX_OK;
+}"""
+
+VALUE_DEFINITION = """\
+lmx60::elmx_error $name$::set$stem$(const $type$& value)
+{
+    $guard$
+    $field$.set(value);
+    return lmx60::ELMX_OK;
+}"""
+
+ENUM_DEFINITIONS = """\
+static const char* const $table$[] = {$values$, nullptr};
+
+$name$::$enum_type$ $name$::getEnum$stem$($parameter$) const
+{
+    return static_cast<$enum_type$>(enum_number($table$, $stored$));
+}
+
+bool $name$::setEnum$stem$($parameter$$separator$$enum_type$ value)
+{
+    const char* text = enum_text($table$, static_cast<int>(value));
+    return text && set$stem$($argument$text) == lmx60::ELMX_OK;
+}"""
+ENUM_TABLE = "$name$_$field$_values"
+ENUM_INDEX_ARGUMENT = "index, "
+ENUM_REPEATED_STORED = "true, $field$.get(index)"
+ENUM_STORED = "$field$.is_set(), $field$.get()"
+
+REPEATED_CHILD_DEFINITIONS = """\
+const $child$& $name$::get$stem$(size_t index) const
+{
+    return $field$.get(index);
+}
+
+$child$& $name$::get$stem$(size_t index)
+{
+    return $field$.get(index);
+}
+
+$child$& $name$::append$stem$()
+{
+    $select$
+    return $field$.append();
+}
+
+$child$& $name$::append$stem$($child$* item)
+{
+    $select$
+    return $field$.append(item);
+}
+
+$child$& $name$::insert$stem$(size_t index)
+{
+    $select$
+    return $field$.insert(index);
+}
+
+$child$& $name$::insert$stem$(size_t index, $child$* item)
+{
+    $select$
+    return $field$.insert(index, item);
+}
+
+void $name$::assign$stem$(size_t index, const $child$& value)
+{
+    $field$.assign(index, value);
+}
+
+$child$& $name$::assign$stem$(size_t index, $child$* item)
+{
+    return $field$.assign(index, item);
+}
+
+$child$& $name$::back$stem$()
+{
+    $select$
+    return $field$.back();
+}
+
+void $name$::delete$stem$(size_t index)
+{
+    $field$.erase(index);
+}
+
+void $name$::clear$stem$()
+{
+    $field$.clear();
+}"""
+
+CHILD_DEFINITIONS = """\
+const $child$& $name$::get$stem$() const
+{
+    $assertion$
+    return $field$.get();
+}
+
+$child$& $name$::get$stem$()
+{
+    $select$
+    return $field$.get();
+}
+
+void $name$::assign$stem$(const $child$& value)
+{
+    $select$
+    $field$.assign(value);
+}
+
+$child$* $name$::assign$stem$($child$* child)
+{
+    $select$
+    return $field$.assign(child);
+}
+
+void $name$::unset$stem$()
+{
+    $field$.unset();
+}"""
+CHOICE_ASSERTION = "validationAssertion(m_choice_id == $index$, false);"
+
+
 def any_attribute_member():
     return Member(stem="any_attribute", kind="any_attribute", min_occurs=0, max_occurs=None,
                   particle="attributes of other namespaces")
@@ -316,6 +617,10 @@ def field_name(member):
 
 def guard(name):
     return name.upper()
+
+
+def include_lines(headers):
+    return "\n".join(render(INCLUDE, header=h) for h in headers)
 
 
 class ClassEmitter:
@@ -340,7 +645,7 @@ class ClassEmitter:
             source=b.source,
             guard=guard(b.name),
             forward=self.forward_declarations(),
-            base_include="#include <ipxact/spirit/%s.h>" % b.base_class if b.base_class else "",
+            base_include=include_lines([b.base_class] if b.base_class else []),
             name=b.name,
             base=self.base_class(),
             enums="\n\n".join(self.enum_declaration(m) for m in self.members if m.enum_values),
@@ -350,15 +655,15 @@ class ClassEmitter:
             document_entries=self.render_for_documents(DOCUMENT_ENTRY_DECLARATIONS),
             compositor_entries=COMPOSITOR_DECLARATIONS if self.is_in_place_class() else "",
             accessors="\n\n".join(self.accessors(m) for m in self.members),
-            choice_operations="\n".join(
-                ["// Makes one alternative current, creating it; the others are destroyed."]
-                + ["void select_%s();" % m.stem for m in self.content_members()]
-                + ["void release_choice();"]) if b.content == "choice" else "",
-            fields="\n".join(
-                "%s %s;  // %s" % (cpp_types.holder(m), field_name(m), m.particle) for m in self.members
-            ),
-            includes="\n".join("#include <ipxact/spirit/%s.h>" % c for c in self.member_classes()),
+            choice_operations=self.choice_declarations() if b.content == "choice" else "",
+            fields="\n".join(render(FIELD, holder=cpp_types.holder(m), field=field_name(m), particle=m.particle)
+                             for m in self.members),
+            includes=include_lines(self.member_classes()),
         )
+
+    def choice_declarations(self):
+        selects = "\n".join(render(SELECT_DECLARATION, stem=m.stem) for m in self.content_members())
+        return render(CHOICE_DECLARATIONS, selects=selects)
 
     def base_class(self):
         if self.bound.base_class:
@@ -371,7 +676,7 @@ class ClassEmitter:
 
     def base_init(self):
         if self.bound.base_class is None and self.bound.content == "choice":
-            return " : HIPGSChoiceContent(%d)" % self.alternative_count()
+            return render(CHOICE_BASE_INIT, count=str(self.alternative_count()))
         return ""
 
     def alternative_count(self):
@@ -393,7 +698,7 @@ class ClassEmitter:
         return sorted({m.class_name for m in self.members if m.class_name and m.value_type is None})
 
     def forward_declarations(self):
-        return "\n".join("class %s;" % c for c in self.member_classes())
+        return "\n".join(render(FORWARD, name=c) for c in self.member_classes())
 
     def family_root(self):
         bound = self.bound
@@ -418,111 +723,34 @@ class ClassEmitter:
         return "virtual %s%s" % (signature, body)
 
     def enum_declaration(self, m):
-        enumerators = ["e_unlisted = 0"] + [
-            "%s = %d" % (ident, i + 1) for i, ident in enumerate(m.enum_identifiers)
+        enumerators = [render(ENUMERATOR, identifier="e_unlisted", number="0")] + [
+            render(ENUMERATOR, identifier=ident, number=str(i + 1)) for i, ident in enumerate(m.enum_identifiers)
         ]
-        return "enum class %s {\n    %s\n};" % (m.enum_type, ",\n    ".join(enumerators))
+        separated = [render(ENUMERATOR_SEPARATOR, enumerator=e) for e in enumerators[:-1]] + enumerators[-1:]
+        return render(ENUM_DECLARATION, enum_type=m.enum_type, enumerators="\n".join(separated))
 
     def accessors(self, m):
-        s = m.stem
-        t = cpp_types.value_type(m) if m.value_type not in (None, "empty") else None
-        lines = ["// %s" % m.particle]
+        s, f = m.stem, field_name(m)
         if m.kind in ("any", "any_attribute"):
             item = "lmx60::c_any_info" if m.kind == "any" else "lmx60::c_any_attribute"
             stem = "any" if m.kind == "any" else "any_attribute"
-            lines += [
-                "size_t size%s() const { return %s.size(); }" % (stem, field_name(m)),
-                "const %s& get%s(size_t index) const { return %s.get(index); }" % (item, stem, field_name(m)),
-                "%s& get%s(size_t index) { return %s.get(index); }" % (item, stem, field_name(m)),
-                "void append%s(const %s& item) { %s.append(item); }" % (stem, item, field_name(m)),
-                "void insert%s(size_t index, const %s& item) { %s.insert(index, item); }" % (stem, item, field_name(m)),
-                "void delete%s(size_t index) { %s.erase(index); }" % (stem, field_name(m)),
-                "void clear%s() { %s.clear(); }" % (stem, field_name(m)),
-            ]
-            return "\n".join(lines)
-        f = field_name(m)
+            return render(WILDCARD_ACCESSORS, particle=m.particle, stem=stem, field=f, item=item)
         if m.value_type == "empty":
-            lines += [
-                "bool isSet%s() const { return %s.is_set(); }" % (s, f),
-                "void set%s() { %s%s.set(); }" % (s, self.selection(m) + " " if self.selection(m) else "", f),
-                "void unset%s() { %s.unset(); }" % (s, f),
-            ]
-            return "\n".join(lines)
-        if m.value_type is not None and cpp_types.is_list(m):
-            lines += [
-                "size_t size%s() const { return %s.size(); }" % (s, f),
-                "const %s& get%s(size_t index) const { return %s.get(index); }" % (t, s, f),
-                "const std::vector<%s>& get%s() const { return %s.items(); }" % (t, s, f),
-                "void append%s(const %s& value) { %s.append(value); }" % (s, t, f),
-                "void delete%s(size_t index) { %s.erase(index); }" % (s, f),
-                "void clear%s() { %s.clear(); }" % (s, f),
-            ]
-            if m.min_occurs == 0:
-                lines += [
-                    "bool isSet%s() const { return %s.is_set(); }" % (s, f),
-                    "void setPresent%s() { %s.set_present(); }" % (s, f),
-                    "void unset%s() { %s.unset(); }" % (s, f),
-                ]
-            return "\n".join(lines)
-        if m.value_type is not None and cpp_types.is_repeated(m):
-            lines += [
-                "size_t size%s() const { return %s.size(); }" % (s, f),
-                "const %s& get%s(size_t index) const { return %s.get(index); }" % (t, s, f),
-                "lmx60::elmx_error append%s(const %s& value);" % (s, t),
-                "lmx60::elmx_error insert%s(size_t index, const %s& value);" % (s, t),
-                "lmx60::elmx_error set%s(size_t index, const %s& value);" % (s, t),
-                "void delete%s(size_t index) { %s.erase(index); }" % (s, f),
-                "void clear%s() { %s.clear(); }" % (s, f),
-            ]
-            if m.enum_values:
-                lines += [
-                    "%s getEnum%s(size_t index) const;" % (m.enum_type, s),
-                    "bool setEnum%s(size_t index, %s value);" % (s, m.enum_type),
-                ]
-            return "\n".join(lines)
+            select = render(SELECT_BEFORE_SET, stem=s) if self.selection(m) else ""
+            return render(EMPTY_ACCESSORS, particle=m.particle, stem=s, field=f, select=select)
         if m.value_type is not None:
-            lines += [
-                "const %s& get%s() const { return %s.get(); }" % (t, s, f),
-                "lmx60::elmx_error set%s(const %s& value);" % (s, t),
-            ]
-            if "_single<" not in cpp_types.holder(m):
-                lines += [
-                    "bool isSet%s() const { return %s.is_set(); }" % (s, f),
-                    "void unset%s() { %s.unset(); }" % (s, f),
-                ]
-            if m.enum_values:
-                lines += [
-                    "%s getEnum%s() const;" % (m.enum_type, s),
-                    "bool setEnum%s(%s value);" % (s, m.enum_type),
-                ]
-            return "\n".join(lines)
-        c = m.class_name
-        if cpp_types.is_repeated(m):
-            lines += [
-                "size_t size%s() const { return %s.size(); }" % (s, f),
-                "const %s& get%s(size_t index) const;" % (c, s),
-                "%s& get%s(size_t index);" % (c, s),
-                "%s& append%s();" % (c, s),
-                "%s& append%s(%s* item);" % (c, s, c),
-                "%s& insert%s(size_t index);" % (c, s),
-                "%s& insert%s(size_t index, %s* item);" % (c, s, c),
-                "void assign%s(size_t index, const %s& value);" % (s, c),
-                "%s& assign%s(size_t index, %s* item);" % (c, s, c),
-                "%s& back%s();" % (c, s),
-                "void delete%s(size_t index);" % s,
-                "void clear%s();" % s,
-            ]
-            return "\n".join(lines)
-        lines += [
-            "const %s& get%s() const;" % (c, s),
-            "%s& get%s();" % (c, s),
-            "void assign%s(const %s& value);" % (s, c),
-            "// Takes ownership of `child`; null hands the current child to the caller.",
-            "%s* assign%s(%s* child);" % (c, s, c),
-            "bool isSet%s() const { return %s.is_set(); }" % (s, f),
-            "void unset%s();" % s,
-        ]
-        return "\n".join(lines)
+            t = cpp_types.value_type(m)
+            if cpp_types.is_list(m):
+                presence = render(LIST_PRESENCE_ACCESSORS, stem=s, field=f) if m.min_occurs == 0 else ""
+                return render(LIST_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, presence=presence)
+            if cpp_types.is_repeated(m):
+                enum = render(REPEATED_ENUM_ACCESSORS, stem=s, enum_type=m.enum_type) if m.enum_values else ""
+                return render(REPEATED_VALUE_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, enum=enum)
+            presence = render(VALUE_PRESENCE_ACCESSORS, stem=s, field=f) if "_single<" not in cpp_types.holder(m) else ""
+            enum = render(ENUM_ACCESSORS, stem=s, enum_type=m.enum_type) if m.enum_values else ""
+            return render(VALUE_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, presence=presence, enum=enum)
+        template = REPEATED_CHILD_ACCESSORS if cpp_types.is_repeated(m) else CHILD_ACCESSORS
+        return render(template, particle=m.particle, stem=s, field=f, child=m.class_name)
 
     def content_members(self):
         return [m for m in self.members if m.kind not in ("attribute", "any_attribute")]
@@ -541,7 +769,7 @@ class ClassEmitter:
                                   if self.needs_first_set(m)),
             member_rows="\n".join(self.member_row(i, m) for i, m in enumerate(self.table_members())),
             derived_table=self.derived_table(),
-            derived_includes="\n".join("#include <ipxact/spirit/%s.h>" % d for d in self.descendants()),
+            derived_includes=include_lines(self.descendants()),
             element_id=cpp_types.cpp_string(b.element_id),
             ns_id=str(b.ns_id if self.is_document() else 0),
             local_name=cpp_types.cpp_string(b.xml_name) if b.xml_name else "nullptr",
@@ -550,42 +778,44 @@ class ClassEmitter:
             writer_map="ns_map_writer_2" if self.is_document() else "ns_map_writer_1",
             type_id=str(self.type_ids.get(b.name, 0)),
             type_qname=cpp_types.cpp_string(b.type_qname) if b.type_qname else "nullptr",
-            derived="%s_derived_types" % b.name if self.descendants() else "nullptr",
+            derived=render(DERIVED_TABLE_NAME, name=b.name) if self.descendants() else "nullptr",
             type_always_written=" true," if b.type_always_written else "",
             base_init=self.base_init(),
             reader_entry="unmarshal(reader)" if self.is_document() else "unmarshal(reader, reader.element_qname())",
             document_constructors=self.document_definitions(),
-            swaps=("\n".join("%s.swap(other.%s);" % (field_name(m), field_name(m)) for m in self.members)
-                   + self.extra_swap()) or "(void)other;",
+            swaps="\n".join(self.swaps()) or NO_SWAP,
             equality=self.equality(),
             defaults="\n".join(self.default_line(m) for m in self.members
                                if m.default is not None and m.value_type not in (None, "empty")),
             out_of_line="\n\n".join(filter(None, self.out_of_line())),
         )
 
-    def extra_swap(self):
+    def swaps(self):
+        lines = [render(SWAP, field=field_name(m)) for m in self.members]
         if self.bound.base_class:
-            return "\n%s::swap(other);" % self.bound.base_class
-        if self.bound.content == "choice":
-            return "\nstd::swap(m_choice_id, other.m_choice_id);"
-        if self.bound.content == "all":
-            return "\nm_read_order.swap(other.m_read_order);"
-        return ""
+            lines.append(render(BASE_SWAP, base=self.bound.base_class))
+        elif self.bound.content == "choice":
+            lines.append(CHOICE_SWAP)
+        elif self.bound.content == "all":
+            lines.append(ALL_SWAP)
+        return lines
 
     def equality(self):
-        terms = ["%s == other.%s" % (field_name(m), field_name(m)) for m in self.members]
+        terms = [render(EQUAL_TERM, field=field_name(m)) for m in self.members]
         if self.bound.content == "choice":
-            terms.insert(0, "m_choice_id == other.m_choice_id")
+            terms.insert(0, CHOICE_EQUAL_TERM)
         if self.bound.base_class:
-            terms.insert(0, "%s::operator==(other)" % self.bound.base_class)
+            terms.insert(0, render(BASE_EQUAL_TERM, base=self.bound.base_class))
         if not terms:
-            return "(void)other;\nreturn true;"
-        return "return " + "\n    && ".join(terms) + ";"
+            return ALWAYS_EQUAL
+        lines = [render(EQUALITY_FIRST, term=terms[0])] + [render(EQUALITY_NEXT, term=t) for t in terms[1:]]
+        lines[-1] = render(EQUALITY_END, line=lines[-1])
+        return "\n".join(lines)
 
     def default_line(self, m):
         """Stores the schema default; an optional member keeps its presence flag clear."""
         store = "set_default" if "optional" in cpp_types.holder(m) else "set"
-        return "%s.%s(%s);" % (field_name(m), store, cpp_types.literal(m.value_type, m.default))
+        return render(DEFAULT, field=field_name(m), store=store, literal=cpp_types.literal(m.value_type, m.default))
 
     def document_definitions(self):
         if not self.is_document():
@@ -593,16 +823,16 @@ class ClassEmitter:
         return render(DOCUMENT_DEFINITIONS, name=self.bound.name, base_init=self.base_init())
 
     def event_row(self, m):
-        return "{%d, %s, %d, %d}," % (m.ns_id, cpp_types.cpp_string(m.local_name), len(m.local_name.encode()), m.event)
+        return render(EVENT_ROW, ns_id=str(m.ns_id), name=cpp_types.cpp_string(m.local_name),
+                      length=str(len(m.local_name.encode())), event=str(m.event))
 
     @staticmethod
     def needs_first_set(m):
         return m.kind in ("group", "choice", "sequence", "all")
 
     def first_set(self, index, m):
-        events = ", ".join(str(e) for e in sorted(m.first_events))
-        return "static const int32_t %s_first_events_%d[] = {%s%s0};" % (
-            self.bound.name, index, events, ", " if events else "")
+        events = "".join(render(FIRST_EVENT, event=str(e)) for e in sorted(m.first_events))
+        return render(FIRST_SET, name=self.bound.name, index=str(index), events=events)
 
     def content_kind(self):
         """An extension that adds only attributes keeps the content of its base."""
@@ -698,18 +928,21 @@ class ClassEmitter:
         name = m.local_name
         if m.kind == "any":
             name = m.any_namespace or "##any"
-        return "{%s, %d, %s, %s, %d, %d, %s, %s, ops<&%s::%s>(), %s}," % (
-            cpp_types.MEMBER_KINDS[m.kind],
-            m.ns_id,
-            cpp_types.cpp_string(name) if name else "nullptr",
-            cpp_types.cpp_string(m.qname) if m.qname else "nullptr",
-            m.event or 0,
-            self.effective_min(m),
-            cpp_types.max_occurs(m),
-            "%s_first_events_%d" % (self.bound.name, index) if self.needs_first_set(m) else "nullptr",
-            self.bound.name,  # inherited fields are named through this class, where they are accessible
-            field_name(m),
-            self.checks_of(m, check_values=not self.keeps_text(m)) + self.default_text(m),
+        return render(
+            MEMBER_ROW,
+            kind=cpp_types.MEMBER_KINDS[m.kind],
+            ns_id=str(m.ns_id),
+            name=cpp_types.cpp_string(name) if name else "nullptr",
+            qname=cpp_types.cpp_string(m.qname) if m.qname else "nullptr",
+            event=str(m.event or 0),
+            min=str(self.effective_min(m)),
+            max=cpp_types.max_occurs(m),
+            first_set=render(FIRST_SET_NAME, name=self.bound.name, index=str(index)) if self.needs_first_set(m) else "nullptr",
+            # inherited fields are named through this class, where they are accessible
+            owner=self.bound.name,
+            field=field_name(m),
+            checks=self.checks_of(m, check_values=not self.keeps_text(m)),
+            default=self.default_text(m),
         )
 
     @staticmethod
@@ -718,7 +951,7 @@ class ClassEmitter:
         value = m.default if m.default is not None else m.fixed
         if m.kind not in ("element", "simple_content") or m.value_type is None or value is None:
             return ""
-        return ", " + cpp_types.cpp_string(value)
+        return render(DEFAULT_TEXT, text=cpp_types.cpp_string(value))
 
     def keeps_text(self, m):
         """Enumerated simple elements of the standard hold whatever text a document gives them, so that
@@ -735,19 +968,19 @@ class ClassEmitter:
         for derived in self.descendants():
             d = self.model.class_named(derived)
             local = d.type_qname.split(":", 1)[1]
-            rows.append("{%d, %s, [] () -> HIPGSBase* { return new %s(); }}," % (d.ns_id, cpp_types.cpp_string(local), derived))
-        rows.append("{0, nullptr, nullptr},")
-        return "static const DerivedType %s_derived_types[] = {\n    %s\n};" % (self.bound.name, "\n    ".join(rows))
+            rows.append(render(DERIVED_ROW, ns_id=str(d.ns_id), local=cpp_types.cpp_string(local), derived=derived))
+        rows.append(DERIVED_END)
+        return render(DERIVED_TABLE, name=self.bound.name, rows="\n".join(rows))
 
     def out_of_line(self):
         b = self.bound
-        yield COMPOSITOR_DEFINITIONS.replace("$name$", b.name) if self.is_in_place_class() else ""
+        yield render(COMPOSITOR_DEFINITIONS, name=b.name) if self.is_in_place_class() else ""
         if self.in_family():
             yield render(FAMILY_DEFINITION, name=b.name)
         for m in self.members:
             yield from self.member_definitions(m)
         if b.content == "choice":
-            yield ("void %s::release_choice()\n{\n    release_alternatives(*this, s_class_info);\n}" % b.name)
+            yield render(RELEASE_CHOICE_DEFINITION, name=b.name)
 
     # A refused value leaves a choice as it was; the root dispatcher selects first (emit_top.py).
     SELECTS_BEFORE_CHECK = False
@@ -755,19 +988,14 @@ class ClassEmitter:
     def selection(self, m):
         """Setting an alternative of a choice makes it the current one, as its non-const getter does."""
         if b_is_choice(self.bound) and m in self.content_members():
-            return "select_%s();" % m.stem
+            return render(SELECT_CALL, stem=m.stem)
         return ""
 
-    def setter_check(self, m, value):
+    def setter_check(self, m):
         if m.restriction is None:
             return ""
-        text = value
-        prefix = ""
-        if m.value_type != "string":
-            prefix = "    std::string text;\n    detail::format_value(%s, text);\n" % value
-            text = "text"
-        return "%s    if (lmx60::elmx_error error = %s(%s, %s))\n        return error;\n" % (
-            prefix, self.validator_of(m.restriction), text, cpp_types.cpp_string(self.item_name(m)))
+        template = TEXT_CHECK if m.value_type == "string" else FORMATTED_CHECK
+        return render(template, validator=self.validator_of(m.restriction), item=cpp_types.cpp_string(self.item_name(m)))
 
     def item_name(self, m):
         # Simple content is named after the element that holds it ("presence"), not its accessor stem.
@@ -777,70 +1005,53 @@ class ClassEmitter:
 
     def enum_accessors(self, m, parameter, argument, stored):
         """getEnum/setEnum of an enumerated member; a repeated one takes the item's index first."""
-        n, s = self.bound.name, m.stem
-        values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
-        table = "%s_%s_values" % (n, field_name(m))
-        separator = ", " if parameter else ""
-        return ("static const char* const %s[] = {%s, nullptr};\n\n"
-                "%s::%s %s::getEnum%s(%s) const\n{\n"
-                "    return static_cast<%s>(enum_number(%s, %s));\n}\n\n"
-                "bool %s::setEnum%s(%s%s%s value)\n{\n"
-                "    const char* text = enum_text(%s, static_cast<int>(value));\n"
-                "    return text && set%s(%stext) == lmx60::ELMX_OK;\n}") % (
-            table, values, n, m.enum_type, n, s, parameter, m.enum_type, table, stored,
-            n, s, parameter, separator, m.enum_type, table, s, argument)
+        return render(
+            ENUM_DEFINITIONS,
+            table=render(ENUM_TABLE, name=self.bound.name, field=field_name(m)),
+            values=", ".join(cpp_types.cpp_string(v) for v in m.enum_values),
+            name=self.bound.name,
+            enum_type=m.enum_type,
+            stem=m.stem,
+            parameter=parameter,
+            separator=", " if parameter else "",
+            stored=stored,
+            argument=argument,
+        )
 
     def member_definitions(self, m):
         n, s, f = self.bound.name, m.stem, field_name(m)
         if b_is_choice(self.bound) and m in self.content_members():
             index = self.content_members().index(m)
-            yield "void %s::select_%s()\n{\n    select_alternative(*this, s_class_info, %d);\n}" % (n, s, index)
+            yield render(SELECT_DEFINITION, name=n, stem=s, index=str(index))
         if m.kind in ("any", "any_attribute") or m.value_type == "empty":
             return
         if m.value_type is not None and cpp_types.is_list(m):
             return
         if m.value_type is not None:
             t = cpp_types.value_type(m)
-            check = self.setter_check(m, "value")
+            check = self.setter_check(m)
             if cpp_types.is_repeated(m):
-                yield "lmx60::elmx_error %s::append%s(const %s& value)\n{\n%s    %s.append(value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
-                yield "lmx60::elmx_error %s::insert%s(size_t index, const %s& value)\n{\n%s    %s.insert(index, value);\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
-                yield "lmx60::elmx_error %s::set%s(size_t index, const %s& value)\n{\n%s    %s.get(index) = value;\n    return lmx60::ELMX_OK;\n}" % (n, s, t, check, f)
+                yield render(REPEATED_VALUE_DEFINITIONS, name=n, stem=s, type=t, field=f, check=check)
                 if m.enum_values:
-                    yield self.enum_accessors(m, "size_t index", "index, ", "true, %s.get(index)" % f)
+                    yield self.enum_accessors(m, "size_t index", ENUM_INDEX_ARGUMENT,
+                                              render(ENUM_REPEATED_STORED, field=f))
                 return
-            select = "    %s\n" % self.selection(m) if self.selection(m) else ""
-            guarded = select + check if self.SELECTS_BEFORE_CHECK else check + select
-            yield "lmx60::elmx_error %s::set%s(const %s& value)\n{\n%s    %s.set(value);\n    return lmx60::ELMX_OK;\n}" % (
-                n, s, t, guarded, f)
+            steps = [check, self.selection(m)]
+            if self.SELECTS_BEFORE_CHECK:
+                steps.reverse()
+            yield render(VALUE_DEFINITION, name=n, stem=s, type=t, field=f, guard="\n".join(filter(None, steps)))
             if m.enum_values:
-                yield self.enum_accessors(m, "", "", "%s.is_set(), %s.get()" % (f, f))
+                yield self.enum_accessors(m, "", "", render(ENUM_STORED, field=f))
             return
-        c = m.class_name
-        select = "    select_%s();\n" % s if b_is_choice(self.bound) else ""
+        select = render(SELECT_CALL, stem=s) if b_is_choice(self.bound) else ""
         if cpp_types.is_repeated(m):
-            yield "const %s& %s::get%s(size_t index) const\n{\n    return %s.get(index);\n}" % (c, n, s, f)
-            yield "%s& %s::get%s(size_t index)\n{\n    return %s.get(index);\n}" % (c, n, s, f)
-            yield "%s& %s::append%s()\n{\n%s    return %s.append();\n}" % (c, n, s, select, f)
-            yield "%s& %s::append%s(%s* item)\n{\n%s    return %s.append(item);\n}" % (c, n, s, c, select, f)
-            yield "%s& %s::insert%s(size_t index)\n{\n%s    return %s.insert(index);\n}" % (c, n, s, select, f)
-            yield "%s& %s::insert%s(size_t index, %s* item)\n{\n%s    return %s.insert(index, item);\n}" % (c, n, s, c, select, f)
-            yield "void %s::assign%s(size_t index, const %s& value)\n{\n    %s.assign(index, value);\n}" % (n, s, c, f)
-            yield "%s& %s::assign%s(size_t index, %s* item)\n{\n    return %s.assign(index, item);\n}" % (c, n, s, c, f)
-            yield "%s& %s::back%s()\n{\n%s    return %s.back();\n}" % (c, n, s, select, f)
-            yield "void %s::delete%s(size_t index)\n{\n    %s.erase(index);\n}" % (n, s, f)
-            yield "void %s::clear%s()\n{\n    %s.clear();\n}" % (n, s, f)
-        else:
-            if b_is_choice(self.bound):
-                index = self.content_members().index(m)
-                yield ("const %s& %s::get%s() const\n{\n    validationAssertion(m_choice_id == %d, false);\n"
-                       "    return %s.get();\n}") % (c, n, s, index, f)
-            else:
-                yield "const %s& %s::get%s() const\n{\n    return %s.get();\n}" % (c, n, s, f)
-            yield "%s& %s::get%s()\n{\n%s    return %s.get();\n}" % (c, n, s, select, f)
-            yield "void %s::assign%s(const %s& value)\n{\n%s    %s.assign(value);\n}" % (n, s, c, select, f)
-            yield "%s* %s::assign%s(%s* child)\n{\n%s    return %s.assign(child);\n}" % (c, n, s, c, select, f)
-            yield "void %s::unset%s()\n{\n    %s.unset();\n}" % (n, s, f)
+            yield render(REPEATED_CHILD_DEFINITIONS, name=n, stem=s, field=f, child=m.class_name, select=select)
+            return
+        assertion = ""
+        if b_is_choice(self.bound):
+            assertion = render(CHOICE_ASSERTION, index=str(self.content_members().index(m)))
+        yield render(CHILD_DEFINITIONS, name=n, stem=s, field=f, child=m.class_name, select=select,
+                     assertion=assertion)
 
 
 def b_is_choice(bound):

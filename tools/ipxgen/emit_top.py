@@ -429,8 +429,7 @@ class TopEmitter(emit_class.ClassEmitter):
             elem_events="\n".join(self.event_row(m) for m in self.content_members()),
             member_rows="\n".join(self.member_row(i, m) for i, m in enumerate(self.members)),
             member_count=str(len(self.members)),
-            swaps="\n".join("%s.swap(other.%s);" % (emit_class.field_name(m), emit_class.field_name(m))
-                            for m in self.members) + self.extra_swap(),
+            swaps="\n".join(self.swaps()),
             equality=self.equality(),
             object_cases="\n".join(
                 "case %d:\n    return %s.get_ptr();" % (i, emit_class.field_name(m))

@@ -1,7 +1,7 @@
 """Tests of the test-document generator: XSD patterns, simple values, identity repair, and what a
 run over the real schemas reaches.
 
-Run from the repository root:  python3 -m unittest discover -s tests/ipxgen
+Run from the repository root:  python3 -m unittest discover -s tests/instancegen
 """
 
 import os
@@ -17,10 +17,12 @@ from decimal import Decimal
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 REPOSITORY = os.path.dirname(os.path.dirname(HERE))
+INSTANCEGEN = os.path.join(REPOSITORY, "tools", "instancegen")
 GENERATOR = os.path.join(REPOSITORY, "tools", "ipxgen")
 IEEE_DIR = os.path.join(REPOSITORY, "..", "shared", "ipxact-1685-2009")
 VENDOR_DIR = os.path.join(REPOSITORY, "schema")
-sys.path.insert(0, GENERATOR)
+sys.path.insert(0, INSTANCEGEN)
+sys.path.insert(1, GENERATOR)
 
 import instance_gen  # noqa: E402
 import ipxgen  # noqa: E402

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Random, schema-valid test documents for any global element of the bound schemas.
 
-    python3 tools/ipxgen/instance_gen.py --element spirit:component --seed 7 -o out.xml
-    python3 tools/ipxgen/instance_gen.py --all --count 50 --out-dir DIR [--first-seed 1]
-    python3 tools/ipxgen/instance_gen.py --all --count 50 --coverage
+    python3 tools/instancegen/instance_gen.py --element spirit:component --seed 7 -o out.xml
+    python3 tools/instancegen/instance_gen.py --all --count 50 --out-dir DIR [--first-seed 1]
+    python3 tools/instancegen/instance_gen.py --all --count 50 --coverage
 
 The documents are drawn from the same loaded schema set as the binding
 (xsd_loader through ipxgen.load), walking content models directly: optional
@@ -26,7 +26,11 @@ import sys
 from dataclasses import dataclass, field
 from typing import Optional
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, HERE)
+# The schema loader, the namespace names, the class places and the pinned global elements are the
+# binding generator's; one copy of each, read from there.
+sys.path.insert(1, os.path.join(os.path.dirname(HERE), "ipxgen"))
 
 import ipxgen  # noqa: E402
 import overrides  # noqa: E402

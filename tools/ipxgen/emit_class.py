@@ -321,12 +321,13 @@ def guard(name):
 class ClassEmitter:
     """Turns one model class into its header and source texts."""
 
-    def __init__(self, model, bound, type_ids, validator_of, checks_of):
+    def __init__(self, model, bound, type_ids, validator_of, checks_of, value_set_of):
         self.model = model
         self.bound = bound
         self.type_ids = type_ids
         self.validator_of = validator_of  # restriction id -> setter validator name
         self.checks_of = checks_of  # member -> expression of its validation checks
+        self.value_set_of = value_set_of  # enumerated values -> name of their shared table
         self.members = list(bound.members)
         if bound.any_attribute:
             self.members.append(any_attribute_member())
@@ -769,16 +770,14 @@ class ClassEmitter:
     def enum_accessors(self, m, parameter, argument, stored):
         """getEnum/setEnum of an enumerated member; a repeated one takes the item's index first."""
         n, s = self.bound.name, m.stem
-        values = ", ".join(cpp_types.cpp_string(v) for v in m.enum_values)
-        table = "%s_%s_values" % (n, field_name(m))
+        table = self.value_set_of(m.enum_values)
         separator = ", " if parameter else ""
-        return ("static const char* const %s[] = {%s, nullptr};\n\n"
-                "%s::%s %s::getEnum%s(%s) const\n{\n"
+        return ("%s::%s %s::getEnum%s(%s) const\n{\n"
                 "    return static_cast<%s>(enum_number(%s, %s));\n}\n\n"
                 "bool %s::setEnum%s(%s%s%s value)\n{\n"
                 "    const char* text = enum_text(%s, static_cast<int>(value));\n"
                 "    return text && set%s(%stext) == lmx60::ELMX_OK;\n}") % (
-            table, values, n, m.enum_type, n, s, parameter, m.enum_type, table, stored,
+            n, m.enum_type, n, s, parameter, m.enum_type, table, stored,
             n, s, parameter, separator, m.enum_type, table, s, argument)
 
     def member_definitions(self, m):

@@ -11,26 +11,12 @@ namespace lmx60 {
 const c_untyped_validation_spec validation_spec_empty = {ews_preserve, nullptr, nullptr};
 const c_untyped_validation_spec validation_spec_collapse = {ews_collapse, nullptr, nullptr};
 
-elmx_error check_pattern(c_xml_reader& reader, const c_regexp& pattern, const std::string& value)
-{
-    if (pattern.matches(value))
-        return ELMX_OK;
-    return reader.capture_error(ELMX_PATTERN_FACET, reader.get_current_item(), __FILE__, __LINE__);
-}
-
 bool is_one_of(const char* const* allowed, const std::string& value)
 {
     for (; *allowed; ++allowed)
         if (std::strlen(*allowed) == value.size() && std::memcmp(*allowed, value.data(), value.size()) == 0)
             return true;
     return false;
-}
-
-elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, const std::string& value)
-{
-    if (is_one_of(allowed, value))
-        return ELMX_OK;
-    return reader.capture_error(ELMX_ENUMERATION_FACET, reader.get_current_item(), __FILE__, __LINE__);
 }
 
 namespace {
@@ -108,13 +94,38 @@ bool facets_hold(const c_facets& facets, const std::string& value)
     return true;
 }
 
-elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value, elmx_error code)
+elmx_error check_lexical(c_xml_reader& reader, const c_restriction& restriction, const std::string& value)
 {
+    if (!restriction.pattern || restriction.pattern->matches(value))
+        return ELMX_OK;
+    return reader.capture_error(ELMX_PATTERN_FACET, reader.get_current_item(), __FILE__, __LINE__);
+}
+
+elmx_error check_value(c_xml_reader& reader, const c_restriction& restriction, const std::string& value)
+{
+    if (restriction.allowed && !is_one_of(restriction.allowed, value)) {
+        elmx_error error = reader.capture_error(ELMX_ENUMERATION_FACET, reader.get_current_item(), __FILE__, __LINE__);
+        // A handler that lets the read go on has the facets judged as well.
+        if (error != ELMX_OK)
+            return error;
+    }
+    const c_facets& facets = restriction.facets;
     if (facets_hold(facets, value))
         return ELMX_OK;
     if (facets.counts_items && facets.min_length > 0 && count_items(value) == 0)
         return reader.capture_error(ELMX_EMPTY_LIST, reader.get_current_item(), __FILE__, __LINE__);
-    return reader.capture_error(code, reader.get_current_item(), __FILE__, __LINE__);
+    return reader.capture_error(restriction.facet_code, reader.get_current_item(), __FILE__, __LINE__);
+}
+
+elmx_error restriction_fault(const c_restriction& restriction, const std::string& value)
+{
+    if (restriction.pattern && !restriction.pattern->matches(value))
+        return ELMX_PATTERN_FACET;
+    if (restriction.allowed && !is_one_of(restriction.allowed, value))
+        return ELMX_ENUMERATION_FACET;
+    if (!facets_hold(restriction.facets, value))
+        return restriction.facet_code;
+    return ELMX_OK;
 }
 
 }  // namespace lmx60

@@ -23,10 +23,7 @@ struct c_untyped_validation_spec {
 extern const c_untyped_validation_spec validation_spec_empty;
 extern const c_untyped_validation_spec validation_spec_collapse;
 
-// The checks a generated validator is made of.
 class c_regexp;
-elmx_error check_pattern(c_xml_reader& reader, const c_regexp& pattern, const std::string& value);
-elmx_error check_enumeration(c_xml_reader& reader, const char* const* allowed, const std::string& value);
 bool is_one_of(const char* const* allowed, const std::string& value);
 
 // Bound and length facets; null texts and negative lengths are absent facets. Bounds compare
@@ -41,13 +38,29 @@ struct c_facets {
     long max_length;
     bool counts_items = false;
 };
-// A list without items where the facets require some is an empty list (code 20), any other length
-// outside them a facet fault (code 36).
 bool facets_hold(const c_facets& facets, const std::string& value);
-// `code` is what a failed bound or length gives: ELMX_VALUE_FACET, or ELMX_CONSTRAINT_VALUE for the
-// values of timing and load constraints.
-elmx_error check_facets(c_xml_reader& reader, const c_facets& facets, const std::string& value,
-                        elmx_error code = ELMX_VALUE_FACET);
+
+// One restricted simple type, as the generated validators describe it: each of them is a row of
+// these handed to the checks below, so the checking itself exists once. A null pattern or value list
+// is an absent facet.
+struct c_restriction {
+    const c_regexp* pattern;
+    const char* const* allowed;  // null-terminated
+    c_facets facets;
+    // What a failed bound or length gives: ELMX_VALUE_FACET, or ELMX_CONSTRAINT_VALUE for the values
+    // of timing and load constraints.
+    elmx_error facet_code;
+};
+
+// The checks of a value being read, in the order the reader runs them; a fault goes through the
+// reader, named after its current item. check_lexical: the pattern (code 22). check_value: the value
+// list (code 38), then the facets: a list without items where they require some is an empty list
+// (code 20), any other length or bound outside them facet_code.
+elmx_error check_lexical(c_xml_reader& reader, const c_restriction& restriction, const std::string& value);
+elmx_error check_value(c_xml_reader& reader, const c_restriction& restriction, const std::string& value);
+// The first fault of a value given to a setter, in the order pattern, value list, facets (an empty
+// list included, which is facet_code here); 0 when the value passes. Reports nothing.
+elmx_error restriction_fault(const c_restriction& restriction, const std::string& value);
 
 }  // namespace lmx60
 

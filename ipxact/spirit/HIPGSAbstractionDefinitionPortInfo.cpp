@@ -201,16 +201,14 @@ lmx60::elmx_error HIPGSAbstractionDefinitionPortInfo::setTristateRole(const std:
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values[] = {"in", "out", "tristate", nullptr};
-
 HIPGSAbstractionDefinitionPortInfo::e_enum_TristateRole HIPGSAbstractionDefinitionPortInfo::getEnumTristateRole() const
 {
-    return static_cast<e_enum_TristateRole>(enum_number(HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values, m_TristateRole.is_set(), m_TristateRole.get()));
+    return static_cast<e_enum_TristateRole>(enum_number(value_set_36, m_TristateRole.is_set(), m_TristateRole.get()));
 }
 
 bool HIPGSAbstractionDefinitionPortInfo::setEnumTristateRole(e_enum_TristateRole value)
 {
-    const char* text = enum_text(HIPGSAbstractionDefinitionPortInfo_m_TristateRole_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_36, static_cast<int>(value));
     return text && setTristateRole(text) == lmx60::ELMX_OK;
 }
 

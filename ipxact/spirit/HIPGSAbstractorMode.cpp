@@ -124,16 +124,14 @@ lmx60::elmx_error HIPGSAbstractorMode::setAbstractorMode(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAbstractorMode_m_AbstractorMode_values[] = {"master", "slave", "direct", "system", nullptr};
-
 HIPGSAbstractorMode::e_enum_AbstractorMode HIPGSAbstractorMode::getEnumAbstractorMode() const
 {
-    return static_cast<e_enum_AbstractorMode>(enum_number(HIPGSAbstractorMode_m_AbstractorMode_values, m_AbstractorMode.is_set(), m_AbstractorMode.get()));
+    return static_cast<e_enum_AbstractorMode>(enum_number(value_set_42, m_AbstractorMode.is_set(), m_AbstractorMode.get()));
 }
 
 bool HIPGSAbstractorMode::setEnumAbstractorMode(e_enum_AbstractorMode value)
 {
-    const char* text = enum_text(HIPGSAbstractorMode_m_AbstractorMode_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_42, static_cast<int>(value));
     return text && setAbstractorMode(text) == lmx60::ELMX_OK;
 }
 

@@ -135,16 +135,14 @@ lmx60::elmx_error HIPGSAbstractorPortWireType::setDirection(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAbstractorPortWireType_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
-
 HIPGSAbstractorPortWireType::e_enum_Direction HIPGSAbstractorPortWireType::getEnumDirection() const
 {
-    return static_cast<e_enum_Direction>(enum_number(HIPGSAbstractorPortWireType_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
+    return static_cast<e_enum_Direction>(enum_number(value_set_35, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSAbstractorPortWireType::setEnumDirection(e_enum_Direction value)
 {
-    const char* text = enum_text(HIPGSAbstractorPortWireType_m_Direction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_35, static_cast<int>(value));
     return text && setDirection(text) == lmx60::ELMX_OK;
 }
 

@@ -135,16 +135,14 @@ lmx60::elmx_error HIPGSAddressBankType::setBankAlignmentAttr(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBankType_m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
-
 HIPGSAddressBankType::e_enum_BankAlignmentAttr HIPGSAddressBankType::getEnumBankAlignmentAttr() const
 {
-    return static_cast<e_enum_BankAlignmentAttr>(enum_number(HIPGSAddressBankType_m_BankAlignmentAttr_values, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
+    return static_cast<e_enum_BankAlignmentAttr>(enum_number(value_set_65, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
 }
 
 bool HIPGSAddressBankType::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBankType_m_BankAlignmentAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_65, static_cast<int>(value));
     return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -251,16 +251,14 @@ lmx60::elmx_error HIPGSAddressBlock::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlock_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSAddressBlock::e_enum_FormatAttr HIPGSAddressBlock::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSAddressBlock_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSAddressBlock::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlock_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -272,16 +270,14 @@ lmx60::elmx_error HIPGSAddressBlock::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlock_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSAddressBlock::e_enum_ResolveAttr HIPGSAddressBlock::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSAddressBlock_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSAddressBlock::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlock_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -339,16 +335,14 @@ lmx60::elmx_error HIPGSAddressBlock::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlock_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSAddressBlock::e_enum_RangeTypeAttr HIPGSAddressBlock::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSAddressBlock_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAddressBlock::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlock_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

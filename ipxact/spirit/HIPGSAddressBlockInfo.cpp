@@ -256,16 +256,14 @@ lmx60::elmx_error HIPGSAddressBlockInfo::setUsage(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlockInfo_m_Usage_values[] = {"reserved", "flash", "memory", "register", nullptr};
-
 HIPGSAddressBlockInfo::e_enum_Usage HIPGSAddressBlockInfo::getEnumUsage() const
 {
-    return static_cast<e_enum_Usage>(enum_number(HIPGSAddressBlockInfo_m_Usage_values, m_Usage.is_set(), m_Usage.get()));
+    return static_cast<e_enum_Usage>(enum_number(value_set_62, m_Usage.is_set(), m_Usage.get()));
 }
 
 bool HIPGSAddressBlockInfo::setEnumUsage(e_enum_Usage value)
 {
-    const char* text = enum_text(HIPGSAddressBlockInfo_m_Usage_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_62, static_cast<int>(value));
     return text && setUsage(text) == lmx60::ELMX_OK;
 }
 

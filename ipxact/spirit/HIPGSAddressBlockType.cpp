@@ -189,16 +189,14 @@ lmx60::elmx_error HIPGSAddressBlockType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlockType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSAddressBlockType::e_enum_FormatAttr HIPGSAddressBlockType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSAddressBlockType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlockType_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -210,16 +208,14 @@ lmx60::elmx_error HIPGSAddressBlockType::setResolveAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlockType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSAddressBlockType::e_enum_ResolveAttr HIPGSAddressBlockType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSAddressBlockType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlockType_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -277,16 +273,14 @@ lmx60::elmx_error HIPGSAddressBlockType::setRangeTypeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAddressBlockType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSAddressBlockType::e_enum_RangeTypeAttr HIPGSAddressBlockType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSAddressBlockType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSAddressBlockType_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -182,16 +182,14 @@ lmx60::elmx_error HIPGSAlternateRegister::setFormatAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAlternateRegister_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSAlternateRegister::e_enum_FormatAttr HIPGSAlternateRegister::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSAlternateRegister_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSAlternateRegister_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -203,16 +201,14 @@ lmx60::elmx_error HIPGSAlternateRegister::setResolveAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAlternateRegister_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSAlternateRegister::e_enum_ResolveAttr HIPGSAlternateRegister::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSAlternateRegister_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSAlternateRegister_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -270,16 +266,14 @@ lmx60::elmx_error HIPGSAlternateRegister::setRangeTypeAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAlternateRegister_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSAlternateRegister::e_enum_RangeTypeAttr HIPGSAlternateRegister::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSAlternateRegister_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSAlternateRegister_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -139,16 +139,14 @@ lmx60::elmx_error HIPGSAnonDirection::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAnonDirection_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
-
 HIPGSAnonDirection::e_enum_Direction HIPGSAnonDirection::getEnumDirection() const
 {
-    return static_cast<e_enum_Direction>(enum_number(HIPGSAnonDirection_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
+    return static_cast<e_enum_Direction>(enum_number(value_set_35, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSAnonDirection::setEnumDirection(e_enum_Direction value)
 {
-    const char* text = enum_text(HIPGSAnonDirection_m_Direction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_35, static_cast<int>(value));
     return text && setDirection(text) == lmx60::ELMX_OK;
 }
 
@@ -166,16 +164,14 @@ lmx60::elmx_error HIPGSAnonDirection::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSAnonDirection_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
-
 HIPGSAnonDirection::e_enum_Initiative HIPGSAnonDirection::getEnumInitiative() const
 {
-    return static_cast<e_enum_Initiative>(enum_number(HIPGSAnonDirection_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
+    return static_cast<e_enum_Initiative>(enum_number(value_set_61, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSAnonDirection::setEnumInitiative(e_enum_Initiative value)
 {
-    const char* text = enum_text(HIPGSAnonDirection_m_Initiative_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_61, static_cast<int>(value));
     return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 

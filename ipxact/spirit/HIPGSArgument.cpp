@@ -133,16 +133,14 @@ lmx60::elmx_error HIPGSArgument::setDataTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSArgument_m_DataTypeAttr_values[] = {"int", "unsigned int", "long", "unsigned long", "float", "double", "char *", "void *", nullptr};
-
 HIPGSArgument::e_enum_DataTypeAttr HIPGSArgument::getEnumDataTypeAttr() const
 {
-    return static_cast<e_enum_DataTypeAttr>(enum_number(HIPGSArgument_m_DataTypeAttr_values, m_DataTypeAttr.is_set(), m_DataTypeAttr.get()));
+    return static_cast<e_enum_DataTypeAttr>(enum_number(value_set_38, m_DataTypeAttr.is_set(), m_DataTypeAttr.get()));
 }
 
 bool HIPGSArgument::setEnumDataTypeAttr(e_enum_DataTypeAttr value)
 {
-    const char* text = enum_text(HIPGSArgument_m_DataTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_38, static_cast<int>(value));
     return text && setDataTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -197,16 +197,14 @@ lmx60::elmx_error HIPGSBank::setBankAlignmentAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBank_m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
-
 HIPGSBank::e_enum_BankAlignmentAttr HIPGSBank::getEnumBankAlignmentAttr() const
 {
-    return static_cast<e_enum_BankAlignmentAttr>(enum_number(HIPGSBank_m_BankAlignmentAttr_values, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
+    return static_cast<e_enum_BankAlignmentAttr>(enum_number(value_set_65, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
 }
 
 bool HIPGSBank::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
-    const char* text = enum_text(HIPGSBank_m_BankAlignmentAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_65, static_cast<int>(value));
     return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
 }
 

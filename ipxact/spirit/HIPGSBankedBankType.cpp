@@ -123,16 +123,14 @@ lmx60::elmx_error HIPGSBankedBankType::setBankAlignmentAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBankedBankType_m_BankAlignmentAttr_values[] = {"serial", "parallel", nullptr};
-
 HIPGSBankedBankType::e_enum_BankAlignmentAttr HIPGSBankedBankType::getEnumBankAlignmentAttr() const
 {
-    return static_cast<e_enum_BankAlignmentAttr>(enum_number(HIPGSBankedBankType_m_BankAlignmentAttr_values, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
+    return static_cast<e_enum_BankAlignmentAttr>(enum_number(value_set_65, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
 }
 
 bool HIPGSBankedBankType::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
 {
-    const char* text = enum_text(HIPGSBankedBankType_m_BankAlignmentAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_65, static_cast<int>(value));
     return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
 }
 

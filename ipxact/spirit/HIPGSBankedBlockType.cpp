@@ -178,16 +178,14 @@ lmx60::elmx_error HIPGSBankedBlockType::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBankedBlockType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSBankedBlockType::e_enum_FormatAttr HIPGSBankedBlockType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSBankedBlockType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSBankedBlockType_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -199,16 +197,14 @@ lmx60::elmx_error HIPGSBankedBlockType::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBankedBlockType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSBankedBlockType::e_enum_ResolveAttr HIPGSBankedBlockType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSBankedBlockType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSBankedBlockType_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -266,16 +262,14 @@ lmx60::elmx_error HIPGSBankedBlockType::setRangeTypeAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBankedBlockType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSBankedBlockType::e_enum_RangeTypeAttr HIPGSBankedBlockType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSBankedBlockType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSBankedBlockType_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -238,16 +238,14 @@ lmx60::elmx_error HIPGSBaseAddress2::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBaseAddress2_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSBaseAddress2::e_enum_FormatAttr HIPGSBaseAddress2::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSBaseAddress2_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSBaseAddress2_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -259,16 +257,14 @@ lmx60::elmx_error HIPGSBaseAddress2::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBaseAddress2_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSBaseAddress2::e_enum_ResolveAttr HIPGSBaseAddress2::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSBaseAddress2_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSBaseAddress2_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -326,16 +322,14 @@ lmx60::elmx_error HIPGSBaseAddress2::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBaseAddress2_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSBaseAddress2::e_enum_RangeTypeAttr HIPGSBaseAddress2::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSBaseAddress2_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSBaseAddress2_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -447,6 +447,11 @@ const char* enum_text(const char* const* values, int number)
     return nullptr;
 }
 
+lmx60::elmx_error check_set_value(const lmx60::c_restriction& restriction, const std::string& value, const char* item)
+{
+    return HIPGSBase::lmx_error(lmx60::restriction_fault(restriction, value), item, __FILE__, __LINE__);
+}
+
 void register_element_events(const lmx60::s_event_map* table)
 {
     for (; table && table->name; ++table)

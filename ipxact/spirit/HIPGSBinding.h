@@ -178,6 +178,10 @@ bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info);
 int enum_number(const char* const* values, bool isSet, const std::string& text);
 const char* enum_text(const char* const* values, int number);
 
+// A setter's check of a value against its type's restriction: the first fault, reported through
+// HIPGSBase::lmx_error, or 0 when the value passes.
+lmx60::elmx_error check_set_value(const lmx60::c_restriction& restriction, const std::string& value, const char* item);
+
 // Makes the names of a binding known to the readers' event lookup (done once, at load).
 void register_element_events(const lmx60::s_event_map* table);
 int element_event(lmx60::c_xml_reader& reader);

@@ -167,16 +167,14 @@ lmx60::elmx_error HIPGSBitSteering::setFormatAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBitSteering_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSBitSteering::e_enum_FormatAttr HIPGSBitSteering::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSBitSteering_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSBitSteering_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -188,16 +186,14 @@ lmx60::elmx_error HIPGSBitSteering::setResolveAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBitSteering_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSBitSteering::e_enum_ResolveAttr HIPGSBitSteering::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSBitSteering_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSBitSteering_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -255,16 +251,14 @@ lmx60::elmx_error HIPGSBitSteering::setRangeTypeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBitSteering_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSBitSteering::e_enum_RangeTypeAttr HIPGSBitSteering::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSBitSteering_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSBitSteering_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -282,16 +276,14 @@ lmx60::elmx_error HIPGSBitSteering::setBitSteering(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBitSteering_m_BitSteering_values[] = {"on", "off", nullptr};
-
 HIPGSBitSteering::e_enum_BitSteering HIPGSBitSteering::getEnumBitSteering() const
 {
-    return static_cast<e_enum_BitSteering>(enum_number(HIPGSBitSteering_m_BitSteering_values, m_BitSteering.is_set(), m_BitSteering.get()));
+    return static_cast<e_enum_BitSteering>(enum_number(value_set_52, m_BitSteering.is_set(), m_BitSteering.get()));
 }
 
 bool HIPGSBitSteering::setEnumBitSteering(e_enum_BitSteering value)
 {
-    const char* text = enum_text(HIPGSBitSteering_m_BitSteering_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_52, static_cast<int>(value));
     return text && setBitSteering(text) == lmx60::ELMX_OK;
 }
 

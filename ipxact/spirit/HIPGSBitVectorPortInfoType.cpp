@@ -123,16 +123,14 @@ lmx60::elmx_error HIPGSBitVectorPortInfoType::setEndianness(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBitVectorPortInfoType_m_Endianness_values[] = {"little", "big", nullptr};
-
 HIPGSBitVectorPortInfoType::e_enum_Endianness HIPGSBitVectorPortInfoType::getEnumEndianness() const
 {
-    return static_cast<e_enum_Endianness>(enum_number(HIPGSBitVectorPortInfoType_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
+    return static_cast<e_enum_Endianness>(enum_number(value_set_40, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBitVectorPortInfoType::setEnumEndianness(e_enum_Endianness value)
 {
-    const char* text = enum_text(HIPGSBitVectorPortInfoType_m_Endianness_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_40, static_cast<int>(value));
     return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 

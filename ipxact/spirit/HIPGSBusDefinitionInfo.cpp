@@ -207,16 +207,14 @@ lmx60::elmx_error HIPGSBusDefinitionInfo::setDisplayCategory(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBusDefinitionInfo_m_DisplayCategory_values[] = {"signal", "io", "advanced", "display_only", "user", "custom", "axi", "hidden", nullptr};
-
 HIPGSBusDefinitionInfo::e_enum_DisplayCategory HIPGSBusDefinitionInfo::getEnumDisplayCategory() const
 {
-    return static_cast<e_enum_DisplayCategory>(enum_number(HIPGSBusDefinitionInfo_m_DisplayCategory_values, m_DisplayCategory.is_set(), m_DisplayCategory.get()));
+    return static_cast<e_enum_DisplayCategory>(enum_number(value_set_66, m_DisplayCategory.is_set(), m_DisplayCategory.get()));
 }
 
 bool HIPGSBusDefinitionInfo::setEnumDisplayCategory(e_enum_DisplayCategory value)
 {
-    const char* text = enum_text(HIPGSBusDefinitionInfo_m_DisplayCategory_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_66, static_cast<int>(value));
     return text && setDisplayCategory(text) == lmx60::ELMX_OK;
 }
 

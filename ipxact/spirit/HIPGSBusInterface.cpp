@@ -410,16 +410,14 @@ lmx60::elmx_error HIPGSBusInterface::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBusInterface_m_Endianness_values[] = {"big", "little", nullptr};
-
 HIPGSBusInterface::e_enum_Endianness HIPGSBusInterface::getEnumEndianness() const
 {
-    return static_cast<e_enum_Endianness>(enum_number(HIPGSBusInterface_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
+    return static_cast<e_enum_Endianness>(enum_number(value_set_22, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBusInterface::setEnumEndianness(e_enum_Endianness value)
 {
-    const char* text = enum_text(HIPGSBusInterface_m_Endianness_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_22, static_cast<int>(value));
     return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 

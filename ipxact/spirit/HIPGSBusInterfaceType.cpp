@@ -348,16 +348,14 @@ lmx60::elmx_error HIPGSBusInterfaceType::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSBusInterfaceType_m_Endianness_values[] = {"big", "little", nullptr};
-
 HIPGSBusInterfaceType::e_enum_Endianness HIPGSBusInterfaceType::getEnumEndianness() const
 {
-    return static_cast<e_enum_Endianness>(enum_number(HIPGSBusInterfaceType_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
+    return static_cast<e_enum_Endianness>(enum_number(value_set_22, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSBusInterfaceType::setEnumEndianness(e_enum_Endianness value)
 {
-    const char* text = enum_text(HIPGSBusInterfaceType_m_Endianness_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_22, static_cast<int>(value));
     return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 

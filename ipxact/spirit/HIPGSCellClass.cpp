@@ -118,16 +118,14 @@ lmx60::elmx_error HIPGSCellClass::setCellStrengthAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCellClass_m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
-
 HIPGSCellClass::e_enum_CellStrengthAttr HIPGSCellClass::getEnumCellStrengthAttr() const
 {
-    return static_cast<e_enum_CellStrengthAttr>(enum_number(HIPGSCellClass_m_CellStrengthAttr_values, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
+    return static_cast<e_enum_CellStrengthAttr>(enum_number(value_set_41, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
 }
 
 bool HIPGSCellClass::setEnumCellStrengthAttr(e_enum_CellStrengthAttr value)
 {
-    const char* text = enum_text(HIPGSCellClass_m_CellStrengthAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_41, static_cast<int>(value));
     return text && setCellStrengthAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -139,16 +137,14 @@ lmx60::elmx_error HIPGSCellClass::setCellClass(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCellClass_m_CellClass_values[] = {"combinational", "sequential", nullptr};
-
 HIPGSCellClass::e_enum_CellClass HIPGSCellClass::getEnumCellClass() const
 {
-    return static_cast<e_enum_CellClass>(enum_number(HIPGSCellClass_m_CellClass_values, m_CellClass.is_set(), m_CellClass.get()));
+    return static_cast<e_enum_CellClass>(enum_number(value_set_26, m_CellClass.is_set(), m_CellClass.get()));
 }
 
 bool HIPGSCellClass::setEnumCellClass(e_enum_CellClass value)
 {
-    const char* text = enum_text(HIPGSCellClass_m_CellClass_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_26, static_cast<int>(value));
     return text && setCellClass(text) == lmx60::ELMX_OK;
 }
 

@@ -118,16 +118,14 @@ lmx60::elmx_error HIPGSCellFunction::setCellStrengthAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCellFunction_m_CellStrengthAttr_values[] = {"low", "median", "high", nullptr};
-
 HIPGSCellFunction::e_enum_CellStrengthAttr HIPGSCellFunction::getEnumCellStrengthAttr() const
 {
-    return static_cast<e_enum_CellStrengthAttr>(enum_number(HIPGSCellFunction_m_CellStrengthAttr_values, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
+    return static_cast<e_enum_CellStrengthAttr>(enum_number(value_set_41, m_CellStrengthAttr.is_set(), m_CellStrengthAttr.get()));
 }
 
 bool HIPGSCellFunction::setEnumCellStrengthAttr(e_enum_CellStrengthAttr value)
 {
-    const char* text = enum_text(HIPGSCellFunction_m_CellStrengthAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_41, static_cast<int>(value));
     return text && setCellStrengthAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -139,16 +137,14 @@ lmx60::elmx_error HIPGSCellFunction::setCellFunction(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCellFunction_m_CellFunction_values[] = {"nand2", "buf", "inv", "mux21", "dff", "latch", "xor2", nullptr};
-
 HIPGSCellFunction::e_enum_CellFunction HIPGSCellFunction::getEnumCellFunction() const
 {
-    return static_cast<e_enum_CellFunction>(enum_number(HIPGSCellFunction_m_CellFunction_values, m_CellFunction.is_set(), m_CellFunction.get()));
+    return static_cast<e_enum_CellFunction>(enum_number(value_set_47, m_CellFunction.is_set(), m_CellFunction.get()));
 }
 
 bool HIPGSCellFunction::setEnumCellFunction(e_enum_CellFunction value)
 {
-    const char* text = enum_text(HIPGSCellFunction_m_CellFunction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_47, static_cast<int>(value));
     return text && setCellFunction(text) == lmx60::ELMX_OK;
 }
 

@@ -172,16 +172,14 @@ lmx60::elmx_error HIPGSClockPulseDuration::setFormatAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSClockPulseDuration_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSClockPulseDuration::e_enum_FormatAttr HIPGSClockPulseDuration::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSClockPulseDuration_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSClockPulseDuration::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSClockPulseDuration_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -193,16 +191,14 @@ lmx60::elmx_error HIPGSClockPulseDuration::setResolveAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSClockPulseDuration_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSClockPulseDuration::e_enum_ResolveAttr HIPGSClockPulseDuration::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSClockPulseDuration_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSClockPulseDuration::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSClockPulseDuration_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -260,16 +256,14 @@ lmx60::elmx_error HIPGSClockPulseDuration::setRangeTypeAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSClockPulseDuration_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSClockPulseDuration::e_enum_RangeTypeAttr HIPGSClockPulseDuration::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSClockPulseDuration_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSClockPulseDuration::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSClockPulseDuration_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -287,16 +281,14 @@ lmx60::elmx_error HIPGSClockPulseDuration::setUnitsAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSClockPulseDuration_m_UnitsAttr_values[] = {"ps", "ns", nullptr};
-
 HIPGSClockPulseDuration::e_enum_UnitsAttr HIPGSClockPulseDuration::getEnumUnitsAttr() const
 {
-    return static_cast<e_enum_UnitsAttr>(enum_number(HIPGSClockPulseDuration_m_UnitsAttr_values, m_UnitsAttr.is_set(), m_UnitsAttr.get()));
+    return static_cast<e_enum_UnitsAttr>(enum_number(value_set_54, m_UnitsAttr.is_set(), m_UnitsAttr.get()));
 }
 
 bool HIPGSClockPulseDuration::setEnumUnitsAttr(e_enum_UnitsAttr value)
 {
-    const char* text = enum_text(HIPGSClockPulseDuration_m_UnitsAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_54, static_cast<int>(value));
     return text && setUnitsAttr(text) == lmx60::ELMX_OK;
 }
 

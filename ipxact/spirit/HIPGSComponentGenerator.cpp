@@ -229,16 +229,14 @@ lmx60::elmx_error HIPGSComponentGenerator::setScopeAttr(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSComponentGenerator_m_ScopeAttr_values[] = {"instance", "entity", nullptr};
-
 HIPGSComponentGenerator::e_enum_ScopeAttr HIPGSComponentGenerator::getEnumScopeAttr() const
 {
-    return static_cast<e_enum_ScopeAttr>(enum_number(HIPGSComponentGenerator_m_ScopeAttr_values, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
+    return static_cast<e_enum_ScopeAttr>(enum_number(value_set_37, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
 }
 
 bool HIPGSComponentGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
-    const char* text = enum_text(HIPGSComponentGenerator_m_ScopeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_37, static_cast<int>(value));
     return text && setScopeAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -337,16 +335,14 @@ lmx60::elmx_error HIPGSComponentGenerator::setApiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSComponentGenerator_m_ApiType_values[] = {"TGI", "none", nullptr};
-
 HIPGSComponentGenerator::e_enum_ApiType HIPGSComponentGenerator::getEnumApiType() const
 {
-    return static_cast<e_enum_ApiType>(enum_number(HIPGSComponentGenerator_m_ApiType_values, m_ApiType.is_set(), m_ApiType.get()));
+    return static_cast<e_enum_ApiType>(enum_number(value_set_19, m_ApiType.is_set(), m_ApiType.get()));
 }
 
 bool HIPGSComponentGenerator::setEnumApiType(e_enum_ApiType value)
 {
-    const char* text = enum_text(HIPGSComponentGenerator_m_ApiType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_19, static_cast<int>(value));
     return text && setApiType(text) == lmx60::ELMX_OK;
 }
 

@@ -126,16 +126,14 @@ lmx60::elmx_error HIPGSConfigurableBoolean::setResolveAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSConfigurableBoolean_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
-
 HIPGSConfigurableBoolean::e_enum_ResolveAttr HIPGSConfigurableBoolean::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableBoolean_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableBoolean::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSConfigurableBoolean_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_27, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -126,16 +126,14 @@ lmx60::elmx_error HIPGSConfigurableSignType::setResolveAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSConfigurableSignType_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
-
 HIPGSConfigurableSignType::e_enum_ResolveAttr HIPGSConfigurableSignType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableSignType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableSignType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSConfigurableSignType_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_27, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -159,16 +157,14 @@ lmx60::elmx_error HIPGSConfigurableSignType::setConfigurableSignType(const std::
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSConfigurableSignType_m_ConfigurableSignType_values[] = {"unsigned", "unknown", "signed", nullptr};
-
 HIPGSConfigurableSignType::e_enum_ConfigurableSignType HIPGSConfigurableSignType::getEnumConfigurableSignType() const
 {
-    return static_cast<e_enum_ConfigurableSignType>(enum_number(HIPGSConfigurableSignType_m_ConfigurableSignType_values, m_ConfigurableSignType.is_set(), m_ConfigurableSignType.get()));
+    return static_cast<e_enum_ConfigurableSignType>(enum_number(value_set_70, m_ConfigurableSignType.is_set(), m_ConfigurableSignType.get()));
 }
 
 bool HIPGSConfigurableSignType::setEnumConfigurableSignType(e_enum_ConfigurableSignType value)
 {
-    const char* text = enum_text(HIPGSConfigurableSignType_m_ConfigurableSignType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_70, static_cast<int>(value));
     return text && setConfigurableSignType(text) == lmx60::ELMX_OK;
 }
 

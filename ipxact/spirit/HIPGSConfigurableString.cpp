@@ -126,16 +126,14 @@ lmx60::elmx_error HIPGSConfigurableString::setResolveAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSConfigurableString_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
-
 HIPGSConfigurableString::e_enum_ResolveAttr HIPGSConfigurableString::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSConfigurableString_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSConfigurableString::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSConfigurableString_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_27, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 

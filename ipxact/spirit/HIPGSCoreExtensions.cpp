@@ -466,16 +466,14 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsOOC(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCoreExtensions_m_SupportsOOC_values[] = {"none", "singular", "hierarchical", nullptr};
-
 HIPGSCoreExtensions::e_enum_SupportsOOC HIPGSCoreExtensions::getEnumSupportsOOC() const
 {
-    return static_cast<e_enum_SupportsOOC>(enum_number(HIPGSCoreExtensions_m_SupportsOOC_values, m_SupportsOOC.is_set(), m_SupportsOOC.get()));
+    return static_cast<e_enum_SupportsOOC>(enum_number(value_set_48, m_SupportsOOC.is_set(), m_SupportsOOC.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsOOC(e_enum_SupportsOOC value)
 {
-    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsOOC_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_48, static_cast<int>(value));
     return text && setSupportsOOC(text) == lmx60::ELMX_OK;
 }
 
@@ -493,16 +491,14 @@ lmx60::elmx_error HIPGSCoreExtensions::setAutoFamilySupportLevel(const std::stri
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCoreExtensions_m_AutoFamilySupportLevel_values[] = {"level_0", "level_1", "level_2", "level_beta", "level_discontinued", nullptr};
-
 HIPGSCoreExtensions::e_enum_AutoFamilySupportLevel HIPGSCoreExtensions::getEnumAutoFamilySupportLevel() const
 {
-    return static_cast<e_enum_AutoFamilySupportLevel>(enum_number(HIPGSCoreExtensions_m_AutoFamilySupportLevel_values, m_AutoFamilySupportLevel.is_set(), m_AutoFamilySupportLevel.get()));
+    return static_cast<e_enum_AutoFamilySupportLevel>(enum_number(value_set_39, m_AutoFamilySupportLevel.is_set(), m_AutoFamilySupportLevel.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumAutoFamilySupportLevel(e_enum_AutoFamilySupportLevel value)
 {
-    const char* text = enum_text(HIPGSCoreExtensions_m_AutoFamilySupportLevel_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_39, static_cast<int>(value));
     return text && setAutoFamilySupportLevel(text) == lmx60::ELMX_OK;
 }
 
@@ -544,16 +540,14 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsIPCache(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCoreExtensions_m_SupportsIPCache_values[] = {"off", "per_instance_name", "per_configuration", nullptr};
-
 HIPGSCoreExtensions::e_enum_SupportsIPCache HIPGSCoreExtensions::getEnumSupportsIPCache() const
 {
-    return static_cast<e_enum_SupportsIPCache>(enum_number(HIPGSCoreExtensions_m_SupportsIPCache_values, m_SupportsIPCache.is_set(), m_SupportsIPCache.get()));
+    return static_cast<e_enum_SupportsIPCache>(enum_number(value_set_50, m_SupportsIPCache.is_set(), m_SupportsIPCache.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsIPCache(e_enum_SupportsIPCache value)
 {
-    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsIPCache_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_50, static_cast<int>(value));
     return text && setSupportsIPCache(text) == lmx60::ELMX_OK;
 }
 
@@ -571,16 +565,14 @@ lmx60::elmx_error HIPGSCoreExtensions::setSupportsAutoXDC(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCoreExtensions_m_SupportsAutoXDC_values[] = {"off", "static_user_params", "dynamic_params", nullptr};
-
 HIPGSCoreExtensions::e_enum_SupportsAutoXDC HIPGSCoreExtensions::getEnumSupportsAutoXDC() const
 {
-    return static_cast<e_enum_SupportsAutoXDC>(enum_number(HIPGSCoreExtensions_m_SupportsAutoXDC_values, m_SupportsAutoXDC.is_set(), m_SupportsAutoXDC.get()));
+    return static_cast<e_enum_SupportsAutoXDC>(enum_number(value_set_51, m_SupportsAutoXDC.is_set(), m_SupportsAutoXDC.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumSupportsAutoXDC(e_enum_SupportsAutoXDC value)
 {
-    const char* text = enum_text(HIPGSCoreExtensions_m_SupportsAutoXDC_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_51, static_cast<int>(value));
     return text && setSupportsAutoXDC(text) == lmx60::ELMX_OK;
 }
 
@@ -604,16 +596,14 @@ lmx60::elmx_error HIPGSCoreExtensions::setDefinitionSource(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCoreExtensions_m_DefinitionSource_values[] = {"IPI", "HLS", "sysforge", "package_project", "bom", "module_ref", "checkpoint", "block_design", "unknown", nullptr};
-
 HIPGSCoreExtensions::e_enum_DefinitionSource HIPGSCoreExtensions::getEnumDefinitionSource() const
 {
-    return static_cast<e_enum_DefinitionSource>(enum_number(HIPGSCoreExtensions_m_DefinitionSource_values, m_DefinitionSource.is_set(), m_DefinitionSource.get()));
+    return static_cast<e_enum_DefinitionSource>(enum_number(value_set_12, m_DefinitionSource.is_set(), m_DefinitionSource.get()));
 }
 
 bool HIPGSCoreExtensions::setEnumDefinitionSource(e_enum_DefinitionSource value)
 {
-    const char* text = enum_text(HIPGSCoreExtensions_m_DefinitionSource_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_12, static_cast<int>(value));
     return text && setDefinitionSource(text) == lmx60::ELMX_OK;
 }
 

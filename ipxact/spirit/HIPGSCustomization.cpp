@@ -139,16 +139,14 @@ lmx60::elmx_error HIPGSCustomization::setCustomizer(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCustomization_m_Customizer_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
-
 HIPGSCustomization::e_enum_Customizer HIPGSCustomization::getEnumCustomizer() const
 {
-    return static_cast<e_enum_Customizer>(enum_number(HIPGSCustomization_m_Customizer_values, m_Customizer.is_set(), m_Customizer.get()));
+    return static_cast<e_enum_Customizer>(enum_number(value_set_8, m_Customizer.is_set(), m_Customizer.get()));
 }
 
 bool HIPGSCustomization::setEnumCustomizer(e_enum_Customizer value)
 {
-    const char* text = enum_text(HIPGSCustomization_m_Customizer_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_8, static_cast<int>(value));
     return text && setCustomizer(text) == lmx60::ELMX_OK;
 }
 
@@ -160,16 +158,14 @@ lmx60::elmx_error HIPGSCustomization::setElaborator(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCustomization_m_Elaborator_values[] = {"Fixed", "Foreign", "Sim", nullptr};
-
 HIPGSCustomization::e_enum_Elaborator HIPGSCustomization::getEnumElaborator() const
 {
-    return static_cast<e_enum_Elaborator>(enum_number(HIPGSCustomization_m_Elaborator_values, m_Elaborator.is_set(), m_Elaborator.get()));
+    return static_cast<e_enum_Elaborator>(enum_number(value_set_10, m_Elaborator.is_set(), m_Elaborator.get()));
 }
 
 bool HIPGSCustomization::setEnumElaborator(e_enum_Elaborator value)
 {
-    const char* text = enum_text(HIPGSCustomization_m_Elaborator_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_10, static_cast<int>(value));
     return text && setElaborator(text) == lmx60::ELMX_OK;
 }
 
@@ -187,16 +183,14 @@ lmx60::elmx_error HIPGSCustomization::setGuiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSCustomization_m_GuiType_values[] = {"Exe", "Spirit", "Java", "Cpp", nullptr};
-
 HIPGSCustomization::e_enum_GuiType HIPGSCustomization::getEnumGuiType() const
 {
-    return static_cast<e_enum_GuiType>(enum_number(HIPGSCustomization_m_GuiType_values, m_GuiType.is_set(), m_GuiType.get()));
+    return static_cast<e_enum_GuiType>(enum_number(value_set_8, m_GuiType.is_set(), m_GuiType.get()));
 }
 
 bool HIPGSCustomization::setEnumGuiType(e_enum_GuiType value)
 {
-    const char* text = enum_text(HIPGSCustomization_m_GuiType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_8, static_cast<int>(value));
     return text && setGuiType(text) == lmx60::ELMX_OK;
 }
 

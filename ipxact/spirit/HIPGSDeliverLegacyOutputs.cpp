@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSDeliverLegacyOutputs::setLegacyOutput(size_t index, const
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSDeliverLegacyOutputs_m_LegacyOutput_values[] = {"EDIFtop", "QSTscript", "QSTproject", nullptr};
-
 HIPGSDeliverLegacyOutputs::e_enum_LegacyOutput HIPGSDeliverLegacyOutputs::getEnumLegacyOutput(size_t index) const
 {
-    return static_cast<e_enum_LegacyOutput>(enum_number(HIPGSDeliverLegacyOutputs_m_LegacyOutput_values, true, m_LegacyOutput.get(index)));
+    return static_cast<e_enum_LegacyOutput>(enum_number(value_set_6, true, m_LegacyOutput.get(index)));
 }
 
 bool HIPGSDeliverLegacyOutputs::setEnumLegacyOutput(size_t index, e_enum_LegacyOutput value)
 {
-    const char* text = enum_text(HIPGSDeliverLegacyOutputs_m_LegacyOutput_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_6, static_cast<int>(value));
     return text && setLegacyOutput(index, text) == lmx60::ELMX_OK;
 }
 

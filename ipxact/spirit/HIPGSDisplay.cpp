@@ -173,16 +173,14 @@ lmx60::elmx_error HIPGSDisplay::setIpType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSDisplay_m_IpType_values[] = {"CoreLine", "AllyLine", "PreVorlix", "ReferenceDesign", "QDK", "PSF", "FabricWizard", "Spirit", nullptr};
-
 HIPGSDisplay::e_enum_IpType HIPGSDisplay::getEnumIpType() const
 {
-    return static_cast<e_enum_IpType>(enum_number(HIPGSDisplay_m_IpType_values, m_IpType.is_set(), m_IpType.get()));
+    return static_cast<e_enum_IpType>(enum_number(value_set_4, m_IpType.is_set(), m_IpType.get()));
 }
 
 bool HIPGSDisplay::setEnumIpType(e_enum_IpType value)
 {
-    const char* text = enum_text(HIPGSDisplay_m_IpType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_4, static_cast<int>(value));
     return text && setIpType(text) == lmx60::ELMX_OK;
 }
 

@@ -123,16 +123,14 @@ lmx60::elmx_error HIPGSEnablementType::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSEnablementType_m_Presence_values[] = {"illegal", "optional", "required", nullptr};
-
 HIPGSEnablementType::e_enum_Presence HIPGSEnablementType::getEnumPresence() const
 {
-    return static_cast<e_enum_Presence>(enum_number(HIPGSEnablementType_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
+    return static_cast<e_enum_Presence>(enum_number(value_set_32, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSEnablementType::setEnumPresence(e_enum_Presence value)
 {
-    const char* text = enum_text(HIPGSEnablementType_m_Presence_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_32, static_cast<int>(value));
     return text && setPresence(text) == lmx60::ELMX_OK;
 }
 

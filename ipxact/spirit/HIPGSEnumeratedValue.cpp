@@ -128,16 +128,14 @@ lmx60::elmx_error HIPGSEnumeratedValue::setUsageAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSEnumeratedValue_m_UsageAttr_values[] = {"read", "write", "read-write", nullptr};
-
 HIPGSEnumeratedValue::e_enum_UsageAttr HIPGSEnumeratedValue::getEnumUsageAttr() const
 {
-    return static_cast<e_enum_UsageAttr>(enum_number(HIPGSEnumeratedValue_m_UsageAttr_values, m_UsageAttr.is_set(), m_UsageAttr.get()));
+    return static_cast<e_enum_UsageAttr>(enum_number(value_set_55, m_UsageAttr.is_set(), m_UsageAttr.get()));
 }
 
 bool HIPGSEnumeratedValue::setEnumUsageAttr(e_enum_UsageAttr value)
 {
-    const char* text = enum_text(HIPGSEnumeratedValue_m_UsageAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_55, static_cast<int>(value));
     return text && setUsageAttr(text) == lmx60::ELMX_OK;
 }
 

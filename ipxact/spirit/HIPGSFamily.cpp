@@ -118,16 +118,14 @@ lmx60::elmx_error HIPGSFamily::setLifeCycleAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFamily_m_LifeCycleAttr_values[] = {"Pre-Production", "Production", "Discontinued", "Superseded", "Not-Supported", "Hidden", "Beta", "Removed", nullptr};
-
 HIPGSFamily::e_enum_LifeCycleAttr HIPGSFamily::getEnumLifeCycleAttr() const
 {
-    return static_cast<e_enum_LifeCycleAttr>(enum_number(HIPGSFamily_m_LifeCycleAttr_values, m_LifeCycleAttr.is_set(), m_LifeCycleAttr.get()));
+    return static_cast<e_enum_LifeCycleAttr>(enum_number(value_set_14, m_LifeCycleAttr.is_set(), m_LifeCycleAttr.get()));
 }
 
 bool HIPGSFamily::setEnumLifeCycleAttr(e_enum_LifeCycleAttr value)
 {
-    const char* text = enum_text(HIPGSFamily_m_LifeCycleAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_14, static_cast<int>(value));
     return text && setLifeCycleAttr(text) == lmx60::ELMX_OK;
 }
 

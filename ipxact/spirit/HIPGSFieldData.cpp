@@ -157,16 +157,14 @@ lmx60::elmx_error HIPGSFieldData::setAccess(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFieldData_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
-
 HIPGSFieldData::e_enum_Access HIPGSFieldData::getEnumAccess() const
 {
-    return static_cast<e_enum_Access>(enum_number(HIPGSFieldData_m_Access_values, m_Access.is_set(), m_Access.get()));
+    return static_cast<e_enum_Access>(enum_number(value_set_56, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSFieldData::setEnumAccess(e_enum_Access value)
 {
-    const char* text = enum_text(HIPGSFieldData_m_Access_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_56, static_cast<int>(value));
     return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
@@ -203,16 +201,14 @@ lmx60::elmx_error HIPGSFieldData::setModifiedWriteValue(const std::string& value
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFieldData_m_ModifiedWriteValue_values[] = {"oneToClear", "oneToSet", "oneToToggle", "zeroToClear", "zeroToSet", "zeroToToggle", "clear", "set", "modify", nullptr};
-
 HIPGSFieldData::e_enum_ModifiedWriteValue HIPGSFieldData::getEnumModifiedWriteValue() const
 {
-    return static_cast<e_enum_ModifiedWriteValue>(enum_number(HIPGSFieldData_m_ModifiedWriteValue_values, m_ModifiedWriteValue.is_set(), m_ModifiedWriteValue.get()));
+    return static_cast<e_enum_ModifiedWriteValue>(enum_number(value_set_53, m_ModifiedWriteValue.is_set(), m_ModifiedWriteValue.get()));
 }
 
 bool HIPGSFieldData::setEnumModifiedWriteValue(e_enum_ModifiedWriteValue value)
 {
-    const char* text = enum_text(HIPGSFieldData_m_ModifiedWriteValue_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_53, static_cast<int>(value));
     return text && setModifiedWriteValue(text) == lmx60::ELMX_OK;
 }
 
@@ -249,16 +245,14 @@ lmx60::elmx_error HIPGSFieldData::setReadAction(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFieldData_m_ReadAction_values[] = {"clear", "set", "modify", nullptr};
-
 HIPGSFieldData::e_enum_ReadAction HIPGSFieldData::getEnumReadAction() const
 {
-    return static_cast<e_enum_ReadAction>(enum_number(HIPGSFieldData_m_ReadAction_values, m_ReadAction.is_set(), m_ReadAction.get()));
+    return static_cast<e_enum_ReadAction>(enum_number(value_set_24, m_ReadAction.is_set(), m_ReadAction.get()));
 }
 
 bool HIPGSFieldData::setEnumReadAction(e_enum_ReadAction value)
 {
-    const char* text = enum_text(HIPGSFieldData_m_ReadAction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_24, static_cast<int>(value));
     return text && setReadAction(text) == lmx60::ELMX_OK;
 }
 

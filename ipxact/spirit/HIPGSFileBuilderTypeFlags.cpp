@@ -166,16 +166,14 @@ lmx60::elmx_error HIPGSFileBuilderTypeFlags::setFormatAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFileBuilderTypeFlags_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSFileBuilderTypeFlags::e_enum_FormatAttr HIPGSFileBuilderTypeFlags::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSFileBuilderTypeFlags_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSFileBuilderTypeFlags::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSFileBuilderTypeFlags_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -187,16 +185,14 @@ lmx60::elmx_error HIPGSFileBuilderTypeFlags::setResolveAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFileBuilderTypeFlags_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSFileBuilderTypeFlags::e_enum_ResolveAttr HIPGSFileBuilderTypeFlags::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSFileBuilderTypeFlags_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSFileBuilderTypeFlags::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSFileBuilderTypeFlags_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -254,16 +250,14 @@ lmx60::elmx_error HIPGSFileBuilderTypeFlags::setRangeTypeAttr(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFileBuilderTypeFlags_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSFileBuilderTypeFlags::e_enum_RangeTypeAttr HIPGSFileBuilderTypeFlags::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSFileBuilderTypeFlags_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSFileBuilderTypeFlags::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSFileBuilderTypeFlags_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

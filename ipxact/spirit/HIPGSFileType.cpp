@@ -138,16 +138,14 @@ lmx60::elmx_error HIPGSFileType::setFileType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFileType_m_FileType_values[] = {"unknown", "cSource", "cppSource", "asmSource", "vhdlSource", "vhdlSource-87", "vhdlSource-93", "verilogSource", "verilogSource-95", "verilogSource-2001", "swObject", "swObjectLibrary", "vhdlBinaryLibrary", "verilogBinaryLibrary", "unelaboratedHdl", "executableHdl", "systemVerilogSource", "systemVerilogSource-3.0", "systemVerilogSource-3.1", "systemCSource", "systemCSource-2.0", "systemCSource-2.0.1", "systemCSource-2.1", "systemCSource-2.2", "veraSource", "eSource", "perlSource", "tclSource", "OVASource", "SVASource", "pslSource", "systemVerilogSource-3.1a", "SDC", nullptr};
-
 HIPGSFileType::e_enum_FileType HIPGSFileType::getEnumFileType() const
 {
-    return static_cast<e_enum_FileType>(enum_number(HIPGSFileType_m_FileType_values, m_FileType.is_set(), m_FileType.get()));
+    return static_cast<e_enum_FileType>(enum_number(value_set_69, m_FileType.is_set(), m_FileType.get()));
 }
 
 bool HIPGSFileType::setEnumFileType(e_enum_FileType value)
 {
-    const char* text = enum_text(HIPGSFileType_m_FileType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_69, static_cast<int>(value));
     return text && setFileType(text) == lmx60::ELMX_OK;
 }
 

@@ -148,16 +148,14 @@ lmx60::elmx_error HIPGSFlowOptions::setBusFormat(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFlowOptions_m_BusFormat_values[] = {"BusFormatAngleBracket", "BusFormatSquareBracket", "BusFormatParen", "BusFormatAngleBracketNotRipped", "BusFormatSquareBracketNotRipped", "BusFormatParenNotRipped", "BusFormatNoDelimiter", nullptr};
-
 HIPGSFlowOptions::e_enum_BusFormat HIPGSFlowOptions::getEnumBusFormat() const
 {
-    return static_cast<e_enum_BusFormat>(enum_number(HIPGSFlowOptions_m_BusFormat_values, m_BusFormat.is_set(), m_BusFormat.get()));
+    return static_cast<e_enum_BusFormat>(enum_number(value_set_3, m_BusFormat.is_set(), m_BusFormat.get()));
 }
 
 bool HIPGSFlowOptions::setEnumBusFormat(e_enum_BusFormat value)
 {
-    const char* text = enum_text(HIPGSFlowOptions_m_BusFormat_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_3, static_cast<int>(value));
     return text && setBusFormat(text) == lmx60::ELMX_OK;
 }
 
@@ -169,16 +167,14 @@ lmx60::elmx_error HIPGSFlowOptions::setDesignEntry(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFlowOptions_m_DesignEntry_values[] = {"Advanced", "Schematic", "VHDL", "Verilog", nullptr};
-
 HIPGSFlowOptions::e_enum_DesignEntry HIPGSFlowOptions::getEnumDesignEntry() const
 {
-    return static_cast<e_enum_DesignEntry>(enum_number(HIPGSFlowOptions_m_DesignEntry_values, m_DesignEntry.is_set(), m_DesignEntry.get()));
+    return static_cast<e_enum_DesignEntry>(enum_number(value_set_1, m_DesignEntry.is_set(), m_DesignEntry.get()));
 }
 
 bool HIPGSFlowOptions::setEnumDesignEntry(e_enum_DesignEntry value)
 {
-    const char* text = enum_text(HIPGSFlowOptions_m_DesignEntry_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_1, static_cast<int>(value));
     return text && setDesignEntry(text) == lmx60::ELMX_OK;
 }
 
@@ -196,16 +192,14 @@ lmx60::elmx_error HIPGSFlowOptions::setFlowVendor(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFlowOptions_m_FlowVendor_values[] = {"ePD", "MentorHDL", "MentorSchematic", "Synopsys", "Synplicity", "Cadence", "Foundation_IXE", "Innoveda", "Other", nullptr};
-
 HIPGSFlowOptions::e_enum_FlowVendor HIPGSFlowOptions::getEnumFlowVendor() const
 {
-    return static_cast<e_enum_FlowVendor>(enum_number(HIPGSFlowOptions_m_FlowVendor_values, m_FlowVendor.is_set(), m_FlowVendor.get()));
+    return static_cast<e_enum_FlowVendor>(enum_number(value_set_28, m_FlowVendor.is_set(), m_FlowVendor.get()));
 }
 
 bool HIPGSFlowOptions::setEnumFlowVendor(e_enum_FlowVendor value)
 {
-    const char* text = enum_text(HIPGSFlowOptions_m_FlowVendor_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_28, static_cast<int>(value));
     return text && setFlowVendor(text) == lmx60::ELMX_OK;
 }
 
@@ -235,16 +229,14 @@ lmx60::elmx_error HIPGSFlowOptions::setImplementationFileType(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFlowOptions_m_ImplementationFileType_values[] = {"Edif", "None", "Ngc", nullptr};
-
 HIPGSFlowOptions::e_enum_ImplementationFileType HIPGSFlowOptions::getEnumImplementationFileType() const
 {
-    return static_cast<e_enum_ImplementationFileType>(enum_number(HIPGSFlowOptions_m_ImplementationFileType_values, m_ImplementationFileType.is_set(), m_ImplementationFileType.get()));
+    return static_cast<e_enum_ImplementationFileType>(enum_number(value_set_7, m_ImplementationFileType.is_set(), m_ImplementationFileType.get()));
 }
 
 bool HIPGSFlowOptions::setEnumImplementationFileType(e_enum_ImplementationFileType value)
 {
-    const char* text = enum_text(HIPGSFlowOptions_m_ImplementationFileType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_7, static_cast<int>(value));
     return text && setImplementationFileType(text) == lmx60::ELMX_OK;
 }
 

@@ -158,16 +158,14 @@ lmx60::elmx_error HIPGSFunction::setReturnType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSFunction_m_ReturnType_values[] = {"void", "int", nullptr};
-
 HIPGSFunction::e_enum_ReturnType HIPGSFunction::getEnumReturnType() const
 {
-    return static_cast<e_enum_ReturnType>(enum_number(HIPGSFunction_m_ReturnType_values, m_ReturnType.is_set(), m_ReturnType.get()));
+    return static_cast<e_enum_ReturnType>(enum_number(value_set_72, m_ReturnType.is_set(), m_ReturnType.get()));
 }
 
 bool HIPGSFunction::setEnumReturnType(e_enum_ReturnType value)
 {
-    const char* text = enum_text(HIPGSFunction_m_ReturnType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_72, static_cast<int>(value));
     return text && setReturnType(text) == lmx60::ELMX_OK;
 }
 

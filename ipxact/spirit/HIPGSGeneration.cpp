@@ -243,16 +243,14 @@ lmx60::elmx_error HIPGSGeneration::setGenerationFlow(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneration_m_GenerationFlow_values[] = {"Exe", "Spirit", "Java", "Tcl", nullptr};
-
 HIPGSGeneration::e_enum_GenerationFlow HIPGSGeneration::getEnumGenerationFlow() const
 {
-    return static_cast<e_enum_GenerationFlow>(enum_number(HIPGSGeneration_m_GenerationFlow_values, m_GenerationFlow.is_set(), m_GenerationFlow.get()));
+    return static_cast<e_enum_GenerationFlow>(enum_number(value_set_9, m_GenerationFlow.is_set(), m_GenerationFlow.get()));
 }
 
 bool HIPGSGeneration::setEnumGenerationFlow(e_enum_GenerationFlow value)
 {
-    const char* text = enum_text(HIPGSGeneration_m_GenerationFlow_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_9, static_cast<int>(value));
     return text && setGenerationFlow(text) == lmx60::ELMX_OK;
 }
 
@@ -349,16 +347,14 @@ lmx60::elmx_error HIPGSGeneration::setCorePrimaryOutputProduct(const std::string
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneration_m_CorePrimaryOutputProduct_values[] = {"Source", "Netlist", nullptr};
-
 HIPGSGeneration::e_enum_CorePrimaryOutputProduct HIPGSGeneration::getEnumCorePrimaryOutputProduct() const
 {
-    return static_cast<e_enum_CorePrimaryOutputProduct>(enum_number(HIPGSGeneration_m_CorePrimaryOutputProduct_values, m_CorePrimaryOutputProduct.is_set(), m_CorePrimaryOutputProduct.get()));
+    return static_cast<e_enum_CorePrimaryOutputProduct>(enum_number(value_set_15, m_CorePrimaryOutputProduct.is_set(), m_CorePrimaryOutputProduct.get()));
 }
 
 bool HIPGSGeneration::setEnumCorePrimaryOutputProduct(e_enum_CorePrimaryOutputProduct value)
 {
-    const char* text = enum_text(HIPGSGeneration_m_CorePrimaryOutputProduct_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_15, static_cast<int>(value));
     return text && setCorePrimaryOutputProduct(text) == lmx60::ELMX_OK;
 }
 
@@ -418,16 +414,14 @@ lmx60::elmx_error HIPGSGeneration::setOverrideImplementationFileType(const std::
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneration_m_OverrideImplementationFileType_values[] = {"EDIF", "NGC", nullptr};
-
 HIPGSGeneration::e_enum_OverrideImplementationFileType HIPGSGeneration::getEnumOverrideImplementationFileType() const
 {
-    return static_cast<e_enum_OverrideImplementationFileType>(enum_number(HIPGSGeneration_m_OverrideImplementationFileType_values, m_OverrideImplementationFileType.is_set(), m_OverrideImplementationFileType.get()));
+    return static_cast<e_enum_OverrideImplementationFileType>(enum_number(value_set_5, m_OverrideImplementationFileType.is_set(), m_OverrideImplementationFileType.get()));
 }
 
 bool HIPGSGeneration::setEnumOverrideImplementationFileType(e_enum_OverrideImplementationFileType value)
 {
-    const char* text = enum_text(HIPGSGeneration_m_OverrideImplementationFileType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_5, static_cast<int>(value));
     return text && setOverrideImplementationFileType(text) == lmx60::ELMX_OK;
 }
 
@@ -439,16 +433,14 @@ lmx60::elmx_error HIPGSGeneration::setOverrideSimulationFiles(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneration_m_OverrideSimulationFiles_values[] = {"Structural", "Behavioral", nullptr};
-
 HIPGSGeneration::e_enum_OverrideSimulationFiles HIPGSGeneration::getEnumOverrideSimulationFiles() const
 {
-    return static_cast<e_enum_OverrideSimulationFiles>(enum_number(HIPGSGeneration_m_OverrideSimulationFiles_values, m_OverrideSimulationFiles.is_set(), m_OverrideSimulationFiles.get()));
+    return static_cast<e_enum_OverrideSimulationFiles>(enum_number(value_set_16, m_OverrideSimulationFiles.is_set(), m_OverrideSimulationFiles.get()));
 }
 
 bool HIPGSGeneration::setEnumOverrideSimulationFiles(e_enum_OverrideSimulationFiles value)
 {
-    const char* text = enum_text(HIPGSGeneration_m_OverrideSimulationFiles_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_16, static_cast<int>(value));
     return text && setOverrideSimulationFiles(text) == lmx60::ELMX_OK;
 }
 
@@ -515,16 +507,14 @@ lmx60::elmx_error HIPGSGeneration::setVerilogParamConvention(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneration_m_VerilogParamConvention_values[] = {"upper", "lower", "sorted", nullptr};
-
 HIPGSGeneration::e_enum_VerilogParamConvention HIPGSGeneration::getEnumVerilogParamConvention() const
 {
-    return static_cast<e_enum_VerilogParamConvention>(enum_number(HIPGSGeneration_m_VerilogParamConvention_values, m_VerilogParamConvention.is_set(), m_VerilogParamConvention.get()));
+    return static_cast<e_enum_VerilogParamConvention>(enum_number(value_set_71, m_VerilogParamConvention.is_set(), m_VerilogParamConvention.get()));
 }
 
 bool HIPGSGeneration::setEnumVerilogParamConvention(e_enum_VerilogParamConvention value)
 {
-    const char* text = enum_text(HIPGSGeneration_m_VerilogParamConvention_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_71, static_cast<int>(value));
     return text && setVerilogParamConvention(text) == lmx60::ELMX_OK;
 }
 

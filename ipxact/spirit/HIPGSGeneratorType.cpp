@@ -235,16 +235,14 @@ lmx60::elmx_error HIPGSGeneratorType::setApiType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGeneratorType_m_ApiType_values[] = {"TGI", "none", nullptr};
-
 HIPGSGeneratorType::e_enum_ApiType HIPGSGeneratorType::getEnumApiType() const
 {
-    return static_cast<e_enum_ApiType>(enum_number(HIPGSGeneratorType_m_ApiType_values, m_ApiType.is_set(), m_ApiType.get()));
+    return static_cast<e_enum_ApiType>(enum_number(value_set_19, m_ApiType.is_set(), m_ApiType.get()));
 }
 
 bool HIPGSGeneratorType::setEnumApiType(e_enum_ApiType value)
 {
-    const char* text = enum_text(HIPGSGeneratorType_m_ApiType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_19, static_cast<int>(value));
     return text && setApiType(text) == lmx60::ELMX_OK;
 }
 

@@ -190,16 +190,14 @@ lmx60::elmx_error HIPGSGroupSelector::setMultipleGroupSelectionOperatorAttr(cons
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values[] = {"and", "or", nullptr};
-
 HIPGSGroupSelector::e_enum_MultipleGroupSelectionOperatorAttr HIPGSGroupSelector::getEnumMultipleGroupSelectionOperatorAttr() const
 {
-    return static_cast<e_enum_MultipleGroupSelectionOperatorAttr>(enum_number(HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values, m_MultipleGroupSelectionOperatorAttr.is_set(), m_MultipleGroupSelectionOperatorAttr.get()));
+    return static_cast<e_enum_MultipleGroupSelectionOperatorAttr>(enum_number(value_set_21, m_MultipleGroupSelectionOperatorAttr.is_set(), m_MultipleGroupSelectionOperatorAttr.get()));
 }
 
 bool HIPGSGroupSelector::setEnumMultipleGroupSelectionOperatorAttr(e_enum_MultipleGroupSelectionOperatorAttr value)
 {
-    const char* text = enum_text(HIPGSGroupSelector_m_MultipleGroupSelectionOperatorAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_21, static_cast<int>(value));
     return text && setMultipleGroupSelectionOperatorAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -176,16 +176,14 @@ lmx60::elmx_error HIPGSInitiative::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSInitiative_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
-
 HIPGSInitiative::e_enum_Initiative HIPGSInitiative::getEnumInitiative() const
 {
-    return static_cast<e_enum_Initiative>(enum_number(HIPGSInitiative_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
+    return static_cast<e_enum_Initiative>(enum_number(value_set_61, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSInitiative::setEnumInitiative(e_enum_Initiative value)
 {
-    const char* text = enum_text(HIPGSInitiative_m_Initiative_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_61, static_cast<int>(value));
     return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 

@@ -144,16 +144,14 @@ lmx60::elmx_error HIPGSInstanceGeneratorType::setScopeAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSInstanceGeneratorType_m_ScopeAttr_values[] = {"instance", "entity", nullptr};
-
 HIPGSInstanceGeneratorType::e_enum_ScopeAttr HIPGSInstanceGeneratorType::getEnumScopeAttr() const
 {
-    return static_cast<e_enum_ScopeAttr>(enum_number(HIPGSInstanceGeneratorType_m_ScopeAttr_values, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
+    return static_cast<e_enum_ScopeAttr>(enum_number(value_set_37, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
 }
 
 bool HIPGSInstanceGeneratorType::setEnumScopeAttr(e_enum_ScopeAttr value)
 {
-    const char* text = enum_text(HIPGSInstanceGeneratorType_m_ScopeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_37, static_cast<int>(value));
     return text && setScopeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -126,16 +126,14 @@ lmx60::elmx_error HIPGSInterfaceRefType::setModeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSInterfaceRefType_m_ModeAttr_values[] = {"mirroredSystem", "master", "slave", "system", "mirroredMaster", "mirroredSlave", nullptr};
-
 HIPGSInterfaceRefType::e_enum_ModeAttr HIPGSInterfaceRefType::getEnumModeAttr() const
 {
-    return static_cast<e_enum_ModeAttr>(enum_number(HIPGSInterfaceRefType_m_ModeAttr_values, m_ModeAttr.is_set(), m_ModeAttr.get()));
+    return static_cast<e_enum_ModeAttr>(enum_number(value_set_46, m_ModeAttr.is_set(), m_ModeAttr.get()));
 }
 
 bool HIPGSInterfaceRefType::setEnumModeAttr(e_enum_ModeAttr value)
 {
-    const char* text = enum_text(HIPGSInterfaceRefType_m_ModeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_46, static_cast<int>(value));
     return text && setModeAttr(text) == lmx60::ELMX_OK;
 }
 

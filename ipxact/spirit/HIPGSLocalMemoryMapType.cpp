@@ -170,16 +170,14 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setFormatAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLocalMemoryMapType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSLocalMemoryMapType::e_enum_FormatAttr HIPGSLocalMemoryMapType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSLocalMemoryMapType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSLocalMemoryMapType_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -191,16 +189,14 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setResolveAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLocalMemoryMapType_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSLocalMemoryMapType::e_enum_ResolveAttr HIPGSLocalMemoryMapType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSLocalMemoryMapType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSLocalMemoryMapType_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -258,16 +254,14 @@ lmx60::elmx_error HIPGSLocalMemoryMapType::setRangeTypeAttr(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLocalMemoryMapType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSLocalMemoryMapType::e_enum_RangeTypeAttr HIPGSLocalMemoryMapType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSLocalMemoryMapType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSLocalMemoryMapType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSLocalMemoryMapType_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -167,16 +167,14 @@ lmx60::elmx_error HIPGSLogicalPortVectorRight::setFormatAttr(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLogicalPortVectorRight_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSLogicalPortVectorRight::e_enum_FormatAttr HIPGSLogicalPortVectorRight::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSLogicalPortVectorRight_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSLogicalPortVectorRight::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSLogicalPortVectorRight_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -188,16 +186,14 @@ lmx60::elmx_error HIPGSLogicalPortVectorRight::setResolveAttr(const std::string&
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLogicalPortVectorRight_m_ResolveAttr_values[] = {"immediate", "user", "dependent", "generated", nullptr};
-
 HIPGSLogicalPortVectorRight::e_enum_ResolveAttr HIPGSLogicalPortVectorRight::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSLogicalPortVectorRight_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSLogicalPortVectorRight::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSLogicalPortVectorRight_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_33, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -255,16 +251,14 @@ lmx60::elmx_error HIPGSLogicalPortVectorRight::setRangeTypeAttr(const std::strin
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSLogicalPortVectorRight_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSLogicalPortVectorRight::e_enum_RangeTypeAttr HIPGSLogicalPortVectorRight::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSLogicalPortVectorRight_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSLogicalPortVectorRight::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSLogicalPortVectorRight_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -139,16 +139,14 @@ lmx60::elmx_error HIPGSMemoryBlockData::setUsage(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSMemoryBlockData_m_Usage_values[] = {"memory", "register", "reserved", nullptr};
-
 HIPGSMemoryBlockData::e_enum_Usage HIPGSMemoryBlockData::getEnumUsage() const
 {
-    return static_cast<e_enum_Usage>(enum_number(HIPGSMemoryBlockData_m_Usage_values, m_Usage.is_set(), m_Usage.get()));
+    return static_cast<e_enum_Usage>(enum_number(value_set_44, m_Usage.is_set(), m_Usage.get()));
 }
 
 bool HIPGSMemoryBlockData::setEnumUsage(e_enum_Usage value)
 {
-    const char* text = enum_text(HIPGSMemoryBlockData_m_Usage_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_44, static_cast<int>(value));
     return text && setUsage(text) == lmx60::ELMX_OK;
 }
 
@@ -166,16 +164,14 @@ lmx60::elmx_error HIPGSMemoryBlockData::setAccess(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSMemoryBlockData_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
-
 HIPGSMemoryBlockData::e_enum_Access HIPGSMemoryBlockData::getEnumAccess() const
 {
-    return static_cast<e_enum_Access>(enum_number(HIPGSMemoryBlockData_m_Access_values, m_Access.is_set(), m_Access.get()));
+    return static_cast<e_enum_Access>(enum_number(value_set_56, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSMemoryBlockData::setEnumAccess(e_enum_Access value)
 {
-    const char* text = enum_text(HIPGSMemoryBlockData_m_Access_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_56, static_cast<int>(value));
     return text && setAccess(text) == lmx60::ELMX_OK;
 }
 

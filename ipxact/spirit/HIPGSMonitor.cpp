@@ -119,16 +119,14 @@ lmx60::elmx_error HIPGSMonitor::setInterfaceModeAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSMonitor_m_InterfaceModeAttr_values[] = {"master", "slave", "system", "mirroredMaster", "mirroredSlave", "mirroredSystem", nullptr};
-
 HIPGSMonitor::e_enum_InterfaceModeAttr HIPGSMonitor::getEnumInterfaceModeAttr() const
 {
-    return static_cast<e_enum_InterfaceModeAttr>(enum_number(HIPGSMonitor_m_InterfaceModeAttr_values, m_InterfaceModeAttr.is_set(), m_InterfaceModeAttr.get()));
+    return static_cast<e_enum_InterfaceModeAttr>(enum_number(value_set_43, m_InterfaceModeAttr.is_set(), m_InterfaceModeAttr.get()));
 }
 
 bool HIPGSMonitor::setEnumInterfaceModeAttr(e_enum_InterfaceModeAttr value)
 {
-    const char* text = enum_text(HIPGSMonitor_m_InterfaceModeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_43, static_cast<int>(value));
     return text && setInterfaceModeAttr(text) == lmx60::ELMX_OK;
 }
 

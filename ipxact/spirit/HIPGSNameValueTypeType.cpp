@@ -141,16 +141,14 @@ lmx60::elmx_error HIPGSNameValueTypeType::setUsageTypeAttr(const std::string& va
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSNameValueTypeType_m_UsageTypeAttr_values[] = {"nontyped", "typed", nullptr};
-
 HIPGSNameValueTypeType::e_enum_UsageTypeAttr HIPGSNameValueTypeType::getEnumUsageTypeAttr() const
 {
-    return static_cast<e_enum_UsageTypeAttr>(enum_number(HIPGSNameValueTypeType_m_UsageTypeAttr_values, m_UsageTypeAttr.is_set(), m_UsageTypeAttr.get()));
+    return static_cast<e_enum_UsageTypeAttr>(enum_number(value_set_49, m_UsageTypeAttr.is_set(), m_UsageTypeAttr.get()));
 }
 
 bool HIPGSNameValueTypeType::setEnumUsageTypeAttr(e_enum_UsageTypeAttr value)
 {
-    const char* text = enum_text(HIPGSNameValueTypeType_m_UsageTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_49, static_cast<int>(value));
     return text && setUsageTypeAttr(text) == lmx60::ELMX_OK;
 }
 

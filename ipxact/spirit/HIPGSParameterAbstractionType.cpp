@@ -197,16 +197,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setProvisionAttr(const std::str
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_ProvisionAttr_values[] = {"IP_Consumes", "IP_Provides", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_ProvisionAttr HIPGSParameterAbstractionType::getEnumProvisionAttr() const
 {
-    return static_cast<e_enum_ProvisionAttr>(enum_number(HIPGSParameterAbstractionType_m_ProvisionAttr_values, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
+    return static_cast<e_enum_ProvisionAttr>(enum_number(value_set_13, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_ProvisionAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_13, static_cast<int>(value));
     return text && setProvisionAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -236,16 +234,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setFormatAttr(const std::string
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_FormatAttr_values[] = {"bitString", "bool", "float", "long", "string", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_FormatAttr HIPGSParameterAbstractionType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(HIPGSParameterAbstractionType_m_FormatAttr_values, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumFormatAttr(e_enum_FormatAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_FormatAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_23, static_cast<int>(value));
     return text && setFormatAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -257,16 +253,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setResolveAttr(const std::strin
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_ResolveAttr_values[] = {"dependent", "generated", "immediate", "user", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_ResolveAttr HIPGSParameterAbstractionType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(HIPGSParameterAbstractionType_m_ResolveAttr_values, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumResolveAttr(e_enum_ResolveAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_ResolveAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_27, static_cast<int>(value));
     return text && setResolveAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -324,16 +318,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setRangeTypeAttr(const std::str
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_RangeTypeAttr_values[] = {"float", "int", "unsigned int", "long", "unsigned long", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_RangeTypeAttr HIPGSParameterAbstractionType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(HIPGSParameterAbstractionType_m_RangeTypeAttr_values, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_RangeTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_31, static_cast<int>(value));
     return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -357,16 +349,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationSourceAttr(const 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_PropagationSourceAttr_values[] = {"sink", "none", "strength", "driver", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_PropagationSourceAttr HIPGSParameterAbstractionType::getEnumPropagationSourceAttr() const
 {
-    return static_cast<e_enum_PropagationSourceAttr>(enum_number(HIPGSParameterAbstractionType_m_PropagationSourceAttr_values, m_PropagationSourceAttr.is_set(), m_PropagationSourceAttr.get()));
+    return static_cast<e_enum_PropagationSourceAttr>(enum_number(value_set_67, m_PropagationSourceAttr.is_set(), m_PropagationSourceAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationSourceAttr(e_enum_PropagationSourceAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_PropagationSourceAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_67, static_cast<int>(value));
     return text && setPropagationSourceAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -378,16 +368,14 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationConflictSeverityA
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values[] = {"error", "critical_warning", "warning", "info", "none", nullptr};
-
 HIPGSParameterAbstractionType::e_enum_PropagationConflictSeverityAttr HIPGSParameterAbstractionType::getEnumPropagationConflictSeverityAttr() const
 {
-    return static_cast<e_enum_PropagationConflictSeverityAttr>(enum_number(HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values, m_PropagationConflictSeverityAttr.is_set(), m_PropagationConflictSeverityAttr.get()));
+    return static_cast<e_enum_PropagationConflictSeverityAttr>(enum_number(value_set_29, m_PropagationConflictSeverityAttr.is_set(), m_PropagationConflictSeverityAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationConflictSeverityAttr(e_enum_PropagationConflictSeverityAttr value)
 {
-    const char* text = enum_text(HIPGSParameterAbstractionType_m_PropagationConflictSeverityAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_29, static_cast<int>(value));
     return text && setPropagationConflictSeverityAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -176,16 +176,14 @@ lmx60::elmx_error HIPGSPortAccessType::setPortAccessType(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPortAccessType_m_PortAccessType_values[] = {"ref", "ptr", nullptr};
-
 HIPGSPortAccessType::e_enum_PortAccessType HIPGSPortAccessType::getEnumPortAccessType() const
 {
-    return static_cast<e_enum_PortAccessType>(enum_number(HIPGSPortAccessType_m_PortAccessType_values, m_PortAccessType.is_set(), m_PortAccessType.get()));
+    return static_cast<e_enum_PortAccessType>(enum_number(value_set_57, m_PortAccessType.is_set(), m_PortAccessType.get()));
 }
 
 bool HIPGSPortAccessType::setEnumPortAccessType(e_enum_PortAccessType value)
 {
-    const char* text = enum_text(HIPGSPortAccessType_m_PortAccessType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_57, static_cast<int>(value));
     return text && setPortAccessType(text) == lmx60::ELMX_OK;
 }
 

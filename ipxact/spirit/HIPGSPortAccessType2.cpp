@@ -119,16 +119,14 @@ lmx60::elmx_error HIPGSPortAccessType2::setPortAccessType(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPortAccessType2_m_PortAccessType_values[] = {"ref", "ptr", nullptr};
-
 HIPGSPortAccessType2::e_enum_PortAccessType HIPGSPortAccessType2::getEnumPortAccessType() const
 {
-    return static_cast<e_enum_PortAccessType>(enum_number(HIPGSPortAccessType2_m_PortAccessType_values, m_PortAccessType.is_set(), m_PortAccessType.get()));
+    return static_cast<e_enum_PortAccessType>(enum_number(value_set_57, m_PortAccessType.is_set(), m_PortAccessType.get()));
 }
 
 bool HIPGSPortAccessType2::setEnumPortAccessType(e_enum_PortAccessType value)
 {
-    const char* text = enum_text(HIPGSPortAccessType2_m_PortAccessType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_57, static_cast<int>(value));
     return text && setPortAccessType(text) == lmx60::ELMX_OK;
 }
 

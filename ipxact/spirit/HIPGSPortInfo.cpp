@@ -225,16 +225,14 @@ lmx60::elmx_error HIPGSPortInfo::setEndianness(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPortInfo_m_Endianness_values[] = {"little", "big", nullptr};
-
 HIPGSPortInfo::e_enum_Endianness HIPGSPortInfo::getEnumEndianness() const
 {
-    return static_cast<e_enum_Endianness>(enum_number(HIPGSPortInfo_m_Endianness_values, m_Endianness.is_set(), m_Endianness.get()));
+    return static_cast<e_enum_Endianness>(enum_number(value_set_40, m_Endianness.is_set(), m_Endianness.get()));
 }
 
 bool HIPGSPortInfo::setEnumEndianness(e_enum_Endianness value)
 {
-    const char* text = enum_text(HIPGSPortInfo_m_Endianness_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_40, static_cast<int>(value));
     return text && setEndianness(text) == lmx60::ELMX_OK;
 }
 
@@ -246,16 +244,14 @@ lmx60::elmx_error HIPGSPortInfo::setBufferType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPortInfo_m_BufferType_values[] = {"BUFG", "BUFGDS", "BUF", nullptr};
-
 HIPGSPortInfo::e_enum_BufferType HIPGSPortInfo::getEnumBufferType() const
 {
-    return static_cast<e_enum_BufferType>(enum_number(HIPGSPortInfo_m_BufferType_values, m_BufferType.is_set(), m_BufferType.get()));
+    return static_cast<e_enum_BufferType>(enum_number(value_set_2, m_BufferType.is_set(), m_BufferType.get()));
 }
 
 bool HIPGSPortInfo::setEnumBufferType(e_enum_BufferType value)
 {
-    const char* text = enum_text(HIPGSPortInfo_m_BufferType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_2, static_cast<int>(value));
     return text && setBufferType(text) == lmx60::ELMX_OK;
 }
 

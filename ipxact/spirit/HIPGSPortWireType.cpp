@@ -152,16 +152,14 @@ lmx60::elmx_error HIPGSPortWireType::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPortWireType_m_Direction_values[] = {"in", "out", "inout", "phantom", nullptr};
-
 HIPGSPortWireType::e_enum_Direction HIPGSPortWireType::getEnumDirection() const
 {
-    return static_cast<e_enum_Direction>(enum_number(HIPGSPortWireType_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
+    return static_cast<e_enum_Direction>(enum_number(value_set_35, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSPortWireType::setEnumDirection(e_enum_Direction value)
 {
-    const char* text = enum_text(HIPGSPortWireType_m_Direction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_35, static_cast<int>(value));
     return text && setDirection(text) == lmx60::ELMX_OK;
 }
 

@@ -177,16 +177,14 @@ lmx60::elmx_error HIPGSPresence::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSPresence_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
-
 HIPGSPresence::e_enum_Presence HIPGSPresence::getEnumPresence() const
 {
-    return static_cast<e_enum_Presence>(enum_number(HIPGSPresence_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
+    return static_cast<e_enum_Presence>(enum_number(value_set_59, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSPresence::setEnumPresence(e_enum_Presence value)
 {
-    const char* text = enum_text(HIPGSPresence_m_Presence_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_59, static_cast<int>(value));
     return text && setPresence(text) == lmx60::ELMX_OK;
 }
 

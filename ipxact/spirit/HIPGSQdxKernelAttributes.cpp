@@ -133,16 +133,14 @@ lmx60::elmx_error HIPGSQdxKernelAttributes::setQdxKernelType(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSQdxKernelAttributes_m_QdxKernelType_values[] = {"rtl", "c", "cpp", "opencl", "hls", nullptr};
-
 HIPGSQdxKernelAttributes::e_enum_QdxKernelType HIPGSQdxKernelAttributes::getEnumQdxKernelType() const
 {
-    return static_cast<e_enum_QdxKernelType>(enum_number(HIPGSQdxKernelAttributes_m_QdxKernelType_values, m_QdxKernelType.is_set(), m_QdxKernelType.get()));
+    return static_cast<e_enum_QdxKernelType>(enum_number(value_set_64, m_QdxKernelType.is_set(), m_QdxKernelType.get()));
 }
 
 bool HIPGSQdxKernelAttributes::setEnumQdxKernelType(e_enum_QdxKernelType value)
 {
-    const char* text = enum_text(HIPGSQdxKernelAttributes_m_QdxKernelType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_64, static_cast<int>(value));
     return text && setQdxKernelType(text) == lmx60::ELMX_OK;
 }
 

@@ -184,16 +184,14 @@ lmx60::elmx_error HIPGSRegisterDefinitionGroup::setAccess(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSRegisterDefinitionGroup_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
-
 HIPGSRegisterDefinitionGroup::e_enum_Access HIPGSRegisterDefinitionGroup::getEnumAccess() const
 {
-    return static_cast<e_enum_Access>(enum_number(HIPGSRegisterDefinitionGroup_m_Access_values, m_Access.is_set(), m_Access.get()));
+    return static_cast<e_enum_Access>(enum_number(value_set_56, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSRegisterDefinitionGroup::setEnumAccess(e_enum_Access value)
 {
-    const char* text = enum_text(HIPGSRegisterDefinitionGroup_m_Access_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_56, static_cast<int>(value));
     return text && setAccess(text) == lmx60::ELMX_OK;
 }
 

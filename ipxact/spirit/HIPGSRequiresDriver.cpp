@@ -190,16 +190,14 @@ lmx60::elmx_error HIPGSRequiresDriver::setDriverTypeAttr(const std::string& valu
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSRequiresDriver_m_DriverTypeAttr_values[] = {"clock", "singleShot", "any", nullptr};
-
 HIPGSRequiresDriver::e_enum_DriverTypeAttr HIPGSRequiresDriver::getEnumDriverTypeAttr() const
 {
-    return static_cast<e_enum_DriverTypeAttr>(enum_number(HIPGSRequiresDriver_m_DriverTypeAttr_values, m_DriverTypeAttr.is_set(), m_DriverTypeAttr.get()));
+    return static_cast<e_enum_DriverTypeAttr>(enum_number(value_set_25, m_DriverTypeAttr.is_set(), m_DriverTypeAttr.get()));
 }
 
 bool HIPGSRequiresDriver::setEnumDriverTypeAttr(e_enum_DriverTypeAttr value)
 {
-    const char* text = enum_text(HIPGSRequiresDriver_m_DriverTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_25, static_cast<int>(value));
     return text && setDriverTypeAttr(text) == lmx60::ELMX_OK;
 }
 

@@ -123,16 +123,14 @@ lmx60::elmx_error HIPGSService::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSService_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
-
 HIPGSService::e_enum_Initiative HIPGSService::getEnumInitiative() const
 {
-    return static_cast<e_enum_Initiative>(enum_number(HIPGSService_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
+    return static_cast<e_enum_Initiative>(enum_number(value_set_61, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSService::setEnumInitiative(e_enum_Initiative value)
 {
-    const char* text = enum_text(HIPGSService_m_Initiative_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_61, static_cast<int>(value));
     return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 

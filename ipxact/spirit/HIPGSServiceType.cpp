@@ -124,16 +124,14 @@ lmx60::elmx_error HIPGSServiceType::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSServiceType_m_Initiative_values[] = {"requires", "provides", "both", nullptr};
-
 HIPGSServiceType::e_enum_Initiative HIPGSServiceType::getEnumInitiative() const
 {
-    return static_cast<e_enum_Initiative>(enum_number(HIPGSServiceType_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
+    return static_cast<e_enum_Initiative>(enum_number(value_set_60, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSServiceType::setEnumInitiative(e_enum_Initiative value)
 {
-    const char* text = enum_text(HIPGSServiceType_m_Initiative_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_60, static_cast<int>(value));
     return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 

@@ -124,16 +124,14 @@ lmx60::elmx_error HIPGSSimulationOptions::setSimulationLanguage(const std::strin
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSSimulationOptions_m_SimulationLanguage_values[] = {"VHDL", "None", "VHDL_and_Verilog", "Verilog", nullptr};
-
 HIPGSSimulationOptions::e_enum_SimulationLanguage HIPGSSimulationOptions::getEnumSimulationLanguage() const
 {
-    return static_cast<e_enum_SimulationLanguage>(enum_number(HIPGSSimulationOptions_m_SimulationLanguage_values, m_SimulationLanguage.is_set(), m_SimulationLanguage.get()));
+    return static_cast<e_enum_SimulationLanguage>(enum_number(value_set_20, m_SimulationLanguage.is_set(), m_SimulationLanguage.get()));
 }
 
 bool HIPGSSimulationOptions::setEnumSimulationLanguage(e_enum_SimulationLanguage value)
 {
-    const char* text = enum_text(HIPGSSimulationOptions_m_SimulationLanguage_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_20, static_cast<int>(value));
     return text && setSimulationLanguage(text) == lmx60::ELMX_OK;
 }
 
@@ -151,16 +149,14 @@ lmx60::elmx_error HIPGSSimulationOptions::setSimulationModel(const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSSimulationOptions_m_SimulationModel_values[] = {"Structural", "None", "ASYSymbol", "VerilogSim", "FoundationSym", "Behavioral", "VHDLSim", nullptr};
-
 HIPGSSimulationOptions::e_enum_SimulationModel HIPGSSimulationOptions::getEnumSimulationModel() const
 {
-    return static_cast<e_enum_SimulationModel>(enum_number(HIPGSSimulationOptions_m_SimulationModel_values, m_SimulationModel.is_set(), m_SimulationModel.get()));
+    return static_cast<e_enum_SimulationModel>(enum_number(value_set_17, m_SimulationModel.is_set(), m_SimulationModel.get()));
 }
 
 bool HIPGSSimulationOptions::setEnumSimulationModel(e_enum_SimulationModel value)
 {
-    const char* text = enum_text(HIPGSSimulationOptions_m_SimulationModel_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_17, static_cast<int>(value));
     return text && setSimulationModel(text) == lmx60::ELMX_OK;
 }
 

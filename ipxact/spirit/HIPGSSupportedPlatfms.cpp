@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSSupportedPlatfms::setPlatfm(size_t index, const std::stri
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSSupportedPlatfms_m_Platfm_values[] = {"win", "win64", "lin", "lin64", nullptr};
-
 HIPGSSupportedPlatfms::e_enum_Platfm HIPGSSupportedPlatfms::getEnumPlatfm(size_t index) const
 {
-    return static_cast<e_enum_Platfm>(enum_number(HIPGSSupportedPlatfms_m_Platfm_values, true, m_Platfm.get(index)));
+    return static_cast<e_enum_Platfm>(enum_number(value_set_73, true, m_Platfm.get(index)));
 }
 
 bool HIPGSSupportedPlatfms::setEnumPlatfm(size_t index, e_enum_Platfm value)
 {
-    const char* text = enum_text(HIPGSSupportedPlatfms_m_Platfm_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_73, static_cast<int>(value));
     return text && setPlatfm(index, text) == lmx60::ELMX_OK;
 }
 

@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSSupportedPlatforms::setPlatform(size_t index, const std::
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSSupportedPlatforms_m_Platform_values[] = {"win32", "win64", "lnx32", "all", "lnx64", nullptr};
-
 HIPGSSupportedPlatforms::e_enum_Platform HIPGSSupportedPlatforms::getEnumPlatform(size_t index) const
 {
-    return static_cast<e_enum_Platform>(enum_number(HIPGSSupportedPlatforms_m_Platform_values, true, m_Platform.get(index)));
+    return static_cast<e_enum_Platform>(enum_number(value_set_74, true, m_Platform.get(index)));
 }
 
 bool HIPGSSupportedPlatforms::setEnumPlatform(size_t index, e_enum_Platform value)
 {
-    const char* text = enum_text(HIPGSSupportedPlatforms_m_Platform_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_74, static_cast<int>(value));
     return text && setPlatform(index, text) == lmx60::ELMX_OK;
 }
 

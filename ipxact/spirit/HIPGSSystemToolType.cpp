@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSSystemToolType::setTool(size_t index, const std::string& 
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSSystemToolType_m_Tool_values[] = {"SystemForge", "QDK", "RQB", "CoreForge", "ThirdParty", nullptr};
-
 HIPGSSystemToolType::e_enum_Tool HIPGSSystemToolType::getEnumTool(size_t index) const
 {
-    return static_cast<e_enum_Tool>(enum_number(HIPGSSystemToolType_m_Tool_values, true, m_Tool.get(index)));
+    return static_cast<e_enum_Tool>(enum_number(value_set_18, true, m_Tool.get(index)));
 }
 
 bool HIPGSSystemToolType::setEnumTool(size_t index, e_enum_Tool value)
 {
-    const char* text = enum_text(HIPGSSystemToolType_m_Tool_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_18, static_cast<int>(value));
     return text && setTool(index, text) == lmx60::ELMX_OK;
 }
 

@@ -119,16 +119,14 @@ lmx60::elmx_error HIPGSTestable::setTestConstraintAttr(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTestable_m_TestConstraintAttr_values[] = {"unconstrained", "restore", "writeAsRead", "readOnly", nullptr};
-
 HIPGSTestable::e_enum_TestConstraintAttr HIPGSTestable::getEnumTestConstraintAttr() const
 {
-    return static_cast<e_enum_TestConstraintAttr>(enum_number(HIPGSTestable_m_TestConstraintAttr_values, m_TestConstraintAttr.is_set(), m_TestConstraintAttr.get()));
+    return static_cast<e_enum_TestConstraintAttr>(enum_number(value_set_68, m_TestConstraintAttr.is_set(), m_TestConstraintAttr.get()));
 }
 
 bool HIPGSTestable::setEnumTestConstraintAttr(e_enum_TestConstraintAttr value)
 {
-    const char* text = enum_text(HIPGSTestable_m_TestConstraintAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_68, static_cast<int>(value));
     return text && setTestConstraintAttr(text) == lmx60::ELMX_OK;
 }
 

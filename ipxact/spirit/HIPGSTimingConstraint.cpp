@@ -197,16 +197,14 @@ lmx60::elmx_error HIPGSTimingConstraint::setClockEdgeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTimingConstraint_m_ClockEdgeAttr_values[] = {"rise", "fall", nullptr};
-
 HIPGSTimingConstraint::e_enum_ClockEdgeAttr HIPGSTimingConstraint::getEnumClockEdgeAttr() const
 {
-    return static_cast<e_enum_ClockEdgeAttr>(enum_number(HIPGSTimingConstraint_m_ClockEdgeAttr_values, m_ClockEdgeAttr.is_set(), m_ClockEdgeAttr.get()));
+    return static_cast<e_enum_ClockEdgeAttr>(enum_number(value_set_63, m_ClockEdgeAttr.is_set(), m_ClockEdgeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumClockEdgeAttr(e_enum_ClockEdgeAttr value)
 {
-    const char* text = enum_text(HIPGSTimingConstraint_m_ClockEdgeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_63, static_cast<int>(value));
     return text && setClockEdgeAttr(text) == lmx60::ELMX_OK;
 }
 
@@ -218,16 +216,14 @@ lmx60::elmx_error HIPGSTimingConstraint::setDelayTypeAttr(const std::string& val
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTimingConstraint_m_DelayTypeAttr_values[] = {"min", "max", nullptr};
-
 HIPGSTimingConstraint::e_enum_DelayTypeAttr HIPGSTimingConstraint::getEnumDelayTypeAttr() const
 {
-    return static_cast<e_enum_DelayTypeAttr>(enum_number(HIPGSTimingConstraint_m_DelayTypeAttr_values, m_DelayTypeAttr.is_set(), m_DelayTypeAttr.get()));
+    return static_cast<e_enum_DelayTypeAttr>(enum_number(value_set_45, m_DelayTypeAttr.is_set(), m_DelayTypeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumDelayTypeAttr(e_enum_DelayTypeAttr value)
 {
-    const char* text = enum_text(HIPGSTimingConstraint_m_DelayTypeAttr_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_45, static_cast<int>(value));
     return text && setDelayTypeAttr(text) == lmx60::ELMX_OK;
 }
 

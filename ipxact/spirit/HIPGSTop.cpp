@@ -1708,16 +1708,14 @@ lmx60::elmx_error HIPGSTop::setInitiative(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTop_m_Initiative_values[] = {"requires", "provides", "both", "phantom", nullptr};
-
 HIPGSTop::e_enum_Initiative HIPGSTop::getEnumInitiative() const
 {
-    return static_cast<e_enum_Initiative>(enum_number(HIPGSTop_m_Initiative_values, m_Initiative.is_set(), m_Initiative.get()));
+    return static_cast<e_enum_Initiative>(enum_number(value_set_61, m_Initiative.is_set(), m_Initiative.get()));
 }
 
 bool HIPGSTop::setEnumInitiative(e_enum_Initiative value)
 {
-    const char* text = enum_text(HIPGSTop_m_Initiative_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_61, static_cast<int>(value));
     return text && setInitiative(text) == lmx60::ELMX_OK;
 }
 
@@ -1735,16 +1733,14 @@ lmx60::elmx_error HIPGSTop::setPortAccessType(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTop_m_PortAccessType_values[] = {"ref", "ptr", nullptr};
-
 HIPGSTop::e_enum_PortAccessType HIPGSTop::getEnumPortAccessType() const
 {
-    return static_cast<e_enum_PortAccessType>(enum_number(HIPGSTop_m_PortAccessType_values, m_PortAccessType.is_set(), m_PortAccessType.get()));
+    return static_cast<e_enum_PortAccessType>(enum_number(value_set_57, m_PortAccessType.is_set(), m_PortAccessType.get()));
 }
 
 bool HIPGSTop::setEnumPortAccessType(e_enum_PortAccessType value)
 {
-    const char* text = enum_text(HIPGSTop_m_PortAccessType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_57, static_cast<int>(value));
     return text && setPortAccessType(text) == lmx60::ELMX_OK;
 }
 
@@ -3074,16 +3070,14 @@ lmx60::elmx_error HIPGSTop::setAccess(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTop_m_Access_values[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce", nullptr};
-
 HIPGSTop::e_enum_Access HIPGSTop::getEnumAccess() const
 {
-    return static_cast<e_enum_Access>(enum_number(HIPGSTop_m_Access_values, m_Access.is_set(), m_Access.get()));
+    return static_cast<e_enum_Access>(enum_number(value_set_56, m_Access.is_set(), m_Access.get()));
 }
 
 bool HIPGSTop::setEnumAccess(e_enum_Access value)
 {
-    const char* text = enum_text(HIPGSTop_m_Access_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_56, static_cast<int>(value));
     return text && setAccess(text) == lmx60::ELMX_OK;
 }
 
@@ -3843,16 +3837,14 @@ lmx60::elmx_error HIPGSTop::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTop_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
-
 HIPGSTop::e_enum_Presence HIPGSTop::getEnumPresence() const
 {
-    return static_cast<e_enum_Presence>(enum_number(HIPGSTop_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
+    return static_cast<e_enum_Presence>(enum_number(value_set_59, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSTop::setEnumPresence(e_enum_Presence value)
 {
-    const char* text = enum_text(HIPGSTop_m_Presence_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_59, static_cast<int>(value));
     return text && setPresence(text) == lmx60::ELMX_OK;
 }
 

@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSTransactionalPort::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTransactionalPort_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
-
 HIPGSTransactionalPort::e_enum_Presence HIPGSTransactionalPort::getEnumPresence() const
 {
-    return static_cast<e_enum_Presence>(enum_number(HIPGSTransactionalPort_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
+    return static_cast<e_enum_Presence>(enum_number(value_set_59, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSTransactionalPort::setEnumPresence(e_enum_Presence value)
 {
-    const char* text = enum_text(HIPGSTransactionalPort_m_Presence_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_59, static_cast<int>(value));
     return text && setPresence(text) == lmx60::ELMX_OK;
 }
 

@@ -115,16 +115,14 @@ lmx60::elmx_error HIPGSTransportMethods::setTransportMethod(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSTransportMethods_m_TransportMethod_values[] = {"file", nullptr};
-
 HIPGSTransportMethods::e_enum_TransportMethod HIPGSTransportMethods::getEnumTransportMethod() const
 {
-    return static_cast<e_enum_TransportMethod>(enum_number(HIPGSTransportMethods_m_TransportMethod_values, m_TransportMethod.is_set(), m_TransportMethod.get()));
+    return static_cast<e_enum_TransportMethod>(enum_number(value_set_30, m_TransportMethod.is_set(), m_TransportMethod.get()));
 }
 
 bool HIPGSTransportMethods::setEnumTransportMethod(e_enum_TransportMethod value)
 {
-    const char* text = enum_text(HIPGSTransportMethods_m_TransportMethod_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_30, static_cast<int>(value));
     return text && setTransportMethod(text) == lmx60::ELMX_OK;
 }
 

@@ -131,16 +131,14 @@ lmx60::elmx_error HIPGSUnsupportedOutputs::setUnsupportedOutput(size_t index, co
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSUnsupportedOutputs_m_UnsupportedOutput_values[] = {"FoundationSym", "VHDLSim", "VerilogSim", "ViewSim", "ImpNetlist", "ASYSymbol", nullptr};
-
 HIPGSUnsupportedOutputs::e_enum_UnsupportedOutput HIPGSUnsupportedOutputs::getEnumUnsupportedOutput(size_t index) const
 {
-    return static_cast<e_enum_UnsupportedOutput>(enum_number(HIPGSUnsupportedOutputs_m_UnsupportedOutput_values, true, m_UnsupportedOutput.get(index)));
+    return static_cast<e_enum_UnsupportedOutput>(enum_number(value_set_11, true, m_UnsupportedOutput.get(index)));
 }
 
 bool HIPGSUnsupportedOutputs::setEnumUnsupportedOutput(size_t index, e_enum_UnsupportedOutput value)
 {
-    const char* text = enum_text(HIPGSUnsupportedOutputs_m_UnsupportedOutput_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_11, static_cast<int>(value));
     return text && setUnsupportedOutput(index, text) == lmx60::ELMX_OK;
 }
 

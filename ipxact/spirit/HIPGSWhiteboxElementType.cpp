@@ -161,16 +161,14 @@ lmx60::elmx_error HIPGSWhiteboxElementType::setWhiteboxType(const std::string& v
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSWhiteboxElementType_m_WhiteboxType_values[] = {"register", "signal", "pin", "interface", nullptr};
-
 HIPGSWhiteboxElementType::e_enum_WhiteboxType HIPGSWhiteboxElementType::getEnumWhiteboxType() const
 {
-    return static_cast<e_enum_WhiteboxType>(enum_number(HIPGSWhiteboxElementType_m_WhiteboxType_values, m_WhiteboxType.is_set(), m_WhiteboxType.get()));
+    return static_cast<e_enum_WhiteboxType>(enum_number(value_set_58, m_WhiteboxType.is_set(), m_WhiteboxType.get()));
 }
 
 bool HIPGSWhiteboxElementType::setEnumWhiteboxType(e_enum_WhiteboxType value)
 {
-    const char* text = enum_text(HIPGSWhiteboxElementType_m_WhiteboxType_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_58, static_cast<int>(value));
     return text && setWhiteboxType(text) == lmx60::ELMX_OK;
 }
 

@@ -140,16 +140,14 @@ lmx60::elmx_error HIPGSWirePort::setPresence(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSWirePort_m_Presence_values[] = {"required", "illegal", "optional", nullptr};
-
 HIPGSWirePort::e_enum_Presence HIPGSWirePort::getEnumPresence() const
 {
-    return static_cast<e_enum_Presence>(enum_number(HIPGSWirePort_m_Presence_values, m_Presence.is_set(), m_Presence.get()));
+    return static_cast<e_enum_Presence>(enum_number(value_set_59, m_Presence.is_set(), m_Presence.get()));
 }
 
 bool HIPGSWirePort::setEnumPresence(e_enum_Presence value)
 {
-    const char* text = enum_text(HIPGSWirePort_m_Presence_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_59, static_cast<int>(value));
     return text && setPresence(text) == lmx60::ELMX_OK;
 }
 
@@ -171,16 +169,14 @@ lmx60::elmx_error HIPGSWirePort::setDirection(const std::string& value)
     return lmx60::ELMX_OK;
 }
 
-static const char* const HIPGSWirePort_m_Direction_values[] = {"in", "out", "inout", nullptr};
-
 HIPGSWirePort::e_enum_Direction HIPGSWirePort::getEnumDirection() const
 {
-    return static_cast<e_enum_Direction>(enum_number(HIPGSWirePort_m_Direction_values, m_Direction.is_set(), m_Direction.get()));
+    return static_cast<e_enum_Direction>(enum_number(value_set_34, m_Direction.is_set(), m_Direction.get()));
 }
 
 bool HIPGSWirePort::setEnumDirection(e_enum_Direction value)
 {
-    const char* text = enum_text(HIPGSWirePort_m_Direction_values, static_cast<int>(value));
+    const char* text = enum_text(value_set_34, static_cast<int>(value));
     return text && setDirection(text) == lmx60::ELMX_OK;
 }
 

@@ -103,6 +103,23 @@ TEST_F(Diagnostics, CodesAreSentWithTheirDescription)
     EXPECT_TRUE(messages.empty());
 }
 
+// Every generated setter hands its value and its type's restriction row to check_set_value.
+TEST_F(Diagnostics, SetterChecksSendTheFirstFaultNamingTheItem)
+{
+    const char* const sizes[] = {"1", "2", "40", nullptr};
+    const lmx60::c_restriction row = {nullptr, sizes, {"2", nullptr, nullptr, nullptr, -1, -1},
+                                      lmx60::ELMX_CONSTRAINT_VALUE};
+    EXPECT_EQ(check_set_value(row, "40", "size"), lmx60::ELMX_OK);
+    EXPECT_TRUE(messages.empty());
+    EXPECT_EQ(check_set_value(row, "3", "size"), lmx60::ELMX_ENUMERATION_FACET);
+    expect_one(2, "@19-536@%s%s", "@19-536@size" + description(lmx60::ELMX_ENUMERATION_FACET));
+    EXPECT_EQ(check_set_value(row, "1", "size"), lmx60::ELMX_CONSTRAINT_VALUE);
+    expect_one(2, "@19-536@%s%s", "@19-536@size" + description(lmx60::ELMX_CONSTRAINT_VALUE));
+    HIPGSAbstractionDefinitionPortInfo info;
+    EXPECT_EQ(info.setTristateRole("inout"), lmx60::ELMX_ENUMERATION_FACET);
+    expect_one(2, "@19-536@%s%s", "@19-536@tristate_role" + description(lmx60::ELMX_ENUMERATION_FACET));
+}
+
 TEST_F(Diagnostics, OccurrenceAssertionNamesTheElement)
 {
     HIPGSAbstractionDefinition definition;

@@ -168,6 +168,28 @@ TEST(Enumerations, RejectedValuesLeaveValueAndFlag)
     EXPECT_EQ(presence.getPresence(), "optional");
 }
 
+// Classes whose members take the same values share one table of them; each still numbers and checks
+// them in schema order, and an unlisted text stays unlisted in every one.
+TEST(Enumerations, MembersOfOneValueListAgreeAcrossClasses)
+{
+    const char* const texts[] = {"read-only", "write-only", "read-write", "writeOnce", "read-writeOnce"};
+    HIPGSAccess access;
+    HIPGSFieldData field;
+    HIPGSMemoryBlockData block;
+    for (int number = 1; number <= 5; ++number) {
+        ASSERT_TRUE(access.setEnumAccess(static_cast<HIPGSAccess::e_enum_Access>(number))) << number;
+        EXPECT_EQ(access.getAccess(), texts[number - 1]);
+        ASSERT_EQ(field.setAccess(texts[number - 1]), lmx60::ELMX_OK) << texts[number - 1];
+        EXPECT_EQ(static_cast<int>(field.getEnumAccess()), number);
+        ASSERT_TRUE(block.setEnumAccess(static_cast<HIPGSMemoryBlockData::e_enum_Access>(number))) << number;
+        EXPECT_EQ(block.getAccess(), texts[number - 1]);
+    }
+    EXPECT_FALSE(access.setEnumAccess(static_cast<HIPGSAccess::e_enum_Access>(6)));
+    EXPECT_EQ(field.setAccess("read-writeonce"), lmx60::ELMX_ENUMERATION_FACET);
+    EXPECT_EQ(block.setAccess("writeOnce "), lmx60::ELMX_ENUMERATION_FACET);
+    EXPECT_EQ(access.getAccess(), "read-writeOnce");
+}
+
 TEST(Choices, SelectingKeepsOrReplacesTheAlternative)
 {
     PortChoice choice;

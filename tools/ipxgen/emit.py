@@ -25,7 +25,8 @@ def generate(model):
     files = {}
     sources = []
     for bound in model.classes:
-        emitter = emit_class.ClassEmitter(model, bound, type_ids, validators.setter_name, validators.checks_of)
+        emitter = emit_class.ClassEmitter(model, bound, type_ids, validators.setter_name, validators.checks_of,
+                                            validators.value_set_of)
         files[os.path.join(OUTPUT_DIR, bound.name + ".h")] = emitter.header()
         files[os.path.join(OUTPUT_DIR, bound.name + ".cpp")] = emitter.source()
         sources.append(bound.name + ".cpp")

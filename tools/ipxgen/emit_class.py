@@ -496,8 +496,6 @@ lmx60::elmx_error $name$::set$stem$(const $type$& value)
 }"""
 
 ENUM_DEFINITIONS = """\
-static const char* const $table$[] = {$values$, nullptr};
-
 $name$::$enum_type$ $name$::getEnum$stem$($parameter$) const
 {
     return static_cast<$enum_type$>(enum_number($table$, $stored$));
@@ -508,7 +506,6 @@ bool $name$::setEnum$stem$($parameter$$separator$$enum_type$ value)
     const char* text = enum_text($table$, static_cast<int>(value));
     return text && set$stem$($argument$text) == lmx60::ELMX_OK;
 }"""
-ENUM_TABLE = "$name$_$field$_values"
 ENUM_INDEX_ARGUMENT = "index, "
 ENUM_REPEATED_STORED = "true, $field$.get(index)"
 ENUM_STORED = "$field$.is_set(), $field$.get()"
@@ -626,12 +623,13 @@ def include_lines(headers):
 class ClassEmitter:
     """Turns one model class into its header and source texts."""
 
-    def __init__(self, model, bound, type_ids, validator_of, checks_of):
+    def __init__(self, model, bound, type_ids, validator_of, checks_of, value_set_of):
         self.model = model
         self.bound = bound
         self.type_ids = type_ids
         self.validator_of = validator_of  # restriction id -> setter validator name
         self.checks_of = checks_of  # member -> expression of its validation checks
+        self.value_set_of = value_set_of  # enumerated values -> name of their shared table
         self.members = list(bound.members)
         if bound.any_attribute:
             self.members.append(any_attribute_member())
@@ -1007,8 +1005,7 @@ class ClassEmitter:
         """getEnum/setEnum of an enumerated member; a repeated one takes the item's index first."""
         return render(
             ENUM_DEFINITIONS,
-            table=render(ENUM_TABLE, name=self.bound.name, field=field_name(m)),
-            values=", ".join(cpp_types.cpp_string(v) for v in m.enum_values),
+            table=self.value_set_of(m.enum_values),
             name=self.bound.name,
             enum_type=m.enum_type,
             stem=m.stem,

@@ -23,6 +23,9 @@ namespace HIPGSpirit {
 
 $patterns$
 
+// The distinct value lists, null-terminated; enumerated members map their values through them too.
+$value_sets$
+
 $declarations$
 
 $specs$
@@ -36,13 +39,27 @@ VALIDATORS_SOURCE = """\
 $generated$
 #include <ipxact/spirit/HIPGSValidators.h>
 
-#include <ipxact/spirit/HIPGSBase.h>
+#include <ipxact/spirit/HIPGSBinding.h>
 
 namespace HIPGSpirit {
 
 // Compiled once, when the library is loaded; a pattern that fails to compile matches nothing.
 $patterns$
 
+$value_sets$
+
+namespace {
+
+// Restriction n is row n - 1: pattern, value list, bounds (min and max inclusive, min and max
+// exclusive), lengths (min, max; -1 for none), whether a length counts list items, and the code of a
+// failed bound or length.
+const lmx60::c_restriction restriction_rows[] = {
+    $rows$
+};
+
+}  // namespace
+
+// Each validator is its restriction's row handed to the one shared check.
 $definitions$
 
 $specs$
@@ -90,15 +107,24 @@ $includes$
 
 
 class Validators:
-    """Names the checks of every restriction and the validation checks of every member."""
+    """Names the checks of every restriction and the validation checks of every member.
+
+    The generated validators are data: one row per restriction (its pattern, value list, bounds and
+    lengths) in HIPGSValidators.cpp, and each named validator a call that hands its row to the shared
+    check of the runtime. Patterns and value lists are each emitted once, however many restrictions
+    and members use them."""
 
     def __init__(self, restrictions):
         self.restrictions = {r.id: r for r in restrictions}
         self.pattern_names = {}
+        self.value_set_names = {}
         for r in sorted(restrictions, key=lambda r: r.id):
             if r.patterns:
                 text = self.pattern_text(r)
                 self.pattern_names.setdefault(text, "constant_p%d" % (len(self.pattern_names) + 1))
+            if r.enumerations:
+                values = tuple(r.enumerations)
+                self.value_set_names.setdefault(values, "value_set_%d" % (len(self.value_set_names) + 1))
         self.specs = {}
 
     @staticmethod
@@ -115,6 +141,10 @@ class Validators:
 
     def setter_name(self, restriction_id):
         return "UserValidator%d" % restriction_id
+
+    def value_set_of(self, values):
+        """The shared table of an enumerated member's values, in their order."""
+        return self.value_set_names[tuple(values)]
 
     def checks_of(self, member, check_values=True):
         """The reading checks of a member; without check_values only its pattern is checked."""
@@ -142,10 +172,14 @@ class Validators:
         parts += [value.replace("Validator", "")] if value != "nullptr" else []
         return "_".join(parts)
 
+    def ordered(self):
+        return sorted(self.restrictions.values(), key=lambda r: r.id)
+
     def header(self):
         patterns = "\n".join("extern const lmx60::c_regexp %s;" % name for name in self.pattern_names.values())
+        value_sets = "\n".join("extern const char* const %s[];" % name for name in self.value_set_names.values())
         declarations = []
-        for r in sorted(self.restrictions.values(), key=lambda r: r.id):
+        for r in self.ordered():
             if r.patterns:
                 declarations.append("lmx60::elmx_error LexicalValidator%d(lmx60::c_xml_reader& reader, const std::string& value);" % r.id)
             if self.has_value_check(r):
@@ -154,47 +188,41 @@ class Validators:
         specs = "\n".join("extern const lmx60::c_untyped_validation_spec validation_spec_%s;" % self.spec_key_name(k)
                           for k in sorted(self.specs))
         return render(VALIDATORS_HEADER, generated=GENERATED_LINE % SCHEMAS, patterns=patterns,
-                      declarations="\n".join(declarations), specs=specs)
+                      value_sets=value_sets, declarations="\n".join(declarations), specs=specs)
 
     def source(self):
         patterns = "\n".join("const lmx60::c_regexp %s(%s);" % (name, cpp_types.cpp_string(text))
                              for text, name in self.pattern_names.items())
-        definitions = [self.definitions(r) for r in sorted(self.restrictions.values(), key=lambda r: r.id)]
+        value_sets = "\n".join("const char* const %s[] = {%s, nullptr};" % (
+            name, ", ".join(cpp_types.cpp_string(v) for v in values)) for values, name in self.value_set_names.items())
+        restrictions = self.ordered()
+        definitions = [line for index, r in enumerate(restrictions) for line in self.definitions(r, index)]
         specs = "\n".join("const lmx60::c_untyped_validation_spec validation_spec_%s = {%s, %s, %s};" % (
             (self.spec_key_name(k),) + k) for k in sorted(self.specs))
         return render(VALIDATORS_SOURCE, generated=GENERATED_LINE % SCHEMAS, patterns=patterns,
-                      definitions="\n\n".join(definitions), specs=specs)
+                      value_sets=value_sets, rows="\n".join(self.row(r) for r in restrictions),
+                      definitions="\n".join(definitions), specs=specs)
 
-    def definitions(self, r):
-        out = []
-        checks = []
+    def row(self, r):
+        pattern = "&" + self.pattern_names[self.pattern_text(r)] if r.patterns else "nullptr"
+        values = self.value_set_of(r.enumerations) if r.enumerations else "nullptr"
+        facets = ", ".join(
+            [cpp_types.cpp_string(v) if v is not None else "nullptr"
+             for v in (r.min_inclusive, r.max_inclusive, r.min_exclusive, r.max_exclusive)]
+            + [str(v) if v is not None else "-1" for v in (r.min_length, r.max_length)]
+            + ["true" if is_list_kind(r.base) else "false"])
+        code = "lmx60::ELMX_CONSTRAINT_VALUE" if r.constraint_value else "lmx60::ELMX_VALUE_FACET"
+        return "{%s, %s, {%s}, %s},  // %d" % (pattern, values, facets, code, r.id)
+
+    def definitions(self, r, index):
+        row = "restriction_rows[%d]" % index
+        reading = "(lmx60::c_xml_reader& reader, const std::string& value) { return lmx60::check_%s(reader, %s, value); }"
         if r.patterns:
-            pattern = self.pattern_names[self.pattern_text(r)]
-            out.append("lmx60::elmx_error LexicalValidator%d(lmx60::c_xml_reader& reader, const std::string& value)\n{\n"
-                       "    return lmx60::check_pattern(reader, %s, value);\n}" % (r.id, pattern))
-            checks.append("    if (!%s.matches(value))\n        return HIPGSBase::lmx_error(lmx60::ELMX_PATTERN_FACET, item, __FILE__, __LINE__);" % pattern)
-        if r.enumerations:
-            values = ", ".join(cpp_types.cpp_string(v) for v in r.enumerations)
-            out.insert(0, "static const char* const allowed_%d[] = {%s, nullptr};" % (r.id, values))
+            yield "lmx60::elmx_error LexicalValidator%d%s" % (r.id, reading % ("lexical", row))
         if self.has_value_check(r):
-            facets = "{%s}" % ", ".join(
-                [cpp_types.cpp_string(v) if v is not None else "nullptr"
-                 for v in (r.min_inclusive, r.max_inclusive, r.min_exclusive, r.max_exclusive)]
-                + [str(v) if v is not None else "-1" for v in (r.min_length, r.max_length)]
-                + (["true"] if is_list_kind(r.base) else []))
-            out.insert(0, "static const lmx60::c_facets facets_%d = %s;" % (r.id, facets))
-            body = []
-            if r.enumerations:
-                body.append("    if (lmx60::elmx_error error = lmx60::check_enumeration(reader, allowed_%d, value))\n        return error;" % r.id)
-                checks.append("    if (!lmx60::is_one_of(allowed_%d, value))\n        return HIPGSBase::lmx_error(lmx60::ELMX_ENUMERATION_FACET, item, __FILE__, __LINE__);" % r.id)
-            code = "lmx60::ELMX_CONSTRAINT_VALUE" if r.constraint_value else "lmx60::ELMX_VALUE_FACET"
-            body.append("    return lmx60::check_facets(reader, facets_%d, value, %s);" % (r.id, code))
-            checks.append("    if (!lmx60::facets_hold(facets_%d, value))\n        return HIPGSBase::lmx_error(%s, item, __FILE__, __LINE__);" % (r.id, code))
-            out.append("lmx60::elmx_error ValueValidator%d(lmx60::c_xml_reader& reader, const std::string& value)\n{\n%s\n}" % (
-                r.id, "\n".join(body)))
-        out.append("lmx60::elmx_error UserValidator%d(const std::string& value, const char* item)\n{\n%s\n    return lmx60::ELMX_OK;\n}" % (
-            r.id, "\n".join(checks) if checks else "    (void)value;\n    (void)item;"))
-        return "\n\n".join(out)
+            yield "lmx60::elmx_error ValueValidator%d%s" % (r.id, reading % ("value", row))
+        yield ("lmx60::elmx_error UserValidator%d(const std::string& value, const char* item) "
+               "{ return check_set_value(%s, value, item); }" % (r.id, row))
 
 
 def events_source(model):

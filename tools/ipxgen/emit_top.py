@@ -396,7 +396,8 @@ class TopEmitter(emit_class.ClassEmitter):
     SELECTS_BEFORE_CHECK = True
 
     def __init__(self, model, validators):
-        super().__init__(model, top_class(model), {}, validators.setter_name, validators.checks_of)
+        super().__init__(model, top_class(model), {}, validators.setter_name, validators.checks_of,
+                         validators.value_set_of)
 
     def selector(self, m):
         return SELECTOR_NAMES.get((m.ns_id, m.local_name), "select_" + m.stem)

@@ -76,8 +76,9 @@ TEST(Copies, AreDeepAndLeaveAbsentChildrenAbsent)
     copy = original;
     EXPECT_TRUE(copy == original);
     std::unique_ptr<HIPGSBase> clone(original.cloneObj());
-    ASSERT_EQ(typeid(*clone), typeid(HIPGSAbstractionDefinition));
-    EXPECT_TRUE(static_cast<const HIPGSAbstractionDefinition&>(*clone) == original);
+    const HIPGSBase& cloned = *clone;
+    ASSERT_EQ(typeid(cloned), typeid(HIPGSAbstractionDefinition));
+    EXPECT_TRUE(static_cast<const HIPGSAbstractionDefinition&>(cloned) == original);
 }
 
 // A child of a type derived from the declared one stays of that type in a copy, and only a child

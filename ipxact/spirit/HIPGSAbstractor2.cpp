@@ -3,91 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSAbstractor2::elem_event_map[] = {
-    {1001, "abstractorMode", 14, 286},
-    {1001, "busType", 7, 438},
-    {1001, "abstractorInterfaces", 20, 285},
-    {1001, "model", 5, 521},
-    {1001, "abstractorGenerators", 20, 434},
-    {1001, "choices", 7, 56},
-    {1001, "fileSets", 8, 414},
-    {1001, "description", 11, 305},
-    {1001, "parameters", 10, 312},
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSAbstractor2::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSAbstractor2_first_events_2[] = {577, 0};
-
-const MemberInfo HIPGSAbstractor2::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSAbstractor2_first_events_2, ops<&HIPGSAbstractor2::m_VersionedIdentifier>(), nullptr},
-    {MemberKind::element, 1001, "abstractorMode", "spirit:abstractorMode", 286, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_AbstractorMode>(), nullptr},
-    {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_BusType>(), nullptr},
-    {MemberKind::element, 1001, "abstractorInterfaces", "spirit:abstractorInterfaces", 285, 1, 1, nullptr, ops<&HIPGSAbstractor2::m_AbstractorInterfaces>(), nullptr},
-    {MemberKind::element, 1001, "model", "spirit:model", 521, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_Model>(), nullptr},
-    {MemberKind::element, 1001, "abstractorGenerators", "spirit:abstractorGenerators", 434, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_AbstractorGenerators>(), nullptr},
-    {MemberKind::element, 1001, "choices", "spirit:choices", 56, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_Choices>(), nullptr},
-    {MemberKind::element, 1001, "fileSets", "spirit:fileSets", 414, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_FileSets>(), nullptr},
-    {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_Description>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAbstractor2::m_VendorExtensions>(), nullptr},
-};
-
-
+// The rows are HIPGSAbstractorType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSAbstractor2::s_class_info = {
     "spirit:abstractor", 1001, "abstractor", ContentKind::sequence,
     s_members, 13, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSAbstractor2::HIPGSAbstractor2()
-{
-    init();
-}
+HIPGSAbstractor2::HIPGSAbstractor2() = default;
 
 HIPGSAbstractor2::HIPGSAbstractor2(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSAbstractor2::HIPGSAbstractor2(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSAbstractor2::HIPGSAbstractor2(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSAbstractor2::HIPGSAbstractor2(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSAbstractor2::HIPGSAbstractor2(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -140,45 +93,12 @@ HIPGSAbstractor2::~HIPGSAbstractor2() = default;
 
 void HIPGSAbstractor2::swap(HIPGSAbstractor2& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
-    m_AbstractorMode.swap(other.m_AbstractorMode);
-    m_BusType.swap(other.m_BusType);
-    m_AbstractorInterfaces.swap(other.m_AbstractorInterfaces);
-    m_Model.swap(other.m_Model);
-    m_AbstractorGenerators.swap(other.m_AbstractorGenerators);
-    m_Choices.swap(other.m_Choices);
-    m_FileSets.swap(other.m_FileSets);
-    m_Description.swap(other.m_Description);
-    m_Parameters.swap(other.m_Parameters);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
+    HIPGSAbstractorType::swap(other);
 }
 
 bool HIPGSAbstractor2::operator==(const HIPGSAbstractor2& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_VersionedIdentifier == other.m_VersionedIdentifier
-        && m_AbstractorMode == other.m_AbstractorMode
-        && m_BusType == other.m_BusType
-        && m_AbstractorInterfaces == other.m_AbstractorInterfaces
-        && m_Model == other.m_Model
-        && m_AbstractorGenerators == other.m_AbstractorGenerators
-        && m_Choices == other.m_Choices
-        && m_FileSets == other.m_FileSets
-        && m_Description == other.m_Description
-        && m_Parameters == other.m_Parameters
-        && m_VendorExtensions == other.m_VendorExtensions;
-}
-
-void HIPGSAbstractor2::init()
-{
-}
-
-bool HIPGSAbstractor2::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSAbstractorType::operator==(other);
 }
 
 HIPGSAbstractor2* HIPGSAbstractor2::clone() const
@@ -215,274 +135,6 @@ lmx60::elmx_error HIPGSAbstractor2::unmarshal(lmx60::c_xml_reader& reader, const
 lmx60::elmx_error HIPGSAbstractor2::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSAbstractor2::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractor2::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSVersionedIdentifier& HIPGSAbstractor2::getVersionedIdentifier() const
-{
-    return m_VersionedIdentifier.get();
-}
-
-HIPGSVersionedIdentifier& HIPGSAbstractor2::getVersionedIdentifier()
-{
-    return m_VersionedIdentifier.get();
-}
-
-void HIPGSAbstractor2::assignVersionedIdentifier(const HIPGSVersionedIdentifier& value)
-{
-    m_VersionedIdentifier.assign(value);
-}
-
-HIPGSVersionedIdentifier* HIPGSAbstractor2::assignVersionedIdentifier(HIPGSVersionedIdentifier* child)
-{
-    return m_VersionedIdentifier.assign(child);
-}
-
-void HIPGSAbstractor2::unsetVersionedIdentifier()
-{
-    m_VersionedIdentifier.unset();
-}
-
-const HIPGSAbstractorMode& HIPGSAbstractor2::getAbstractorMode() const
-{
-    return m_AbstractorMode.get();
-}
-
-HIPGSAbstractorMode& HIPGSAbstractor2::getAbstractorMode()
-{
-    return m_AbstractorMode.get();
-}
-
-void HIPGSAbstractor2::assignAbstractorMode(const HIPGSAbstractorMode& value)
-{
-    m_AbstractorMode.assign(value);
-}
-
-HIPGSAbstractorMode* HIPGSAbstractor2::assignAbstractorMode(HIPGSAbstractorMode* child)
-{
-    return m_AbstractorMode.assign(child);
-}
-
-void HIPGSAbstractor2::unsetAbstractorMode()
-{
-    m_AbstractorMode.unset();
-}
-
-const HIPGSLibraryRefType2& HIPGSAbstractor2::getBusType() const
-{
-    return m_BusType.get();
-}
-
-HIPGSLibraryRefType2& HIPGSAbstractor2::getBusType()
-{
-    return m_BusType.get();
-}
-
-void HIPGSAbstractor2::assignBusType(const HIPGSLibraryRefType2& value)
-{
-    m_BusType.assign(value);
-}
-
-HIPGSLibraryRefType2* HIPGSAbstractor2::assignBusType(HIPGSLibraryRefType2* child)
-{
-    return m_BusType.assign(child);
-}
-
-void HIPGSAbstractor2::unsetBusType()
-{
-    m_BusType.unset();
-}
-
-const HIPGSAbstractorInterfaces& HIPGSAbstractor2::getAbstractorInterfaces() const
-{
-    return m_AbstractorInterfaces.get();
-}
-
-HIPGSAbstractorInterfaces& HIPGSAbstractor2::getAbstractorInterfaces()
-{
-    return m_AbstractorInterfaces.get();
-}
-
-void HIPGSAbstractor2::assignAbstractorInterfaces(const HIPGSAbstractorInterfaces& value)
-{
-    m_AbstractorInterfaces.assign(value);
-}
-
-HIPGSAbstractorInterfaces* HIPGSAbstractor2::assignAbstractorInterfaces(HIPGSAbstractorInterfaces* child)
-{
-    return m_AbstractorInterfaces.assign(child);
-}
-
-void HIPGSAbstractor2::unsetAbstractorInterfaces()
-{
-    m_AbstractorInterfaces.unset();
-}
-
-const HIPGSAbstractorModelType& HIPGSAbstractor2::getModel() const
-{
-    return m_Model.get();
-}
-
-HIPGSAbstractorModelType& HIPGSAbstractor2::getModel()
-{
-    return m_Model.get();
-}
-
-void HIPGSAbstractor2::assignModel(const HIPGSAbstractorModelType& value)
-{
-    m_Model.assign(value);
-}
-
-HIPGSAbstractorModelType* HIPGSAbstractor2::assignModel(HIPGSAbstractorModelType* child)
-{
-    return m_Model.assign(child);
-}
-
-void HIPGSAbstractor2::unsetModel()
-{
-    m_Model.unset();
-}
-
-const HIPGSAbstractorGenerators& HIPGSAbstractor2::getAbstractorGenerators() const
-{
-    return m_AbstractorGenerators.get();
-}
-
-HIPGSAbstractorGenerators& HIPGSAbstractor2::getAbstractorGenerators()
-{
-    return m_AbstractorGenerators.get();
-}
-
-void HIPGSAbstractor2::assignAbstractorGenerators(const HIPGSAbstractorGenerators& value)
-{
-    m_AbstractorGenerators.assign(value);
-}
-
-HIPGSAbstractorGenerators* HIPGSAbstractor2::assignAbstractorGenerators(HIPGSAbstractorGenerators* child)
-{
-    return m_AbstractorGenerators.assign(child);
-}
-
-void HIPGSAbstractor2::unsetAbstractorGenerators()
-{
-    m_AbstractorGenerators.unset();
-}
-
-const HIPGSChoices& HIPGSAbstractor2::getChoices() const
-{
-    return m_Choices.get();
-}
-
-HIPGSChoices& HIPGSAbstractor2::getChoices()
-{
-    return m_Choices.get();
-}
-
-void HIPGSAbstractor2::assignChoices(const HIPGSChoices& value)
-{
-    m_Choices.assign(value);
-}
-
-HIPGSChoices* HIPGSAbstractor2::assignChoices(HIPGSChoices* child)
-{
-    return m_Choices.assign(child);
-}
-
-void HIPGSAbstractor2::unsetChoices()
-{
-    m_Choices.unset();
-}
-
-const HIPGSFileSets& HIPGSAbstractor2::getFileSets() const
-{
-    return m_FileSets.get();
-}
-
-HIPGSFileSets& HIPGSAbstractor2::getFileSets()
-{
-    return m_FileSets.get();
-}
-
-void HIPGSAbstractor2::assignFileSets(const HIPGSFileSets& value)
-{
-    m_FileSets.assign(value);
-}
-
-HIPGSFileSets* HIPGSAbstractor2::assignFileSets(HIPGSFileSets* child)
-{
-    return m_FileSets.assign(child);
-}
-
-void HIPGSAbstractor2::unsetFileSets()
-{
-    m_FileSets.unset();
-}
-
-lmx60::elmx_error HIPGSAbstractor2::setDescription(const std::string& value)
-{
-    m_Description.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSParameters& HIPGSAbstractor2::getParameters() const
-{
-    return m_Parameters.get();
-}
-
-HIPGSParameters& HIPGSAbstractor2::getParameters()
-{
-    return m_Parameters.get();
-}
-
-void HIPGSAbstractor2::assignParameters(const HIPGSParameters& value)
-{
-    m_Parameters.assign(value);
-}
-
-HIPGSParameters* HIPGSAbstractor2::assignParameters(HIPGSParameters* child)
-{
-    return m_Parameters.assign(child);
-}
-
-void HIPGSAbstractor2::unsetParameters()
-{
-    m_Parameters.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSAbstractor2::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSAbstractor2::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSAbstractor2::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSAbstractor2::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSAbstractor2::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
 }
 
 }  // namespace HIPGSpirit

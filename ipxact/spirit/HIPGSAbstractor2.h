@@ -5,24 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSAbstractorType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAbstractorGenerators;
-class HIPGSAbstractorInterfaces;
-class HIPGSAbstractorMode;
-class HIPGSAbstractorModelType;
-class HIPGSChoices;
-class HIPGSFileSets;
-class HIPGSLibraryRefType2;
-class HIPGSParameters;
-class HIPGSVendorExtensions;
-class HIPGSVersionedIdentifier;
-
-class HIPGSAbstractor2 : public HIPGSBase {
+// The document element spirit:abstractor. Its members and accessors are HIPGSAbstractorType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSAbstractor2 : public HIPGSAbstractorType {
 public:
-
     HIPGSAbstractor2();
     HIPGSAbstractor2(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSAbstractor2(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -35,10 +25,8 @@ public:
     void swap(HIPGSAbstractor2& other) noexcept;
     bool operator==(const HIPGSAbstractor2& other) const;
     bool operator!=(const HIPGSAbstractor2& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSAbstractor2* clone() const;
+    HIPGSAbstractor2* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -57,147 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:versionedIdentifier, 1..1
-    const HIPGSVersionedIdentifier& getVersionedIdentifier() const;
-    HIPGSVersionedIdentifier& getVersionedIdentifier();
-    void assignVersionedIdentifier(const HIPGSVersionedIdentifier& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVersionedIdentifier* assignVersionedIdentifier(HIPGSVersionedIdentifier* child);
-    bool isSetVersionedIdentifier() const { return m_VersionedIdentifier.is_set(); }
-    void unsetVersionedIdentifier();
-
-    // spirit:abstractorMode, 1..1
-    const HIPGSAbstractorMode& getAbstractorMode() const;
-    HIPGSAbstractorMode& getAbstractorMode();
-    void assignAbstractorMode(const HIPGSAbstractorMode& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAbstractorMode* assignAbstractorMode(HIPGSAbstractorMode* child);
-    bool isSetAbstractorMode() const { return m_AbstractorMode.is_set(); }
-    void unsetAbstractorMode();
-
-    // spirit:busType, 1..1
-    const HIPGSLibraryRefType2& getBusType() const;
-    HIPGSLibraryRefType2& getBusType();
-    void assignBusType(const HIPGSLibraryRefType2& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSLibraryRefType2* assignBusType(HIPGSLibraryRefType2* child);
-    bool isSetBusType() const { return m_BusType.is_set(); }
-    void unsetBusType();
-
-    // spirit:abstractorInterfaces, 1..1
-    const HIPGSAbstractorInterfaces& getAbstractorInterfaces() const;
-    HIPGSAbstractorInterfaces& getAbstractorInterfaces();
-    void assignAbstractorInterfaces(const HIPGSAbstractorInterfaces& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAbstractorInterfaces* assignAbstractorInterfaces(HIPGSAbstractorInterfaces* child);
-    bool isSetAbstractorInterfaces() const { return m_AbstractorInterfaces.is_set(); }
-    void unsetAbstractorInterfaces();
-
-    // spirit:model, 0..1
-    const HIPGSAbstractorModelType& getModel() const;
-    HIPGSAbstractorModelType& getModel();
-    void assignModel(const HIPGSAbstractorModelType& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAbstractorModelType* assignModel(HIPGSAbstractorModelType* child);
-    bool isSetModel() const { return m_Model.is_set(); }
-    void unsetModel();
-
-    // spirit:abstractorGenerators, 0..1
-    const HIPGSAbstractorGenerators& getAbstractorGenerators() const;
-    HIPGSAbstractorGenerators& getAbstractorGenerators();
-    void assignAbstractorGenerators(const HIPGSAbstractorGenerators& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAbstractorGenerators* assignAbstractorGenerators(HIPGSAbstractorGenerators* child);
-    bool isSetAbstractorGenerators() const { return m_AbstractorGenerators.is_set(); }
-    void unsetAbstractorGenerators();
-
-    // spirit:choices, 0..1
-    const HIPGSChoices& getChoices() const;
-    HIPGSChoices& getChoices();
-    void assignChoices(const HIPGSChoices& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSChoices* assignChoices(HIPGSChoices* child);
-    bool isSetChoices() const { return m_Choices.is_set(); }
-    void unsetChoices();
-
-    // spirit:fileSets, 0..1
-    const HIPGSFileSets& getFileSets() const;
-    HIPGSFileSets& getFileSets();
-    void assignFileSets(const HIPGSFileSets& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSFileSets* assignFileSets(HIPGSFileSets* child);
-    bool isSetFileSets() const { return m_FileSets.is_set(); }
-    void unsetFileSets();
-
-    // spirit:description, 0..1
-    const std::string& getDescription() const { return m_Description.get(); }
-    lmx60::elmx_error setDescription(const std::string& value);
-    bool isSetDescription() const { return m_Description.is_set(); }
-    void unsetDescription() { m_Description.unset(); }
-
-    // spirit:parameters, 0..1
-    const HIPGSParameters& getParameters() const;
-    HIPGSParameters& getParameters();
-    void assignParameters(const HIPGSParameters& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSParameters* assignParameters(HIPGSParameters* child);
-    bool isSetParameters() const { return m_Parameters.is_set(); }
-    void unsetParameters();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSVersionedIdentifier> m_VersionedIdentifier;  // group spirit:versionedIdentifier, 1..1
-    lmx60::ct_complex_single<HIPGSAbstractorMode> m_AbstractorMode;  // spirit:abstractorMode, 1..1
-    lmx60::ct_complex_single<HIPGSLibraryRefType2> m_BusType;  // spirit:busType, 1..1
-    lmx60::ct_complex_single<HIPGSAbstractorInterfaces> m_AbstractorInterfaces;  // spirit:abstractorInterfaces, 1..1
-    lmx60::ct_complex_single<HIPGSAbstractorModelType> m_Model;  // spirit:model, 0..1
-    lmx60::ct_complex_single<HIPGSAbstractorGenerators> m_AbstractorGenerators;  // spirit:abstractorGenerators, 0..1
-    lmx60::ct_complex_single<HIPGSChoices> m_Choices;  // spirit:choices, 0..1
-    lmx60::ct_complex_single<HIPGSFileSets> m_FileSets;  // spirit:fileSets, 0..1
-    lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
-    lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAbstractorGenerators.h>
-#include <ipxact/spirit/HIPGSAbstractorInterfaces.h>
-#include <ipxact/spirit/HIPGSAbstractorMode.h>
-#include <ipxact/spirit/HIPGSAbstractorModelType.h>
-#include <ipxact/spirit/HIPGSChoices.h>
-#include <ipxact/spirit/HIPGSFileSets.h>
-#include <ipxact/spirit/HIPGSLibraryRefType2.h>
-#include <ipxact/spirit/HIPGSParameters.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
-#include <ipxact/spirit/HIPGSVersionedIdentifier.h>
 
 #endif

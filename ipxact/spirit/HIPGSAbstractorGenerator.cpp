@@ -3,89 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSAbstractorGenerator::elem_event_map[] = {
-    {1001, "phase", 5, 424},
-    {1001, "parameters", 10, 312},
-    {1001, "apiType", 7, 302},
-    {1001, "transportMethods", 16, 561},
-    {1001, "generatorExe", 12, 407},
-    {1001, "vendorExtensions", 16, 306},
-    {1001, "group", 5, 390},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSAbstractorGenerator::attr_event_map[] = {
-    {1001, "hidden", 6, 411},
-    {1001, "scope", 5, 528},
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSAbstractorGenerator_first_events_4[] = {492, 0};
-
-const MemberInfo HIPGSAbstractorGenerator::s_members[] = {
-    {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_ScopeAttr>(), &validation_spec_preserve_Value43},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAbstractorGenerator_first_events_4, ops<&HIPGSAbstractorGenerator::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_Phase>(), nullptr},
-    {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "apiType", "spirit:apiType", 302, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_ApiType>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "transportMethods", "spirit:transportMethods", 561, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_TransportMethods>(), nullptr},
-    {MemberKind::element, 1001, "generatorExe", "spirit:generatorExe", 407, 1, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_GeneratorExe>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAbstractorGenerator::m_VendorExtensions>(), nullptr},
-    {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSAbstractorGenerator::m_Group>(), &lmx60::validation_spec_collapse},
-};
-
-
+// The rows are HIPGSInstanceGeneratorType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSAbstractorGenerator::s_class_info = {
     "spirit:abstractorGenerator", 1001, "abstractorGenerator", ContentKind::sequence,
     s_members, 12, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSAbstractorGenerator::HIPGSAbstractorGenerator()
-{
-    init();
-}
+HIPGSAbstractorGenerator::HIPGSAbstractorGenerator() = default;
 
 HIPGSAbstractorGenerator::HIPGSAbstractorGenerator(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSAbstractorGenerator::HIPGSAbstractorGenerator(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSAbstractorGenerator::HIPGSAbstractorGenerator(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSAbstractorGenerator::HIPGSAbstractorGenerator(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSAbstractorGenerator::HIPGSAbstractorGenerator(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -138,45 +93,12 @@ HIPGSAbstractorGenerator::~HIPGSAbstractorGenerator() = default;
 
 void HIPGSAbstractorGenerator::swap(HIPGSAbstractorGenerator& other) noexcept
 {
-    m_HiddenAttr.swap(other.m_HiddenAttr);
-    m_ScopeAttr.swap(other.m_ScopeAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroup.swap(other.m_NameGroup);
-    m_Phase.swap(other.m_Phase);
-    m_Parameters.swap(other.m_Parameters);
-    m_ApiType.swap(other.m_ApiType);
-    m_TransportMethods.swap(other.m_TransportMethods);
-    m_GeneratorExe.swap(other.m_GeneratorExe);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_Group.swap(other.m_Group);
+    HIPGSInstanceGeneratorType::swap(other);
 }
 
 bool HIPGSAbstractorGenerator::operator==(const HIPGSAbstractorGenerator& other) const
 {
-    return m_HiddenAttr == other.m_HiddenAttr
-        && m_ScopeAttr == other.m_ScopeAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
-        && m_Phase == other.m_Phase
-        && m_Parameters == other.m_Parameters
-        && m_ApiType == other.m_ApiType
-        && m_TransportMethods == other.m_TransportMethods
-        && m_GeneratorExe == other.m_GeneratorExe
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_Group == other.m_Group;
-}
-
-void HIPGSAbstractorGenerator::init()
-{
-    m_HiddenAttr.set_default(false);
-    m_ScopeAttr.set_default("instance");
-}
-
-bool HIPGSAbstractorGenerator::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSInstanceGeneratorType::operator==(other);
 }
 
 HIPGSAbstractorGenerator* HIPGSAbstractorGenerator::clone() const
@@ -213,211 +135,6 @@ lmx60::elmx_error HIPGSAbstractorGenerator::unmarshal(lmx60::c_xml_reader& reade
 lmx60::elmx_error HIPGSAbstractorGenerator::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setHiddenAttr(const bool& value)
-{
-    m_HiddenAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setScopeAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator43(value, "scope"))
-        return error;
-    m_ScopeAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSAbstractorGenerator::e_enum_ScopeAttr HIPGSAbstractorGenerator::getEnumScopeAttr() const
-{
-    return static_cast<e_enum_ScopeAttr>(enum_number(value_set_37, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
-}
-
-bool HIPGSAbstractorGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
-{
-    const char* text = enum_text(value_set_37, static_cast<int>(value));
-    return text && setScopeAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroup& HIPGSAbstractorGenerator::getNameGroup() const
-{
-    return m_NameGroup.get();
-}
-
-HIPGSNameGroup& HIPGSAbstractorGenerator::getNameGroup()
-{
-    return m_NameGroup.get();
-}
-
-void HIPGSAbstractorGenerator::assignNameGroup(const HIPGSNameGroup& value)
-{
-    m_NameGroup.assign(value);
-}
-
-HIPGSNameGroup* HIPGSAbstractorGenerator::assignNameGroup(HIPGSNameGroup* child)
-{
-    return m_NameGroup.assign(child);
-}
-
-void HIPGSAbstractorGenerator::unsetNameGroup()
-{
-    m_NameGroup.unset();
-}
-
-const HIPGSPhase& HIPGSAbstractorGenerator::getPhase() const
-{
-    return m_Phase.get();
-}
-
-HIPGSPhase& HIPGSAbstractorGenerator::getPhase()
-{
-    return m_Phase.get();
-}
-
-void HIPGSAbstractorGenerator::assignPhase(const HIPGSPhase& value)
-{
-    m_Phase.assign(value);
-}
-
-HIPGSPhase* HIPGSAbstractorGenerator::assignPhase(HIPGSPhase* child)
-{
-    return m_Phase.assign(child);
-}
-
-void HIPGSAbstractorGenerator::unsetPhase()
-{
-    m_Phase.unset();
-}
-
-const HIPGSParameters& HIPGSAbstractorGenerator::getParameters() const
-{
-    return m_Parameters.get();
-}
-
-HIPGSParameters& HIPGSAbstractorGenerator::getParameters()
-{
-    return m_Parameters.get();
-}
-
-void HIPGSAbstractorGenerator::assignParameters(const HIPGSParameters& value)
-{
-    m_Parameters.assign(value);
-}
-
-HIPGSParameters* HIPGSAbstractorGenerator::assignParameters(HIPGSParameters* child)
-{
-    return m_Parameters.assign(child);
-}
-
-void HIPGSAbstractorGenerator::unsetParameters()
-{
-    m_Parameters.unset();
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setApiType(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator25(value, "apiType"))
-        return error;
-    m_ApiType.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSAbstractorGenerator::e_enum_ApiType HIPGSAbstractorGenerator::getEnumApiType() const
-{
-    return static_cast<e_enum_ApiType>(enum_number(value_set_19, m_ApiType.is_set(), m_ApiType.get()));
-}
-
-bool HIPGSAbstractorGenerator::setEnumApiType(e_enum_ApiType value)
-{
-    const char* text = enum_text(value_set_19, static_cast<int>(value));
-    return text && setApiType(text) == lmx60::ELMX_OK;
-}
-
-const HIPGSTransportMethods& HIPGSAbstractorGenerator::getTransportMethods() const
-{
-    return m_TransportMethods.get();
-}
-
-HIPGSTransportMethods& HIPGSAbstractorGenerator::getTransportMethods()
-{
-    return m_TransportMethods.get();
-}
-
-void HIPGSAbstractorGenerator::assignTransportMethods(const HIPGSTransportMethods& value)
-{
-    m_TransportMethods.assign(value);
-}
-
-HIPGSTransportMethods* HIPGSAbstractorGenerator::assignTransportMethods(HIPGSTransportMethods* child)
-{
-    return m_TransportMethods.assign(child);
-}
-
-void HIPGSAbstractorGenerator::unsetTransportMethods()
-{
-    m_TransportMethods.unset();
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setGeneratorExe(const std::string& value)
-{
-    m_GeneratorExe.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSVendorExtensions& HIPGSAbstractorGenerator::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSAbstractorGenerator::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSAbstractorGenerator::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSAbstractorGenerator::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSAbstractorGenerator::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::appendGroup(const std::string& value)
-{
-    m_Group.append(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::insertGroup(size_t index, const std::string& value)
-{
-    m_Group.insert(index, value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAbstractorGenerator::setGroup(size_t index, const std::string& value)
-{
-    m_Group.get(index) = value;
-    return lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

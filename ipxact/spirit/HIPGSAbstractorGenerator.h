@@ -5,30 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSInstanceGeneratorType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSNameGroup;
-class HIPGSParameters;
-class HIPGSPhase;
-class HIPGSTransportMethods;
-class HIPGSVendorExtensions;
-
-class HIPGSAbstractorGenerator : public HIPGSBase {
+// The document element spirit:abstractorGenerator. Its members and accessors are HIPGSInstanceGeneratorType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSAbstractorGenerator : public HIPGSInstanceGeneratorType {
 public:
-    enum class e_enum_ScopeAttr {
-        e_unlisted = 0,
-        instance = 1,
-        entity = 2
-    };
-
-    enum class e_enum_ApiType {
-        e_unlisted = 0,
-        TGI = 1,
-        none = 2
-    };
-
     HIPGSAbstractorGenerator();
     HIPGSAbstractorGenerator(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSAbstractorGenerator(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -41,10 +25,8 @@ public:
     void swap(HIPGSAbstractorGenerator& other) noexcept;
     bool operator==(const HIPGSAbstractorGenerator& other) const;
     bool operator!=(const HIPGSAbstractorGenerator& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSAbstractorGenerator* clone() const;
+    HIPGSAbstractorGenerator* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -63,125 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @spirit:hidden, optional
-    const bool& getHiddenAttr() const { return m_HiddenAttr.get(); }
-    lmx60::elmx_error setHiddenAttr(const bool& value);
-    bool isSetHiddenAttr() const { return m_HiddenAttr.is_set(); }
-    void unsetHiddenAttr() { m_HiddenAttr.unset(); }
-
-    // @spirit:scope, optional
-    const std::string& getScopeAttr() const { return m_ScopeAttr.get(); }
-    lmx60::elmx_error setScopeAttr(const std::string& value);
-    bool isSetScopeAttr() const { return m_ScopeAttr.is_set(); }
-    void unsetScopeAttr() { m_ScopeAttr.unset(); }
-    e_enum_ScopeAttr getEnumScopeAttr() const;
-    bool setEnumScopeAttr(e_enum_ScopeAttr value);
-
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroup, 1..1
-    const HIPGSNameGroup& getNameGroup() const;
-    HIPGSNameGroup& getNameGroup();
-    void assignNameGroup(const HIPGSNameGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroup* assignNameGroup(HIPGSNameGroup* child);
-    bool isSetNameGroup() const { return m_NameGroup.is_set(); }
-    void unsetNameGroup();
-
-    // spirit:phase, 0..1
-    const HIPGSPhase& getPhase() const;
-    HIPGSPhase& getPhase();
-    void assignPhase(const HIPGSPhase& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSPhase* assignPhase(HIPGSPhase* child);
-    bool isSetPhase() const { return m_Phase.is_set(); }
-    void unsetPhase();
-
-    // spirit:parameters, 0..1
-    const HIPGSParameters& getParameters() const;
-    HIPGSParameters& getParameters();
-    void assignParameters(const HIPGSParameters& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSParameters* assignParameters(HIPGSParameters* child);
-    bool isSetParameters() const { return m_Parameters.is_set(); }
-    void unsetParameters();
-
-    // spirit:apiType, 0..1
-    const std::string& getApiType() const { return m_ApiType.get(); }
-    lmx60::elmx_error setApiType(const std::string& value);
-    bool isSetApiType() const { return m_ApiType.is_set(); }
-    void unsetApiType() { m_ApiType.unset(); }
-    e_enum_ApiType getEnumApiType() const;
-    bool setEnumApiType(e_enum_ApiType value);
-
-    // spirit:transportMethods, 0..1
-    const HIPGSTransportMethods& getTransportMethods() const;
-    HIPGSTransportMethods& getTransportMethods();
-    void assignTransportMethods(const HIPGSTransportMethods& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSTransportMethods* assignTransportMethods(HIPGSTransportMethods* child);
-    bool isSetTransportMethods() const { return m_TransportMethods.is_set(); }
-    void unsetTransportMethods();
-
-    // spirit:generatorExe, 1..1
-    const std::string& getGeneratorExe() const { return m_GeneratorExe.get(); }
-    lmx60::elmx_error setGeneratorExe(const std::string& value);
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // spirit:group, 0..unbounded
-    size_t sizeGroup() const { return m_Group.size(); }
-    const std::string& getGroup(size_t index) const { return m_Group.get(index); }
-    lmx60::elmx_error appendGroup(const std::string& value);
-    lmx60::elmx_error insertGroup(size_t index, const std::string& value);
-    lmx60::elmx_error setGroup(size_t index, const std::string& value);
-    void deleteGroup(size_t index) { m_Group.erase(index); }
-    void clearGroup() { m_Group.clear(); }
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<bool> m_HiddenAttr;  // @spirit:hidden, optional
-    lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @spirit:scope, optional
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
-    lmx60::ct_complex_single<HIPGSPhase> m_Phase;  // spirit:phase, 0..1
-    lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
-    lmx60::ct_simple_optional<std::string> m_ApiType;  // spirit:apiType, 0..1
-    lmx60::ct_complex_single<HIPGSTransportMethods> m_TransportMethods;  // spirit:transportMethods, 0..1
-    lmx60::ct_simple_single<std::string> m_GeneratorExe;  // spirit:generatorExe, 1..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_simple_multi<std::string> m_Group;  // spirit:group, 0..unbounded
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSNameGroup.h>
-#include <ipxact/spirit/HIPGSParameters.h>
-#include <ipxact/spirit/HIPGSPhase.h>
-#include <ipxact/spirit/HIPGSTransportMethods.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

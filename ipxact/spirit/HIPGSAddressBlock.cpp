@@ -3,103 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSAddressBlock::elem_event_map[] = {
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSAddressBlock::attr_event_map[] = {
-    {1001, "format", 6, 39},
-    {1001, "resolve", 7, 40},
-    {1001, "id", 2, 41},
-    {1001, "dependency", 10, 42},
-    {1001, "choiceRef", 9, 43},
-    {1001, "order", 5, 44},
-    {1001, "configGroups", 12, 45},
-    {1001, "bitStringLength", 15, 46},
-    {1001, "minimum", 7, 47},
-    {1001, "maximum", 7, 48},
-    {1001, "rangeType", 9, 49},
-    {1001, "prompt", 6, 50},
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSAddressBlock_first_events_14[] = {492, 0};
-static const int32_t HIPGSAddressBlock_first_events_15[] = {442, 0};
-static const int32_t HIPGSAddressBlock_first_events_16[] = {509, 563, 0};
-
-const MemberInfo HIPGSAddressBlock::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlock_first_events_14, ops<&HIPGSAddressBlock::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlock_first_events_15, ops<&HIPGSAddressBlock::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlock_first_events_16, ops<&HIPGSAddressBlock::m_AddressBlockDefinitionGroup>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_VendorExtensions>(), nullptr},
-    {MemberKind::vendor_slot, 1000, "addressBlockInfo", "vorlix:addressBlockInfo", 0, 0, 1, nullptr, ops<&HIPGSAddressBlock::m_AddressBlockInfo>(), nullptr},
-    {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSAddressBlock::m_any_attribute>(), nullptr},
-};
-
-
+// The rows are HIPGSAddressBlockType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSAddressBlock::s_class_info = {
     "spirit:addressBlock", 1001, "addressBlock", ContentKind::sequence,
     s_members, 20, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSAddressBlock::HIPGSAddressBlock()
-{
-    init();
-}
+HIPGSAddressBlock::HIPGSAddressBlock() = default;
 
 HIPGSAddressBlock::HIPGSAddressBlock(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSAddressBlock::HIPGSAddressBlock(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSAddressBlock::HIPGSAddressBlock(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSAddressBlock::HIPGSAddressBlock(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSAddressBlock::HIPGSAddressBlock(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -152,59 +93,12 @@ HIPGSAddressBlock::~HIPGSAddressBlock() = default;
 
 void HIPGSAddressBlock::swap(HIPGSAddressBlock& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroup.swap(other.m_NameGroup);
-    m_AddressSpecifier.swap(other.m_AddressSpecifier);
-    m_AddressBlockDefinitionGroup.swap(other.m_AddressBlockDefinitionGroup);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_AddressBlockInfo.swap(other.m_AddressBlockInfo);
-    m_any_attribute.swap(other.m_any_attribute);
+    HIPGSAddressBlockType::swap(other);
 }
 
 bool HIPGSAddressBlock::operator==(const HIPGSAddressBlock& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
-        && m_AddressSpecifier == other.m_AddressSpecifier
-        && m_AddressBlockDefinitionGroup == other.m_AddressBlockDefinitionGroup
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_AddressBlockInfo == other.m_AddressBlockInfo
-        && m_any_attribute == other.m_any_attribute;
-}
-
-void HIPGSAddressBlock::init()
-{
-}
-
-bool HIPGSAddressBlock::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSAddressBlockType::operator==(other);
 }
 
 HIPGSAddressBlock* HIPGSAddressBlock::clone() const
@@ -241,252 +135,6 @@ lmx60::elmx_error HIPGSAddressBlock::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSAddressBlock::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setFormatAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator29(value, "format"))
-        return error;
-    m_FormatAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSAddressBlock::e_enum_FormatAttr HIPGSAddressBlock::getEnumFormatAttr() const
-{
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
-}
-
-bool HIPGSAddressBlock::setEnumFormatAttr(e_enum_FormatAttr value)
-{
-    const char* text = enum_text(value_set_23, static_cast<int>(value));
-    return text && setFormatAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setResolveAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
-        return error;
-    m_ResolveAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSAddressBlock::e_enum_ResolveAttr HIPGSAddressBlock::getEnumResolveAttr() const
-{
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
-}
-
-bool HIPGSAddressBlock::setEnumResolveAttr(e_enum_ResolveAttr value)
-{
-    const char* text = enum_text(value_set_33, static_cast<int>(value));
-    return text && setResolveAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setIdAttr(const std::string& value)
-{
-    m_IdAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setDependencyAttr(const std::string& value)
-{
-    m_DependencyAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setChoiceRefAttr(const std::string& value)
-{
-    m_ChoiceRefAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setOrderAttr(const std::string& value)
-{
-    m_OrderAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setBitStringLengthAttr(const lmx60::c_big_int& value)
-{
-    std::string text;
-    detail::format_value(value, text);
-    if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
-        return error;
-    m_BitStringLengthAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setMinimumAttr(const std::string& value)
-{
-    m_MinimumAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setMaximumAttr(const std::string& value)
-{
-    m_MaximumAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setRangeTypeAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
-        return error;
-    m_RangeTypeAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSAddressBlock::e_enum_RangeTypeAttr HIPGSAddressBlock::getEnumRangeTypeAttr() const
-{
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
-}
-
-bool HIPGSAddressBlock::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
-{
-    const char* text = enum_text(value_set_31, static_cast<int>(value));
-    return text && setRangeTypeAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setPromptAttr(const std::string& value)
-{
-    m_PromptAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressBlock::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroup& HIPGSAddressBlock::getNameGroup() const
-{
-    return m_NameGroup.get();
-}
-
-HIPGSNameGroup& HIPGSAddressBlock::getNameGroup()
-{
-    return m_NameGroup.get();
-}
-
-void HIPGSAddressBlock::assignNameGroup(const HIPGSNameGroup& value)
-{
-    m_NameGroup.assign(value);
-}
-
-HIPGSNameGroup* HIPGSAddressBlock::assignNameGroup(HIPGSNameGroup* child)
-{
-    return m_NameGroup.assign(child);
-}
-
-void HIPGSAddressBlock::unsetNameGroup()
-{
-    m_NameGroup.unset();
-}
-
-const HIPGSAddressSpecifier& HIPGSAddressBlock::getAddressSpecifier() const
-{
-    return m_AddressSpecifier.get();
-}
-
-HIPGSAddressSpecifier& HIPGSAddressBlock::getAddressSpecifier()
-{
-    return m_AddressSpecifier.get();
-}
-
-void HIPGSAddressBlock::assignAddressSpecifier(const HIPGSAddressSpecifier& value)
-{
-    m_AddressSpecifier.assign(value);
-}
-
-HIPGSAddressSpecifier* HIPGSAddressBlock::assignAddressSpecifier(HIPGSAddressSpecifier* child)
-{
-    return m_AddressSpecifier.assign(child);
-}
-
-void HIPGSAddressBlock::unsetAddressSpecifier()
-{
-    m_AddressSpecifier.unset();
-}
-
-const HIPGSAddressBlockDefinitionGroup& HIPGSAddressBlock::getAddressBlockDefinitionGroup() const
-{
-    return m_AddressBlockDefinitionGroup.get();
-}
-
-HIPGSAddressBlockDefinitionGroup& HIPGSAddressBlock::getAddressBlockDefinitionGroup()
-{
-    return m_AddressBlockDefinitionGroup.get();
-}
-
-void HIPGSAddressBlock::assignAddressBlockDefinitionGroup(const HIPGSAddressBlockDefinitionGroup& value)
-{
-    m_AddressBlockDefinitionGroup.assign(value);
-}
-
-HIPGSAddressBlockDefinitionGroup* HIPGSAddressBlock::assignAddressBlockDefinitionGroup(HIPGSAddressBlockDefinitionGroup* child)
-{
-    return m_AddressBlockDefinitionGroup.assign(child);
-}
-
-void HIPGSAddressBlock::unsetAddressBlockDefinitionGroup()
-{
-    m_AddressBlockDefinitionGroup.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSAddressBlock::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSAddressBlock::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSAddressBlock::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSAddressBlock::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSAddressBlock::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-const HIPGSAddressBlockInfo& HIPGSAddressBlock::getAddressBlockInfo() const
-{
-    return m_AddressBlockInfo.get();
-}
-
-HIPGSAddressBlockInfo& HIPGSAddressBlock::getAddressBlockInfo()
-{
-    return m_AddressBlockInfo.get();
-}
-
-void HIPGSAddressBlock::assignAddressBlockInfo(const HIPGSAddressBlockInfo& value)
-{
-    m_AddressBlockInfo.assign(value);
-}
-
-HIPGSAddressBlockInfo* HIPGSAddressBlock::assignAddressBlockInfo(HIPGSAddressBlockInfo* child)
-{
-    return m_AddressBlockInfo.assign(child);
-}
-
-void HIPGSAddressBlock::unsetAddressBlockInfo()
-{
-    m_AddressBlockInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -5,44 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSAddressBlockType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAddressBlockDefinitionGroup;
-class HIPGSAddressBlockInfo;
-class HIPGSAddressSpecifier;
-class HIPGSNameGroup;
-class HIPGSVendorExtensions;
-
-class HIPGSAddressBlock : public HIPGSBase {
+// The document element spirit:addressBlock. Its members and accessors are HIPGSAddressBlockType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSAddressBlock : public HIPGSAddressBlockType {
 public:
-    enum class e_enum_FormatAttr {
-        e_unlisted = 0,
-        bitString = 1,
-        bool_ = 2,
-        float_ = 3,
-        long_ = 4,
-        string = 5
-    };
-
-    enum class e_enum_ResolveAttr {
-        e_unlisted = 0,
-        immediate = 1,
-        user = 2,
-        dependent = 3,
-        generated = 4
-    };
-
-    enum class e_enum_RangeTypeAttr {
-        e_unlisted = 0,
-        float_ = 1,
-        int_ = 2,
-        unsigned_int = 3,
-        long_ = 4,
-        unsigned_long = 5
-    };
-
     HIPGSAddressBlock();
     HIPGSAddressBlock(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSAddressBlock(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -55,10 +25,8 @@ public:
     void swap(HIPGSAddressBlock& other) noexcept;
     bool operator==(const HIPGSAddressBlock& other) const;
     bool operator!=(const HIPGSAddressBlock& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSAddressBlock* clone() const;
+    HIPGSAddressBlock* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -77,190 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @spirit:format, optional
-    const std::string& getFormatAttr() const { return m_FormatAttr.get(); }
-    lmx60::elmx_error setFormatAttr(const std::string& value);
-    bool isSetFormatAttr() const { return m_FormatAttr.is_set(); }
-    void unsetFormatAttr() { m_FormatAttr.unset(); }
-    e_enum_FormatAttr getEnumFormatAttr() const;
-    bool setEnumFormatAttr(e_enum_FormatAttr value);
-
-    // @spirit:resolve, optional
-    const std::string& getResolveAttr() const { return m_ResolveAttr.get(); }
-    lmx60::elmx_error setResolveAttr(const std::string& value);
-    bool isSetResolveAttr() const { return m_ResolveAttr.is_set(); }
-    void unsetResolveAttr() { m_ResolveAttr.unset(); }
-    e_enum_ResolveAttr getEnumResolveAttr() const;
-    bool setEnumResolveAttr(e_enum_ResolveAttr value);
-
-    // @spirit:id, optional
-    const std::string& getIdAttr() const { return m_IdAttr.get(); }
-    lmx60::elmx_error setIdAttr(const std::string& value);
-    bool isSetIdAttr() const { return m_IdAttr.is_set(); }
-    void unsetIdAttr() { m_IdAttr.unset(); }
-
-    // @spirit:dependency, optional
-    const std::string& getDependencyAttr() const { return m_DependencyAttr.get(); }
-    lmx60::elmx_error setDependencyAttr(const std::string& value);
-    bool isSetDependencyAttr() const { return m_DependencyAttr.is_set(); }
-    void unsetDependencyAttr() { m_DependencyAttr.unset(); }
-
-    // @spirit:choiceRef, optional
-    const std::string& getChoiceRefAttr() const { return m_ChoiceRefAttr.get(); }
-    lmx60::elmx_error setChoiceRefAttr(const std::string& value);
-    bool isSetChoiceRefAttr() const { return m_ChoiceRefAttr.is_set(); }
-    void unsetChoiceRefAttr() { m_ChoiceRefAttr.unset(); }
-
-    // @spirit:order, optional
-    const std::string& getOrderAttr() const { return m_OrderAttr.get(); }
-    lmx60::elmx_error setOrderAttr(const std::string& value);
-    bool isSetOrderAttr() const { return m_OrderAttr.is_set(); }
-    void unsetOrderAttr() { m_OrderAttr.unset(); }
-
-    // @spirit:configGroups, optional
-    size_t sizeConfigGroupsAttr() const { return m_ConfigGroupsAttr.size(); }
-    const std::string& getConfigGroupsAttr(size_t index) const { return m_ConfigGroupsAttr.get(index); }
-    const std::vector<std::string>& getConfigGroupsAttr() const { return m_ConfigGroupsAttr.items(); }
-    void appendConfigGroupsAttr(const std::string& value) { m_ConfigGroupsAttr.append(value); }
-    void deleteConfigGroupsAttr(size_t index) { m_ConfigGroupsAttr.erase(index); }
-    void clearConfigGroupsAttr() { m_ConfigGroupsAttr.clear(); }
-    bool isSetConfigGroupsAttr() const { return m_ConfigGroupsAttr.is_set(); }
-    void setPresentConfigGroupsAttr() { m_ConfigGroupsAttr.set_present(); }
-    void unsetConfigGroupsAttr() { m_ConfigGroupsAttr.unset(); }
-
-    // @spirit:bitStringLength, optional
-    const lmx60::c_big_int& getBitStringLengthAttr() const { return m_BitStringLengthAttr.get(); }
-    lmx60::elmx_error setBitStringLengthAttr(const lmx60::c_big_int& value);
-    bool isSetBitStringLengthAttr() const { return m_BitStringLengthAttr.is_set(); }
-    void unsetBitStringLengthAttr() { m_BitStringLengthAttr.unset(); }
-
-    // @spirit:minimum, optional
-    const std::string& getMinimumAttr() const { return m_MinimumAttr.get(); }
-    lmx60::elmx_error setMinimumAttr(const std::string& value);
-    bool isSetMinimumAttr() const { return m_MinimumAttr.is_set(); }
-    void unsetMinimumAttr() { m_MinimumAttr.unset(); }
-
-    // @spirit:maximum, optional
-    const std::string& getMaximumAttr() const { return m_MaximumAttr.get(); }
-    lmx60::elmx_error setMaximumAttr(const std::string& value);
-    bool isSetMaximumAttr() const { return m_MaximumAttr.is_set(); }
-    void unsetMaximumAttr() { m_MaximumAttr.unset(); }
-
-    // @spirit:rangeType, optional
-    const std::string& getRangeTypeAttr() const { return m_RangeTypeAttr.get(); }
-    lmx60::elmx_error setRangeTypeAttr(const std::string& value);
-    bool isSetRangeTypeAttr() const { return m_RangeTypeAttr.is_set(); }
-    void unsetRangeTypeAttr() { m_RangeTypeAttr.unset(); }
-    e_enum_RangeTypeAttr getEnumRangeTypeAttr() const;
-    bool setEnumRangeTypeAttr(e_enum_RangeTypeAttr value);
-
-    // @spirit:prompt, optional
-    const std::string& getPromptAttr() const { return m_PromptAttr.get(); }
-    lmx60::elmx_error setPromptAttr(const std::string& value);
-    bool isSetPromptAttr() const { return m_PromptAttr.is_set(); }
-    void unsetPromptAttr() { m_PromptAttr.unset(); }
-
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroup, 1..1
-    const HIPGSNameGroup& getNameGroup() const;
-    HIPGSNameGroup& getNameGroup();
-    void assignNameGroup(const HIPGSNameGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroup* assignNameGroup(HIPGSNameGroup* child);
-    bool isSetNameGroup() const { return m_NameGroup.is_set(); }
-    void unsetNameGroup();
-
-    // group spirit:addressSpecifier, 1..1
-    const HIPGSAddressSpecifier& getAddressSpecifier() const;
-    HIPGSAddressSpecifier& getAddressSpecifier();
-    void assignAddressSpecifier(const HIPGSAddressSpecifier& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAddressSpecifier* assignAddressSpecifier(HIPGSAddressSpecifier* child);
-    bool isSetAddressSpecifier() const { return m_AddressSpecifier.is_set(); }
-    void unsetAddressSpecifier();
-
-    // group spirit:addressBlockDefinitionGroup, 1..1
-    const HIPGSAddressBlockDefinitionGroup& getAddressBlockDefinitionGroup() const;
-    HIPGSAddressBlockDefinitionGroup& getAddressBlockDefinitionGroup();
-    void assignAddressBlockDefinitionGroup(const HIPGSAddressBlockDefinitionGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAddressBlockDefinitionGroup* assignAddressBlockDefinitionGroup(HIPGSAddressBlockDefinitionGroup* child);
-    bool isSetAddressBlockDefinitionGroup() const { return m_AddressBlockDefinitionGroup.is_set(); }
-    void unsetAddressBlockDefinitionGroup();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
-    const HIPGSAddressBlockInfo& getAddressBlockInfo() const;
-    HIPGSAddressBlockInfo& getAddressBlockInfo();
-    void assignAddressBlockInfo(const HIPGSAddressBlockInfo& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAddressBlockInfo* assignAddressBlockInfo(HIPGSAddressBlockInfo* child);
-    bool isSetAddressBlockInfo() const { return m_AddressBlockInfo.is_set(); }
-    void unsetAddressBlockInfo();
-
-    // attributes of other namespaces
-    size_t sizeany_attribute() const { return m_any_attribute.size(); }
-    const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
-    lmx60::c_any_attribute& getany_attribute(size_t index) { return m_any_attribute.get(index); }
-    void appendany_attribute(const lmx60::c_any_attribute& item) { m_any_attribute.append(item); }
-    void insertany_attribute(size_t index, const lmx60::c_any_attribute& item) { m_any_attribute.insert(index, item); }
-    void deleteany_attribute(size_t index) { m_any_attribute.erase(index); }
-    void clearany_attribute() { m_any_attribute.clear(); }
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_FormatAttr;  // @spirit:format, optional
-    lmx60::ct_simple_optional<std::string> m_ResolveAttr;  // @spirit:resolve, optional
-    lmx60::ct_simple_optional<std::string> m_IdAttr;  // @spirit:id, optional
-    lmx60::ct_simple_optional<std::string> m_DependencyAttr;  // @spirit:dependency, optional
-    lmx60::ct_simple_optional<std::string> m_ChoiceRefAttr;  // @spirit:choiceRef, optional
-    lmx60::ct_simple_optional<std::string> m_OrderAttr;  // @spirit:order, optional
-    lmx60::ct_simple_list_optional<std::string> m_ConfigGroupsAttr;  // @spirit:configGroups, optional
-    lmx60::ct_simple_optional<lmx60::c_big_int> m_BitStringLengthAttr;  // @spirit:bitStringLength, optional
-    lmx60::ct_simple_optional<std::string> m_MinimumAttr;  // @spirit:minimum, optional
-    lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
-    lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
-    lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
-    lmx60::ct_complex_single<HIPGSAddressSpecifier> m_AddressSpecifier;  // group spirit:addressSpecifier, 1..1
-    lmx60::ct_complex_single<HIPGSAddressBlockDefinitionGroup> m_AddressBlockDefinitionGroup;  // group spirit:addressBlockDefinitionGroup, 1..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_complex_single<HIPGSAddressBlockInfo> m_AddressBlockInfo;  // vorlix:addressBlockInfo, 0..1, typed slot inside spirit:vendorExtensions
-    lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAddressBlockDefinitionGroup.h>
-#include <ipxact/spirit/HIPGSAddressBlockInfo.h>
-#include <ipxact/spirit/HIPGSAddressSpecifier.h>
-#include <ipxact/spirit/HIPGSNameGroup.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -3,71 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSAddressSpaceRef2::elem_event_map[] = {
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSAddressSpaceRef2::attr_event_map[] = {
-    {1001, "addressSpaceRef", 15, 294},
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-
-const MemberInfo HIPGSAddressSpaceRef2::s_members[] = {
-    {MemberKind::attribute, 1001, "addressSpaceRef", "spirit:addressSpaceRef", 294, 1, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_AddressSpaceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressSpaceRef2::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-};
-
-
+// The rows are HIPGSAddrSpaceRefType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSAddressSpaceRef2::s_class_info = {
     "spirit:addressSpaceRef", 1001, "addressSpaceRef", ContentKind::empty,
     s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2()
-{
-    init();
-}
+HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2() = default;
 
 HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSAddressSpaceRef2::HIPGSAddressSpaceRef2(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -120,25 +93,12 @@ HIPGSAddressSpaceRef2::~HIPGSAddressSpaceRef2() = default;
 
 void HIPGSAddressSpaceRef2::swap(HIPGSAddressSpaceRef2& other) noexcept
 {
-    m_AddressSpaceRefAttr.swap(other.m_AddressSpaceRefAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
+    HIPGSAddrSpaceRefType::swap(other);
 }
 
 bool HIPGSAddressSpaceRef2::operator==(const HIPGSAddressSpaceRef2& other) const
 {
-    return m_AddressSpaceRefAttr == other.m_AddressSpaceRefAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
-}
-
-void HIPGSAddressSpaceRef2::init()
-{
-}
-
-bool HIPGSAddressSpaceRef2::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSAddrSpaceRefType::operator==(other);
 }
 
 HIPGSAddressSpaceRef2* HIPGSAddressSpaceRef2::clone() const
@@ -175,24 +135,6 @@ lmx60::elmx_error HIPGSAddressSpaceRef2::unmarshal(lmx60::c_xml_reader& reader, 
 lmx60::elmx_error HIPGSAddressSpaceRef2::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSAddressSpaceRef2::setAddressSpaceRefAttr(const std::string& value)
-{
-    m_AddressSpaceRefAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressSpaceRef2::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSAddressSpaceRef2::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

@@ -3,77 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSBank::elem_event_map[] = {
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSBank::attr_event_map[] = {
-    {1001, "bankAlignment", 13, 309},
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSBank_first_events_3[] = {492, 0};
-static const int32_t HIPGSBank_first_events_4[] = {442, 0};
-static const int32_t HIPGSBank_first_events_5[] = {485, 514, 543, 0};
-
-const MemberInfo HIPGSBank::s_members[] = {
-    {MemberKind::attribute, 1001, "bankAlignment", "spirit:bankAlignment", 309, 1, 1, nullptr, ops<&HIPGSBank::m_BankAlignmentAttr>(), &validation_spec_collapse_Value71},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBank::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBank::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBank_first_events_3, ops<&HIPGSBank::m_NameGroup>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSBank_first_events_4, ops<&HIPGSBank::m_AddressSpecifier>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:bankBase", 0, 1, 1, HIPGSBank_first_events_5, ops<&HIPGSBank::m_BankBase>(), nullptr},
-};
-
-
+// The rows are HIPGSAddressBankType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSBank::s_class_info = {
     "spirit:bank", 1001, "bank", ContentKind::sequence,
     s_members, 6, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSBank::HIPGSBank()
-{
-    init();
-}
+HIPGSBank::HIPGSBank() = default;
 
 HIPGSBank::HIPGSBank(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSBank::HIPGSBank(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSBank::HIPGSBank(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSBank::HIPGSBank(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSBank::HIPGSBank(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -126,31 +93,12 @@ HIPGSBank::~HIPGSBank() = default;
 
 void HIPGSBank::swap(HIPGSBank& other) noexcept
 {
-    m_BankAlignmentAttr.swap(other.m_BankAlignmentAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroup.swap(other.m_NameGroup);
-    m_AddressSpecifier.swap(other.m_AddressSpecifier);
-    m_BankBase.swap(other.m_BankBase);
+    HIPGSAddressBankType::swap(other);
 }
 
 bool HIPGSBank::operator==(const HIPGSBank& other) const
 {
-    return m_BankAlignmentAttr == other.m_BankAlignmentAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
-        && m_AddressSpecifier == other.m_AddressSpecifier
-        && m_BankBase == other.m_BankBase;
-}
-
-void HIPGSBank::init()
-{
-}
-
-bool HIPGSBank::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSAddressBankType::operator==(other);
 }
 
 HIPGSBank* HIPGSBank::clone() const
@@ -187,112 +135,6 @@ lmx60::elmx_error HIPGSBank::unmarshal(lmx60::c_xml_reader& reader, const std::s
 lmx60::elmx_error HIPGSBank::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSBank::setBankAlignmentAttr(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator71(value, "bankAlignment"))
-        return error;
-    m_BankAlignmentAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSBank::e_enum_BankAlignmentAttr HIPGSBank::getEnumBankAlignmentAttr() const
-{
-    return static_cast<e_enum_BankAlignmentAttr>(enum_number(value_set_65, m_BankAlignmentAttr.is_set(), m_BankAlignmentAttr.get()));
-}
-
-bool HIPGSBank::setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value)
-{
-    const char* text = enum_text(value_set_65, static_cast<int>(value));
-    return text && setBankAlignmentAttr(text) == lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSBank::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSBank::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroup& HIPGSBank::getNameGroup() const
-{
-    return m_NameGroup.get();
-}
-
-HIPGSNameGroup& HIPGSBank::getNameGroup()
-{
-    return m_NameGroup.get();
-}
-
-void HIPGSBank::assignNameGroup(const HIPGSNameGroup& value)
-{
-    m_NameGroup.assign(value);
-}
-
-HIPGSNameGroup* HIPGSBank::assignNameGroup(HIPGSNameGroup* child)
-{
-    return m_NameGroup.assign(child);
-}
-
-void HIPGSBank::unsetNameGroup()
-{
-    m_NameGroup.unset();
-}
-
-const HIPGSAddressSpecifier& HIPGSBank::getAddressSpecifier() const
-{
-    return m_AddressSpecifier.get();
-}
-
-HIPGSAddressSpecifier& HIPGSBank::getAddressSpecifier()
-{
-    return m_AddressSpecifier.get();
-}
-
-void HIPGSBank::assignAddressSpecifier(const HIPGSAddressSpecifier& value)
-{
-    m_AddressSpecifier.assign(value);
-}
-
-HIPGSAddressSpecifier* HIPGSBank::assignAddressSpecifier(HIPGSAddressSpecifier* child)
-{
-    return m_AddressSpecifier.assign(child);
-}
-
-void HIPGSBank::unsetAddressSpecifier()
-{
-    m_AddressSpecifier.unset();
-}
-
-const HIPGSBankBase& HIPGSBank::getBankBase() const
-{
-    return m_BankBase.get();
-}
-
-HIPGSBankBase& HIPGSBank::getBankBase()
-{
-    return m_BankBase.get();
-}
-
-void HIPGSBank::assignBankBase(const HIPGSBankBase& value)
-{
-    m_BankBase.assign(value);
-}
-
-HIPGSBankBase* HIPGSBank::assignBankBase(HIPGSBankBase* child)
-{
-    return m_BankBase.assign(child);
-}
-
-void HIPGSBank::unsetBankBase()
-{
-    m_BankBase.unset();
 }
 
 }  // namespace HIPGSpirit

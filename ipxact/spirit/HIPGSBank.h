@@ -5,22 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSAddressBankType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAddressSpecifier;
-class HIPGSBankBase;
-class HIPGSNameGroup;
-
-class HIPGSBank : public HIPGSBase {
+// The document element spirit:bank. Its members and accessors are HIPGSAddressBankType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSBank : public HIPGSAddressBankType {
 public:
-    enum class e_enum_BankAlignmentAttr {
-        e_unlisted = 0,
-        serial = 1,
-        parallel = 2
-    };
-
     HIPGSBank();
     HIPGSBank(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSBank(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -33,10 +25,8 @@ public:
     void swap(HIPGSBank& other) noexcept;
     bool operator==(const HIPGSBank& other) const;
     bool operator!=(const HIPGSBank& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSBank* clone() const;
+    HIPGSBank* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -55,70 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @spirit:bankAlignment, required
-    const std::string& getBankAlignmentAttr() const { return m_BankAlignmentAttr.get(); }
-    lmx60::elmx_error setBankAlignmentAttr(const std::string& value);
-    e_enum_BankAlignmentAttr getEnumBankAlignmentAttr() const;
-    bool setEnumBankAlignmentAttr(e_enum_BankAlignmentAttr value);
-
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroup, 1..1
-    const HIPGSNameGroup& getNameGroup() const;
-    HIPGSNameGroup& getNameGroup();
-    void assignNameGroup(const HIPGSNameGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroup* assignNameGroup(HIPGSNameGroup* child);
-    bool isSetNameGroup() const { return m_NameGroup.is_set(); }
-    void unsetNameGroup();
-
-    // group spirit:addressSpecifier, 1..1
-    const HIPGSAddressSpecifier& getAddressSpecifier() const;
-    HIPGSAddressSpecifier& getAddressSpecifier();
-    void assignAddressSpecifier(const HIPGSAddressSpecifier& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAddressSpecifier* assignAddressSpecifier(HIPGSAddressSpecifier* child);
-    bool isSetAddressSpecifier() const { return m_AddressSpecifier.is_set(); }
-    void unsetAddressSpecifier();
-
-    // group spirit:bankBase, 1..1
-    const HIPGSBankBase& getBankBase() const;
-    HIPGSBankBase& getBankBase();
-    void assignBankBase(const HIPGSBankBase& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSBankBase* assignBankBase(HIPGSBankBase* child);
-    bool isSetBankBase() const { return m_BankBase.is_set(); }
-    void unsetBankBase();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_single<std::string> m_BankAlignmentAttr;  // @spirit:bankAlignment, required
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
-    lmx60::ct_complex_single<HIPGSAddressSpecifier> m_AddressSpecifier;  // group spirit:addressSpecifier, 1..1
-    lmx60::ct_complex_single<HIPGSBankBase> m_BankBase;  // group spirit:bankBase, 1..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAddressSpecifier.h>
-#include <ipxact/spirit/HIPGSBankBase.h>
-#include <ipxact/spirit/HIPGSNameGroup.h>
 
 #endif

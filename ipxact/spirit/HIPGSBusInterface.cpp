@@ -3,93 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSBusInterface::elem_event_map[] = {
-    {1001, "busType", 7, 438},
-    {1001, "abstractionType", 15, 283},
-    {1001, "connectionRequired", 18, 360},
-    {1001, "portMaps", 8, 505},
-    {1001, "bitsInLau", 9, 465},
-    {1001, "bitSteering", 11, 314},
-    {1001, "endianness", 10, 384},
-    {1001, "parameters", 10, 312},
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSBusInterface::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSBusInterface_first_events_2[] = {492, 0};
-static const int32_t HIPGSBusInterface_first_events_5[] = {461, 475, 478, 479, 487, 538, 546, 0};
-
-const MemberInfo HIPGSBusInterface::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBusInterface::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBusInterface::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBusInterface_first_events_2, ops<&HIPGSBusInterface::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "busType", "spirit:busType", 438, 1, 1, nullptr, ops<&HIPGSBusInterface::m_BusType>(), nullptr},
-    {MemberKind::element, 1001, "abstractionType", "spirit:abstractionType", 283, 0, 1, nullptr, ops<&HIPGSBusInterface::m_AbstractionType>(), nullptr},
-    {MemberKind::group, 1001, nullptr, "spirit:interfaceMode", 0, 1, 1, HIPGSBusInterface_first_events_5, ops<&HIPGSBusInterface::m_InterfaceMode>(), nullptr},
-    {MemberKind::element, 1001, "connectionRequired", "spirit:connectionRequired", 360, 0, 1, nullptr, ops<&HIPGSBusInterface::m_ConnectionRequired>(), &lmx60::validation_spec_collapse, "false"},
-    {MemberKind::element, 1001, "portMaps", "spirit:portMaps", 505, 0, 1, nullptr, ops<&HIPGSBusInterface::m_PortMaps>(), nullptr},
-    {MemberKind::element, 1001, "bitsInLau", "spirit:bitsInLau", 465, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitsInLau>(), &validation_spec_collapse_Value84},
-    {MemberKind::element, 1001, "bitSteering", "spirit:bitSteering", 314, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BitSteering>(), nullptr},
-    {MemberKind::element, 1001, "endianness", "spirit:endianness", 384, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Endianness>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSBusInterface::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSBusInterface::m_VendorExtensions>(), nullptr},
-    {MemberKind::vendor_slot, 1000, "busInterfaceInfo", "vorlix:busInterfaceInfo", 0, 0, 1, nullptr, ops<&HIPGSBusInterface::m_BusInterfaceInfo>(), nullptr},
-    {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBusInterface::m_any_attribute>(), nullptr},
-};
-
-
+// The rows are HIPGSBusInterfaceType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSBusInterface::s_class_info = {
     "spirit:busInterface", 1001, "busInterface", ContentKind::sequence,
     s_members, 15, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSBusInterface::HIPGSBusInterface()
-{
-    init();
-}
+HIPGSBusInterface::HIPGSBusInterface() = default;
 
 HIPGSBusInterface::HIPGSBusInterface(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSBusInterface::HIPGSBusInterface(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSBusInterface::HIPGSBusInterface(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSBusInterface::HIPGSBusInterface(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSBusInterface::HIPGSBusInterface(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -142,50 +93,12 @@ HIPGSBusInterface::~HIPGSBusInterface() = default;
 
 void HIPGSBusInterface::swap(HIPGSBusInterface& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroup.swap(other.m_NameGroup);
-    m_BusType.swap(other.m_BusType);
-    m_AbstractionType.swap(other.m_AbstractionType);
-    m_InterfaceMode.swap(other.m_InterfaceMode);
-    m_ConnectionRequired.swap(other.m_ConnectionRequired);
-    m_PortMaps.swap(other.m_PortMaps);
-    m_BitsInLau.swap(other.m_BitsInLau);
-    m_BitSteering.swap(other.m_BitSteering);
-    m_Endianness.swap(other.m_Endianness);
-    m_Parameters.swap(other.m_Parameters);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_BusInterfaceInfo.swap(other.m_BusInterfaceInfo);
-    m_any_attribute.swap(other.m_any_attribute);
+    HIPGSBusInterfaceType::swap(other);
 }
 
 bool HIPGSBusInterface::operator==(const HIPGSBusInterface& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
-        && m_BusType == other.m_BusType
-        && m_AbstractionType == other.m_AbstractionType
-        && m_InterfaceMode == other.m_InterfaceMode
-        && m_ConnectionRequired == other.m_ConnectionRequired
-        && m_PortMaps == other.m_PortMaps
-        && m_BitsInLau == other.m_BitsInLau
-        && m_BitSteering == other.m_BitSteering
-        && m_Endianness == other.m_Endianness
-        && m_Parameters == other.m_Parameters
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_BusInterfaceInfo == other.m_BusInterfaceInfo
-        && m_any_attribute == other.m_any_attribute;
-}
-
-void HIPGSBusInterface::init()
-{
-    m_ConnectionRequired.set_default(false);
-}
-
-bool HIPGSBusInterface::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSBusInterfaceType::operator==(other);
 }
 
 HIPGSBusInterface* HIPGSBusInterface::clone() const
@@ -222,278 +135,6 @@ lmx60::elmx_error HIPGSBusInterface::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSBusInterface::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSBusInterface::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSBusInterface::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroup& HIPGSBusInterface::getNameGroup() const
-{
-    return m_NameGroup.get();
-}
-
-HIPGSNameGroup& HIPGSBusInterface::getNameGroup()
-{
-    return m_NameGroup.get();
-}
-
-void HIPGSBusInterface::assignNameGroup(const HIPGSNameGroup& value)
-{
-    m_NameGroup.assign(value);
-}
-
-HIPGSNameGroup* HIPGSBusInterface::assignNameGroup(HIPGSNameGroup* child)
-{
-    return m_NameGroup.assign(child);
-}
-
-void HIPGSBusInterface::unsetNameGroup()
-{
-    m_NameGroup.unset();
-}
-
-const HIPGSLibraryRefType2& HIPGSBusInterface::getBusType() const
-{
-    return m_BusType.get();
-}
-
-HIPGSLibraryRefType2& HIPGSBusInterface::getBusType()
-{
-    return m_BusType.get();
-}
-
-void HIPGSBusInterface::assignBusType(const HIPGSLibraryRefType2& value)
-{
-    m_BusType.assign(value);
-}
-
-HIPGSLibraryRefType2* HIPGSBusInterface::assignBusType(HIPGSLibraryRefType2* child)
-{
-    return m_BusType.assign(child);
-}
-
-void HIPGSBusInterface::unsetBusType()
-{
-    m_BusType.unset();
-}
-
-const HIPGSLibraryRefType2& HIPGSBusInterface::getAbstractionType() const
-{
-    return m_AbstractionType.get();
-}
-
-HIPGSLibraryRefType2& HIPGSBusInterface::getAbstractionType()
-{
-    return m_AbstractionType.get();
-}
-
-void HIPGSBusInterface::assignAbstractionType(const HIPGSLibraryRefType2& value)
-{
-    m_AbstractionType.assign(value);
-}
-
-HIPGSLibraryRefType2* HIPGSBusInterface::assignAbstractionType(HIPGSLibraryRefType2* child)
-{
-    return m_AbstractionType.assign(child);
-}
-
-void HIPGSBusInterface::unsetAbstractionType()
-{
-    m_AbstractionType.unset();
-}
-
-const HIPGSInterfaceMode& HIPGSBusInterface::getInterfaceMode() const
-{
-    return m_InterfaceMode.get();
-}
-
-HIPGSInterfaceMode& HIPGSBusInterface::getInterfaceMode()
-{
-    return m_InterfaceMode.get();
-}
-
-void HIPGSBusInterface::assignInterfaceMode(const HIPGSInterfaceMode& value)
-{
-    m_InterfaceMode.assign(value);
-}
-
-HIPGSInterfaceMode* HIPGSBusInterface::assignInterfaceMode(HIPGSInterfaceMode* child)
-{
-    return m_InterfaceMode.assign(child);
-}
-
-void HIPGSBusInterface::unsetInterfaceMode()
-{
-    m_InterfaceMode.unset();
-}
-
-lmx60::elmx_error HIPGSBusInterface::setConnectionRequired(const bool& value)
-{
-    m_ConnectionRequired.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSPortMaps& HIPGSBusInterface::getPortMaps() const
-{
-    return m_PortMaps.get();
-}
-
-HIPGSPortMaps& HIPGSBusInterface::getPortMaps()
-{
-    return m_PortMaps.get();
-}
-
-void HIPGSBusInterface::assignPortMaps(const HIPGSPortMaps& value)
-{
-    m_PortMaps.assign(value);
-}
-
-HIPGSPortMaps* HIPGSBusInterface::assignPortMaps(HIPGSPortMaps* child)
-{
-    return m_PortMaps.assign(child);
-}
-
-void HIPGSBusInterface::unsetPortMaps()
-{
-    m_PortMaps.unset();
-}
-
-lmx60::elmx_error HIPGSBusInterface::setBitsInLau(const lmx60::c_big_int& value)
-{
-    std::string text;
-    detail::format_value(value, text);
-    if (lmx60::elmx_error error = UserValidator84(text, "bitsInLau"))
-        return error;
-    m_BitsInLau.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSBitSteering& HIPGSBusInterface::getBitSteering() const
-{
-    return m_BitSteering.get();
-}
-
-HIPGSBitSteering& HIPGSBusInterface::getBitSteering()
-{
-    return m_BitSteering.get();
-}
-
-void HIPGSBusInterface::assignBitSteering(const HIPGSBitSteering& value)
-{
-    m_BitSteering.assign(value);
-}
-
-HIPGSBitSteering* HIPGSBusInterface::assignBitSteering(HIPGSBitSteering* child)
-{
-    return m_BitSteering.assign(child);
-}
-
-void HIPGSBusInterface::unsetBitSteering()
-{
-    m_BitSteering.unset();
-}
-
-lmx60::elmx_error HIPGSBusInterface::setEndianness(const std::string& value)
-{
-    if (lmx60::elmx_error error = UserValidator28(value, "endianness"))
-        return error;
-    m_Endianness.set(value);
-    return lmx60::ELMX_OK;
-}
-
-HIPGSBusInterface::e_enum_Endianness HIPGSBusInterface::getEnumEndianness() const
-{
-    return static_cast<e_enum_Endianness>(enum_number(value_set_22, m_Endianness.is_set(), m_Endianness.get()));
-}
-
-bool HIPGSBusInterface::setEnumEndianness(e_enum_Endianness value)
-{
-    const char* text = enum_text(value_set_22, static_cast<int>(value));
-    return text && setEndianness(text) == lmx60::ELMX_OK;
-}
-
-const HIPGSParameters& HIPGSBusInterface::getParameters() const
-{
-    return m_Parameters.get();
-}
-
-HIPGSParameters& HIPGSBusInterface::getParameters()
-{
-    return m_Parameters.get();
-}
-
-void HIPGSBusInterface::assignParameters(const HIPGSParameters& value)
-{
-    m_Parameters.assign(value);
-}
-
-HIPGSParameters* HIPGSBusInterface::assignParameters(HIPGSParameters* child)
-{
-    return m_Parameters.assign(child);
-}
-
-void HIPGSBusInterface::unsetParameters()
-{
-    m_Parameters.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSBusInterface::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSBusInterface::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSBusInterface::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSBusInterface::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSBusInterface::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-const HIPGSBusInterfaceInfo& HIPGSBusInterface::getBusInterfaceInfo() const
-{
-    return m_BusInterfaceInfo.get();
-}
-
-HIPGSBusInterfaceInfo& HIPGSBusInterface::getBusInterfaceInfo()
-{
-    return m_BusInterfaceInfo.get();
-}
-
-void HIPGSBusInterface::assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value)
-{
-    m_BusInterfaceInfo.assign(value);
-}
-
-HIPGSBusInterfaceInfo* HIPGSBusInterface::assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child)
-{
-    return m_BusInterfaceInfo.assign(child);
-}
-
-void HIPGSBusInterface::unsetBusInterfaceInfo()
-{
-    m_BusInterfaceInfo.unset();
 }
 
 }  // namespace HIPGSpirit

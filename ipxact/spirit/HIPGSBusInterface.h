@@ -5,27 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSBusInterfaceType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSBitSteering;
-class HIPGSBusInterfaceInfo;
-class HIPGSInterfaceMode;
-class HIPGSLibraryRefType2;
-class HIPGSNameGroup;
-class HIPGSParameters;
-class HIPGSPortMaps;
-class HIPGSVendorExtensions;
-
-class HIPGSBusInterface : public HIPGSBase {
+// The document element spirit:busInterface. Its members and accessors are HIPGSBusInterfaceType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSBusInterface : public HIPGSBusInterfaceType {
 public:
-    enum class e_enum_Endianness {
-        e_unlisted = 0,
-        big = 1,
-        little = 2
-    };
-
     HIPGSBusInterface();
     HIPGSBusInterface(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSBusInterface(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -38,10 +25,8 @@ public:
     void swap(HIPGSBusInterface& other) noexcept;
     bool operator==(const HIPGSBusInterface& other) const;
     bool operator!=(const HIPGSBusInterface& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSBusInterface* clone() const;
+    HIPGSBusInterface* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -60,161 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroup, 1..1
-    const HIPGSNameGroup& getNameGroup() const;
-    HIPGSNameGroup& getNameGroup();
-    void assignNameGroup(const HIPGSNameGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroup* assignNameGroup(HIPGSNameGroup* child);
-    bool isSetNameGroup() const { return m_NameGroup.is_set(); }
-    void unsetNameGroup();
-
-    // spirit:busType, 1..1
-    const HIPGSLibraryRefType2& getBusType() const;
-    HIPGSLibraryRefType2& getBusType();
-    void assignBusType(const HIPGSLibraryRefType2& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSLibraryRefType2* assignBusType(HIPGSLibraryRefType2* child);
-    bool isSetBusType() const { return m_BusType.is_set(); }
-    void unsetBusType();
-
-    // spirit:abstractionType, 0..1
-    const HIPGSLibraryRefType2& getAbstractionType() const;
-    HIPGSLibraryRefType2& getAbstractionType();
-    void assignAbstractionType(const HIPGSLibraryRefType2& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSLibraryRefType2* assignAbstractionType(HIPGSLibraryRefType2* child);
-    bool isSetAbstractionType() const { return m_AbstractionType.is_set(); }
-    void unsetAbstractionType();
-
-    // group spirit:interfaceMode, 1..1
-    const HIPGSInterfaceMode& getInterfaceMode() const;
-    HIPGSInterfaceMode& getInterfaceMode();
-    void assignInterfaceMode(const HIPGSInterfaceMode& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSInterfaceMode* assignInterfaceMode(HIPGSInterfaceMode* child);
-    bool isSetInterfaceMode() const { return m_InterfaceMode.is_set(); }
-    void unsetInterfaceMode();
-
-    // spirit:connectionRequired, 0..1
-    const bool& getConnectionRequired() const { return m_ConnectionRequired.get(); }
-    lmx60::elmx_error setConnectionRequired(const bool& value);
-    bool isSetConnectionRequired() const { return m_ConnectionRequired.is_set(); }
-    void unsetConnectionRequired() { m_ConnectionRequired.unset(); }
-
-    // spirit:portMaps, 0..1
-    const HIPGSPortMaps& getPortMaps() const;
-    HIPGSPortMaps& getPortMaps();
-    void assignPortMaps(const HIPGSPortMaps& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSPortMaps* assignPortMaps(HIPGSPortMaps* child);
-    bool isSetPortMaps() const { return m_PortMaps.is_set(); }
-    void unsetPortMaps();
-
-    // spirit:bitsInLau, 0..1
-    const lmx60::c_big_int& getBitsInLau() const { return m_BitsInLau.get(); }
-    lmx60::elmx_error setBitsInLau(const lmx60::c_big_int& value);
-    bool isSetBitsInLau() const { return m_BitsInLau.is_set(); }
-    void unsetBitsInLau() { m_BitsInLau.unset(); }
-
-    // spirit:bitSteering, 0..1
-    const HIPGSBitSteering& getBitSteering() const;
-    HIPGSBitSteering& getBitSteering();
-    void assignBitSteering(const HIPGSBitSteering& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSBitSteering* assignBitSteering(HIPGSBitSteering* child);
-    bool isSetBitSteering() const { return m_BitSteering.is_set(); }
-    void unsetBitSteering();
-
-    // spirit:endianness, 0..1
-    const std::string& getEndianness() const { return m_Endianness.get(); }
-    lmx60::elmx_error setEndianness(const std::string& value);
-    bool isSetEndianness() const { return m_Endianness.is_set(); }
-    void unsetEndianness() { m_Endianness.unset(); }
-    e_enum_Endianness getEnumEndianness() const;
-    bool setEnumEndianness(e_enum_Endianness value);
-
-    // spirit:parameters, 0..1
-    const HIPGSParameters& getParameters() const;
-    HIPGSParameters& getParameters();
-    void assignParameters(const HIPGSParameters& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSParameters* assignParameters(HIPGSParameters* child);
-    bool isSetParameters() const { return m_Parameters.is_set(); }
-    void unsetParameters();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
-    const HIPGSBusInterfaceInfo& getBusInterfaceInfo() const;
-    HIPGSBusInterfaceInfo& getBusInterfaceInfo();
-    void assignBusInterfaceInfo(const HIPGSBusInterfaceInfo& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSBusInterfaceInfo* assignBusInterfaceInfo(HIPGSBusInterfaceInfo* child);
-    bool isSetBusInterfaceInfo() const { return m_BusInterfaceInfo.is_set(); }
-    void unsetBusInterfaceInfo();
-
-    // attributes of other namespaces
-    size_t sizeany_attribute() const { return m_any_attribute.size(); }
-    const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
-    lmx60::c_any_attribute& getany_attribute(size_t index) { return m_any_attribute.get(index); }
-    void appendany_attribute(const lmx60::c_any_attribute& item) { m_any_attribute.append(item); }
-    void insertany_attribute(size_t index, const lmx60::c_any_attribute& item) { m_any_attribute.insert(index, item); }
-    void deleteany_attribute(size_t index) { m_any_attribute.erase(index); }
-    void clearany_attribute() { m_any_attribute.clear(); }
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
-    lmx60::ct_complex_single<HIPGSLibraryRefType2> m_BusType;  // spirit:busType, 1..1
-    lmx60::ct_complex_single<HIPGSLibraryRefType2> m_AbstractionType;  // spirit:abstractionType, 0..1
-    lmx60::ct_complex_single<HIPGSInterfaceMode> m_InterfaceMode;  // group spirit:interfaceMode, 1..1
-    lmx60::ct_simple_optional<bool> m_ConnectionRequired;  // spirit:connectionRequired, 0..1
-    lmx60::ct_complex_single<HIPGSPortMaps> m_PortMaps;  // spirit:portMaps, 0..1
-    lmx60::ct_simple_optional<lmx60::c_big_int> m_BitsInLau;  // spirit:bitsInLau, 0..1
-    lmx60::ct_complex_single<HIPGSBitSteering> m_BitSteering;  // spirit:bitSteering, 0..1
-    lmx60::ct_simple_optional<std::string> m_Endianness;  // spirit:endianness, 0..1
-    lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_complex_single<HIPGSBusInterfaceInfo> m_BusInterfaceInfo;  // vorlix:busInterfaceInfo, 0..1, typed slot inside spirit:vendorExtensions
-    lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSBitSteering.h>
-#include <ipxact/spirit/HIPGSBusInterfaceInfo.h>
-#include <ipxact/spirit/HIPGSInterfaceMode.h>
-#include <ipxact/spirit/HIPGSLibraryRefType2.h>
-#include <ipxact/spirit/HIPGSNameGroup.h>
-#include <ipxact/spirit/HIPGSParameters.h>
-#include <ipxact/spirit/HIPGSPortMaps.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -3,101 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSComponent::elem_event_map[] = {
-    {1001, "busInterfaces", 13, 436},
-    {1001, "channels", 8, 468},
-    {1001, "remapStates", 11, 471},
-    {1001, "addressSpaces", 13, 477},
-    {1001, "memoryMaps", 10, 518},
-    {1001, "model", 5, 521},
-    {1001, "componentGenerators", 19, 433},
-    {1001, "choices", 7, 56},
-    {1001, "fileSets", 8, 414},
-    {1001, "whiteboxElements", 16, 592},
-    {1001, "cpus", 4, 368},
-    {1001, "otherClockDrivers", 17, 499},
-    {1001, "description", 11, 305},
-    {1001, "parameters", 10, 312},
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSComponent::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSComponent_first_events_2[] = {577, 0};
-
-const MemberInfo HIPGSComponent::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponent::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponent::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:versionedIdentifier", 0, 1, 1, HIPGSComponent_first_events_2, ops<&HIPGSComponent::m_VersionedIdentifier>(), nullptr},
-    {MemberKind::element, 1001, "busInterfaces", "spirit:busInterfaces", 436, 0, 1, nullptr, ops<&HIPGSComponent::m_BusInterfaces>(), nullptr},
-    {MemberKind::element, 1001, "channels", "spirit:channels", 468, 0, 1, nullptr, ops<&HIPGSComponent::m_Channels>(), nullptr},
-    {MemberKind::element, 1001, "remapStates", "spirit:remapStates", 471, 0, 1, nullptr, ops<&HIPGSComponent::m_RemapStates>(), nullptr},
-    {MemberKind::element, 1001, "addressSpaces", "spirit:addressSpaces", 477, 0, 1, nullptr, ops<&HIPGSComponent::m_AddressSpaces>(), nullptr},
-    {MemberKind::element, 1001, "memoryMaps", "spirit:memoryMaps", 518, 0, 1, nullptr, ops<&HIPGSComponent::m_MemoryMaps>(), nullptr},
-    {MemberKind::element, 1001, "model", "spirit:model", 521, 0, 1, nullptr, ops<&HIPGSComponent::m_Model>(), nullptr},
-    {MemberKind::element, 1001, "componentGenerators", "spirit:componentGenerators", 433, 0, 1, nullptr, ops<&HIPGSComponent::m_ComponentGenerators>(), nullptr},
-    {MemberKind::element, 1001, "choices", "spirit:choices", 56, 0, 1, nullptr, ops<&HIPGSComponent::m_Choices>(), nullptr},
-    {MemberKind::element, 1001, "fileSets", "spirit:fileSets", 414, 0, 1, nullptr, ops<&HIPGSComponent::m_FileSets>(), nullptr},
-    {MemberKind::element, 1001, "whiteboxElements", "spirit:whiteboxElements", 592, 0, 1, nullptr, ops<&HIPGSComponent::m_WhiteboxElements>(), nullptr},
-    {MemberKind::element, 1001, "cpus", "spirit:cpus", 368, 0, 1, nullptr, ops<&HIPGSComponent::m_Cpus>(), nullptr},
-    {MemberKind::element, 1001, "otherClockDrivers", "spirit:otherClockDrivers", 499, 0, 1, nullptr, ops<&HIPGSComponent::m_OtherClockDrivers>(), nullptr},
-    {MemberKind::element, 1001, "description", "spirit:description", 305, 0, 1, nullptr, ops<&HIPGSComponent::m_Description>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSComponent::m_Parameters>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSComponent::m_VendorExtensions>(), nullptr},
-};
-
-
+// The rows are HIPGSComponentType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSComponent::s_class_info = {
     "spirit:component", 1001, "component", ContentKind::sequence,
     s_members, 18, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSComponent::HIPGSComponent()
-{
-    init();
-}
+HIPGSComponent::HIPGSComponent() = default;
 
 HIPGSComponent::HIPGSComponent(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSComponent::HIPGSComponent(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSComponent::HIPGSComponent(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSComponent::HIPGSComponent(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSComponent::HIPGSComponent(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -150,55 +93,12 @@ HIPGSComponent::~HIPGSComponent() = default;
 
 void HIPGSComponent::swap(HIPGSComponent& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_VersionedIdentifier.swap(other.m_VersionedIdentifier);
-    m_BusInterfaces.swap(other.m_BusInterfaces);
-    m_Channels.swap(other.m_Channels);
-    m_RemapStates.swap(other.m_RemapStates);
-    m_AddressSpaces.swap(other.m_AddressSpaces);
-    m_MemoryMaps.swap(other.m_MemoryMaps);
-    m_Model.swap(other.m_Model);
-    m_ComponentGenerators.swap(other.m_ComponentGenerators);
-    m_Choices.swap(other.m_Choices);
-    m_FileSets.swap(other.m_FileSets);
-    m_WhiteboxElements.swap(other.m_WhiteboxElements);
-    m_Cpus.swap(other.m_Cpus);
-    m_OtherClockDrivers.swap(other.m_OtherClockDrivers);
-    m_Description.swap(other.m_Description);
-    m_Parameters.swap(other.m_Parameters);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
+    HIPGSComponentType::swap(other);
 }
 
 bool HIPGSComponent::operator==(const HIPGSComponent& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_VersionedIdentifier == other.m_VersionedIdentifier
-        && m_BusInterfaces == other.m_BusInterfaces
-        && m_Channels == other.m_Channels
-        && m_RemapStates == other.m_RemapStates
-        && m_AddressSpaces == other.m_AddressSpaces
-        && m_MemoryMaps == other.m_MemoryMaps
-        && m_Model == other.m_Model
-        && m_ComponentGenerators == other.m_ComponentGenerators
-        && m_Choices == other.m_Choices
-        && m_FileSets == other.m_FileSets
-        && m_WhiteboxElements == other.m_WhiteboxElements
-        && m_Cpus == other.m_Cpus
-        && m_OtherClockDrivers == other.m_OtherClockDrivers
-        && m_Description == other.m_Description
-        && m_Parameters == other.m_Parameters
-        && m_VendorExtensions == other.m_VendorExtensions;
-}
-
-void HIPGSComponent::init()
-{
-}
-
-bool HIPGSComponent::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSComponentType::operator==(other);
 }
 
 HIPGSComponent* HIPGSComponent::clone() const
@@ -235,399 +135,6 @@ lmx60::elmx_error HIPGSComponent::unmarshal(lmx60::c_xml_reader& reader, const s
 lmx60::elmx_error HIPGSComponent::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSComponent::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSComponent::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSVersionedIdentifier& HIPGSComponent::getVersionedIdentifier() const
-{
-    return m_VersionedIdentifier.get();
-}
-
-HIPGSVersionedIdentifier& HIPGSComponent::getVersionedIdentifier()
-{
-    return m_VersionedIdentifier.get();
-}
-
-void HIPGSComponent::assignVersionedIdentifier(const HIPGSVersionedIdentifier& value)
-{
-    m_VersionedIdentifier.assign(value);
-}
-
-HIPGSVersionedIdentifier* HIPGSComponent::assignVersionedIdentifier(HIPGSVersionedIdentifier* child)
-{
-    return m_VersionedIdentifier.assign(child);
-}
-
-void HIPGSComponent::unsetVersionedIdentifier()
-{
-    m_VersionedIdentifier.unset();
-}
-
-const HIPGSBusInterfaces& HIPGSComponent::getBusInterfaces() const
-{
-    return m_BusInterfaces.get();
-}
-
-HIPGSBusInterfaces& HIPGSComponent::getBusInterfaces()
-{
-    return m_BusInterfaces.get();
-}
-
-void HIPGSComponent::assignBusInterfaces(const HIPGSBusInterfaces& value)
-{
-    m_BusInterfaces.assign(value);
-}
-
-HIPGSBusInterfaces* HIPGSComponent::assignBusInterfaces(HIPGSBusInterfaces* child)
-{
-    return m_BusInterfaces.assign(child);
-}
-
-void HIPGSComponent::unsetBusInterfaces()
-{
-    m_BusInterfaces.unset();
-}
-
-const HIPGSChannels& HIPGSComponent::getChannels() const
-{
-    return m_Channels.get();
-}
-
-HIPGSChannels& HIPGSComponent::getChannels()
-{
-    return m_Channels.get();
-}
-
-void HIPGSComponent::assignChannels(const HIPGSChannels& value)
-{
-    m_Channels.assign(value);
-}
-
-HIPGSChannels* HIPGSComponent::assignChannels(HIPGSChannels* child)
-{
-    return m_Channels.assign(child);
-}
-
-void HIPGSComponent::unsetChannels()
-{
-    m_Channels.unset();
-}
-
-const HIPGSRemapStates& HIPGSComponent::getRemapStates() const
-{
-    return m_RemapStates.get();
-}
-
-HIPGSRemapStates& HIPGSComponent::getRemapStates()
-{
-    return m_RemapStates.get();
-}
-
-void HIPGSComponent::assignRemapStates(const HIPGSRemapStates& value)
-{
-    m_RemapStates.assign(value);
-}
-
-HIPGSRemapStates* HIPGSComponent::assignRemapStates(HIPGSRemapStates* child)
-{
-    return m_RemapStates.assign(child);
-}
-
-void HIPGSComponent::unsetRemapStates()
-{
-    m_RemapStates.unset();
-}
-
-const HIPGSAddressSpaces& HIPGSComponent::getAddressSpaces() const
-{
-    return m_AddressSpaces.get();
-}
-
-HIPGSAddressSpaces& HIPGSComponent::getAddressSpaces()
-{
-    return m_AddressSpaces.get();
-}
-
-void HIPGSComponent::assignAddressSpaces(const HIPGSAddressSpaces& value)
-{
-    m_AddressSpaces.assign(value);
-}
-
-HIPGSAddressSpaces* HIPGSComponent::assignAddressSpaces(HIPGSAddressSpaces* child)
-{
-    return m_AddressSpaces.assign(child);
-}
-
-void HIPGSComponent::unsetAddressSpaces()
-{
-    m_AddressSpaces.unset();
-}
-
-const HIPGSMemoryMaps& HIPGSComponent::getMemoryMaps() const
-{
-    return m_MemoryMaps.get();
-}
-
-HIPGSMemoryMaps& HIPGSComponent::getMemoryMaps()
-{
-    return m_MemoryMaps.get();
-}
-
-void HIPGSComponent::assignMemoryMaps(const HIPGSMemoryMaps& value)
-{
-    m_MemoryMaps.assign(value);
-}
-
-HIPGSMemoryMaps* HIPGSComponent::assignMemoryMaps(HIPGSMemoryMaps* child)
-{
-    return m_MemoryMaps.assign(child);
-}
-
-void HIPGSComponent::unsetMemoryMaps()
-{
-    m_MemoryMaps.unset();
-}
-
-const HIPGSModelType& HIPGSComponent::getModel() const
-{
-    return m_Model.get();
-}
-
-HIPGSModelType& HIPGSComponent::getModel()
-{
-    return m_Model.get();
-}
-
-void HIPGSComponent::assignModel(const HIPGSModelType& value)
-{
-    m_Model.assign(value);
-}
-
-HIPGSModelType* HIPGSComponent::assignModel(HIPGSModelType* child)
-{
-    return m_Model.assign(child);
-}
-
-void HIPGSComponent::unsetModel()
-{
-    m_Model.unset();
-}
-
-const HIPGSComponentGenerators& HIPGSComponent::getComponentGenerators() const
-{
-    return m_ComponentGenerators.get();
-}
-
-HIPGSComponentGenerators& HIPGSComponent::getComponentGenerators()
-{
-    return m_ComponentGenerators.get();
-}
-
-void HIPGSComponent::assignComponentGenerators(const HIPGSComponentGenerators& value)
-{
-    m_ComponentGenerators.assign(value);
-}
-
-HIPGSComponentGenerators* HIPGSComponent::assignComponentGenerators(HIPGSComponentGenerators* child)
-{
-    return m_ComponentGenerators.assign(child);
-}
-
-void HIPGSComponent::unsetComponentGenerators()
-{
-    m_ComponentGenerators.unset();
-}
-
-const HIPGSChoices& HIPGSComponent::getChoices() const
-{
-    return m_Choices.get();
-}
-
-HIPGSChoices& HIPGSComponent::getChoices()
-{
-    return m_Choices.get();
-}
-
-void HIPGSComponent::assignChoices(const HIPGSChoices& value)
-{
-    m_Choices.assign(value);
-}
-
-HIPGSChoices* HIPGSComponent::assignChoices(HIPGSChoices* child)
-{
-    return m_Choices.assign(child);
-}
-
-void HIPGSComponent::unsetChoices()
-{
-    m_Choices.unset();
-}
-
-const HIPGSFileSets& HIPGSComponent::getFileSets() const
-{
-    return m_FileSets.get();
-}
-
-HIPGSFileSets& HIPGSComponent::getFileSets()
-{
-    return m_FileSets.get();
-}
-
-void HIPGSComponent::assignFileSets(const HIPGSFileSets& value)
-{
-    m_FileSets.assign(value);
-}
-
-HIPGSFileSets* HIPGSComponent::assignFileSets(HIPGSFileSets* child)
-{
-    return m_FileSets.assign(child);
-}
-
-void HIPGSComponent::unsetFileSets()
-{
-    m_FileSets.unset();
-}
-
-const HIPGSWhiteboxElements& HIPGSComponent::getWhiteboxElements() const
-{
-    return m_WhiteboxElements.get();
-}
-
-HIPGSWhiteboxElements& HIPGSComponent::getWhiteboxElements()
-{
-    return m_WhiteboxElements.get();
-}
-
-void HIPGSComponent::assignWhiteboxElements(const HIPGSWhiteboxElements& value)
-{
-    m_WhiteboxElements.assign(value);
-}
-
-HIPGSWhiteboxElements* HIPGSComponent::assignWhiteboxElements(HIPGSWhiteboxElements* child)
-{
-    return m_WhiteboxElements.assign(child);
-}
-
-void HIPGSComponent::unsetWhiteboxElements()
-{
-    m_WhiteboxElements.unset();
-}
-
-const HIPGSCpus& HIPGSComponent::getCpus() const
-{
-    return m_Cpus.get();
-}
-
-HIPGSCpus& HIPGSComponent::getCpus()
-{
-    return m_Cpus.get();
-}
-
-void HIPGSComponent::assignCpus(const HIPGSCpus& value)
-{
-    m_Cpus.assign(value);
-}
-
-HIPGSCpus* HIPGSComponent::assignCpus(HIPGSCpus* child)
-{
-    return m_Cpus.assign(child);
-}
-
-void HIPGSComponent::unsetCpus()
-{
-    m_Cpus.unset();
-}
-
-const HIPGSOtherClocks& HIPGSComponent::getOtherClockDrivers() const
-{
-    return m_OtherClockDrivers.get();
-}
-
-HIPGSOtherClocks& HIPGSComponent::getOtherClockDrivers()
-{
-    return m_OtherClockDrivers.get();
-}
-
-void HIPGSComponent::assignOtherClockDrivers(const HIPGSOtherClocks& value)
-{
-    m_OtherClockDrivers.assign(value);
-}
-
-HIPGSOtherClocks* HIPGSComponent::assignOtherClockDrivers(HIPGSOtherClocks* child)
-{
-    return m_OtherClockDrivers.assign(child);
-}
-
-void HIPGSComponent::unsetOtherClockDrivers()
-{
-    m_OtherClockDrivers.unset();
-}
-
-lmx60::elmx_error HIPGSComponent::setDescription(const std::string& value)
-{
-    m_Description.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSParameters& HIPGSComponent::getParameters() const
-{
-    return m_Parameters.get();
-}
-
-HIPGSParameters& HIPGSComponent::getParameters()
-{
-    return m_Parameters.get();
-}
-
-void HIPGSComponent::assignParameters(const HIPGSParameters& value)
-{
-    m_Parameters.assign(value);
-}
-
-HIPGSParameters* HIPGSComponent::assignParameters(HIPGSParameters* child)
-{
-    return m_Parameters.assign(child);
-}
-
-void HIPGSComponent::unsetParameters()
-{
-    m_Parameters.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSComponent::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSComponent::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSComponent::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSComponent::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSComponent::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
 }
 
 }  // namespace HIPGSpirit

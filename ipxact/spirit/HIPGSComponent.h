@@ -5,29 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSComponentType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAddressSpaces;
-class HIPGSBusInterfaces;
-class HIPGSChannels;
-class HIPGSChoices;
-class HIPGSComponentGenerators;
-class HIPGSCpus;
-class HIPGSFileSets;
-class HIPGSMemoryMaps;
-class HIPGSModelType;
-class HIPGSOtherClocks;
-class HIPGSParameters;
-class HIPGSRemapStates;
-class HIPGSVendorExtensions;
-class HIPGSVersionedIdentifier;
-class HIPGSWhiteboxElements;
-
-class HIPGSComponent : public HIPGSBase {
+// The document element spirit:component. Its members and accessors are HIPGSComponentType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSComponent : public HIPGSComponentType {
 public:
-
     HIPGSComponent();
     HIPGSComponent(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSComponent(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -40,10 +25,8 @@ public:
     void swap(HIPGSComponent& other) noexcept;
     bool operator==(const HIPGSComponent& other) const;
     bool operator!=(const HIPGSComponent& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSComponent* clone() const;
+    HIPGSComponent* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -62,202 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:versionedIdentifier, 1..1
-    const HIPGSVersionedIdentifier& getVersionedIdentifier() const;
-    HIPGSVersionedIdentifier& getVersionedIdentifier();
-    void assignVersionedIdentifier(const HIPGSVersionedIdentifier& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVersionedIdentifier* assignVersionedIdentifier(HIPGSVersionedIdentifier* child);
-    bool isSetVersionedIdentifier() const { return m_VersionedIdentifier.is_set(); }
-    void unsetVersionedIdentifier();
-
-    // spirit:busInterfaces, 0..1
-    const HIPGSBusInterfaces& getBusInterfaces() const;
-    HIPGSBusInterfaces& getBusInterfaces();
-    void assignBusInterfaces(const HIPGSBusInterfaces& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSBusInterfaces* assignBusInterfaces(HIPGSBusInterfaces* child);
-    bool isSetBusInterfaces() const { return m_BusInterfaces.is_set(); }
-    void unsetBusInterfaces();
-
-    // spirit:channels, 0..1
-    const HIPGSChannels& getChannels() const;
-    HIPGSChannels& getChannels();
-    void assignChannels(const HIPGSChannels& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSChannels* assignChannels(HIPGSChannels* child);
-    bool isSetChannels() const { return m_Channels.is_set(); }
-    void unsetChannels();
-
-    // spirit:remapStates, 0..1
-    const HIPGSRemapStates& getRemapStates() const;
-    HIPGSRemapStates& getRemapStates();
-    void assignRemapStates(const HIPGSRemapStates& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSRemapStates* assignRemapStates(HIPGSRemapStates* child);
-    bool isSetRemapStates() const { return m_RemapStates.is_set(); }
-    void unsetRemapStates();
-
-    // spirit:addressSpaces, 0..1
-    const HIPGSAddressSpaces& getAddressSpaces() const;
-    HIPGSAddressSpaces& getAddressSpaces();
-    void assignAddressSpaces(const HIPGSAddressSpaces& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAddressSpaces* assignAddressSpaces(HIPGSAddressSpaces* child);
-    bool isSetAddressSpaces() const { return m_AddressSpaces.is_set(); }
-    void unsetAddressSpaces();
-
-    // spirit:memoryMaps, 0..1
-    const HIPGSMemoryMaps& getMemoryMaps() const;
-    HIPGSMemoryMaps& getMemoryMaps();
-    void assignMemoryMaps(const HIPGSMemoryMaps& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSMemoryMaps* assignMemoryMaps(HIPGSMemoryMaps* child);
-    bool isSetMemoryMaps() const { return m_MemoryMaps.is_set(); }
-    void unsetMemoryMaps();
-
-    // spirit:model, 0..1
-    const HIPGSModelType& getModel() const;
-    HIPGSModelType& getModel();
-    void assignModel(const HIPGSModelType& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSModelType* assignModel(HIPGSModelType* child);
-    bool isSetModel() const { return m_Model.is_set(); }
-    void unsetModel();
-
-    // spirit:componentGenerators, 0..1
-    const HIPGSComponentGenerators& getComponentGenerators() const;
-    HIPGSComponentGenerators& getComponentGenerators();
-    void assignComponentGenerators(const HIPGSComponentGenerators& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSComponentGenerators* assignComponentGenerators(HIPGSComponentGenerators* child);
-    bool isSetComponentGenerators() const { return m_ComponentGenerators.is_set(); }
-    void unsetComponentGenerators();
-
-    // spirit:choices, 0..1
-    const HIPGSChoices& getChoices() const;
-    HIPGSChoices& getChoices();
-    void assignChoices(const HIPGSChoices& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSChoices* assignChoices(HIPGSChoices* child);
-    bool isSetChoices() const { return m_Choices.is_set(); }
-    void unsetChoices();
-
-    // spirit:fileSets, 0..1
-    const HIPGSFileSets& getFileSets() const;
-    HIPGSFileSets& getFileSets();
-    void assignFileSets(const HIPGSFileSets& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSFileSets* assignFileSets(HIPGSFileSets* child);
-    bool isSetFileSets() const { return m_FileSets.is_set(); }
-    void unsetFileSets();
-
-    // spirit:whiteboxElements, 0..1
-    const HIPGSWhiteboxElements& getWhiteboxElements() const;
-    HIPGSWhiteboxElements& getWhiteboxElements();
-    void assignWhiteboxElements(const HIPGSWhiteboxElements& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSWhiteboxElements* assignWhiteboxElements(HIPGSWhiteboxElements* child);
-    bool isSetWhiteboxElements() const { return m_WhiteboxElements.is_set(); }
-    void unsetWhiteboxElements();
-
-    // spirit:cpus, 0..1
-    const HIPGSCpus& getCpus() const;
-    HIPGSCpus& getCpus();
-    void assignCpus(const HIPGSCpus& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSCpus* assignCpus(HIPGSCpus* child);
-    bool isSetCpus() const { return m_Cpus.is_set(); }
-    void unsetCpus();
-
-    // spirit:otherClockDrivers, 0..1
-    const HIPGSOtherClocks& getOtherClockDrivers() const;
-    HIPGSOtherClocks& getOtherClockDrivers();
-    void assignOtherClockDrivers(const HIPGSOtherClocks& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSOtherClocks* assignOtherClockDrivers(HIPGSOtherClocks* child);
-    bool isSetOtherClockDrivers() const { return m_OtherClockDrivers.is_set(); }
-    void unsetOtherClockDrivers();
-
-    // spirit:description, 0..1
-    const std::string& getDescription() const { return m_Description.get(); }
-    lmx60::elmx_error setDescription(const std::string& value);
-    bool isSetDescription() const { return m_Description.is_set(); }
-    void unsetDescription() { m_Description.unset(); }
-
-    // spirit:parameters, 0..1
-    const HIPGSParameters& getParameters() const;
-    HIPGSParameters& getParameters();
-    void assignParameters(const HIPGSParameters& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSParameters* assignParameters(HIPGSParameters* child);
-    bool isSetParameters() const { return m_Parameters.is_set(); }
-    void unsetParameters();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSVersionedIdentifier> m_VersionedIdentifier;  // group spirit:versionedIdentifier, 1..1
-    lmx60::ct_complex_single<HIPGSBusInterfaces> m_BusInterfaces;  // spirit:busInterfaces, 0..1
-    lmx60::ct_complex_single<HIPGSChannels> m_Channels;  // spirit:channels, 0..1
-    lmx60::ct_complex_single<HIPGSRemapStates> m_RemapStates;  // spirit:remapStates, 0..1
-    lmx60::ct_complex_single<HIPGSAddressSpaces> m_AddressSpaces;  // spirit:addressSpaces, 0..1
-    lmx60::ct_complex_single<HIPGSMemoryMaps> m_MemoryMaps;  // spirit:memoryMaps, 0..1
-    lmx60::ct_complex_single<HIPGSModelType> m_Model;  // spirit:model, 0..1
-    lmx60::ct_complex_single<HIPGSComponentGenerators> m_ComponentGenerators;  // spirit:componentGenerators, 0..1
-    lmx60::ct_complex_single<HIPGSChoices> m_Choices;  // spirit:choices, 0..1
-    lmx60::ct_complex_single<HIPGSFileSets> m_FileSets;  // spirit:fileSets, 0..1
-    lmx60::ct_complex_single<HIPGSWhiteboxElements> m_WhiteboxElements;  // spirit:whiteboxElements, 0..1
-    lmx60::ct_complex_single<HIPGSCpus> m_Cpus;  // spirit:cpus, 0..1
-    lmx60::ct_complex_single<HIPGSOtherClocks> m_OtherClockDrivers;  // spirit:otherClockDrivers, 0..1
-    lmx60::ct_simple_optional<std::string> m_Description;  // spirit:description, 0..1
-    lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAddressSpaces.h>
-#include <ipxact/spirit/HIPGSBusInterfaces.h>
-#include <ipxact/spirit/HIPGSChannels.h>
-#include <ipxact/spirit/HIPGSChoices.h>
-#include <ipxact/spirit/HIPGSComponentGenerators.h>
-#include <ipxact/spirit/HIPGSCpus.h>
-#include <ipxact/spirit/HIPGSFileSets.h>
-#include <ipxact/spirit/HIPGSMemoryMaps.h>
-#include <ipxact/spirit/HIPGSModelType.h>
-#include <ipxact/spirit/HIPGSOtherClocks.h>
-#include <ipxact/spirit/HIPGSParameters.h>
-#include <ipxact/spirit/HIPGSRemapStates.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
-#include <ipxact/spirit/HIPGSVersionedIdentifier.h>
-#include <ipxact/spirit/HIPGSWhiteboxElements.h>
 
 #endif

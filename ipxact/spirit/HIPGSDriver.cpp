@@ -3,71 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSDriver::elem_event_map[] = {
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSDriver::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSDriver_first_events_2[] = {334, 335, 342, 0};
-
-const MemberInfo HIPGSDriver::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSDriver::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSDriver::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 0, 1, HIPGSDriver_first_events_2, ops<&HIPGSDriver::m_InnerDriverType>(), nullptr},
-};
-
-
+// The rows are HIPGSDriverType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSDriver::s_class_info = {
     "spirit:driver", 1001, "driver", ContentKind::sequence,
     s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSDriver::HIPGSDriver()
-{
-    init();
-}
+HIPGSDriver::HIPGSDriver() = default;
 
 HIPGSDriver::HIPGSDriver(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSDriver::HIPGSDriver(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSDriver::HIPGSDriver(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSDriver::HIPGSDriver(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSDriver::HIPGSDriver(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -120,25 +93,12 @@ HIPGSDriver::~HIPGSDriver() = default;
 
 void HIPGSDriver::swap(HIPGSDriver& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_InnerDriverType.swap(other.m_InnerDriverType);
+    HIPGSDriverType::swap(other);
 }
 
 bool HIPGSDriver::operator==(const HIPGSDriver& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_InnerDriverType == other.m_InnerDriverType;
-}
-
-void HIPGSDriver::init()
-{
-}
-
-bool HIPGSDriver::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSDriverType::operator==(other);
 }
 
 HIPGSDriver* HIPGSDriver::clone() const
@@ -175,43 +135,6 @@ lmx60::elmx_error HIPGSDriver::unmarshal(lmx60::c_xml_reader& reader, const std:
 lmx60::elmx_error HIPGSDriver::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSDriver::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSDriver::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSInnerDriverType& HIPGSDriver::getInnerDriverType() const
-{
-    return m_InnerDriverType.get();
-}
-
-HIPGSInnerDriverType& HIPGSDriver::getInnerDriverType()
-{
-    return m_InnerDriverType.get();
-}
-
-void HIPGSDriver::assignInnerDriverType(const HIPGSInnerDriverType& value)
-{
-    m_InnerDriverType.assign(value);
-}
-
-HIPGSInnerDriverType* HIPGSDriver::assignInnerDriverType(HIPGSInnerDriverType* child)
-{
-    return m_InnerDriverType.assign(child);
-}
-
-void HIPGSDriver::unsetInnerDriverType()
-{
-    m_InnerDriverType.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -5,15 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSDriverType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSInnerDriverType;
-
-class HIPGSDriver : public HIPGSBase {
+// The document element spirit:driver. Its members and accessors are HIPGSDriverType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSDriver : public HIPGSDriverType {
 public:
-
     HIPGSDriver();
     HIPGSDriver(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSDriver(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -26,10 +25,8 @@ public:
     void swap(HIPGSDriver& other) noexcept;
     bool operator==(const HIPGSDriver& other) const;
     bool operator!=(const HIPGSDriver& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSDriver* clone() const;
+    HIPGSDriver* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -48,41 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // choice, 0..1
-    const HIPGSInnerDriverType& getInnerDriverType() const;
-    HIPGSInnerDriverType& getInnerDriverType();
-    void assignInnerDriverType(const HIPGSInnerDriverType& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSInnerDriverType* assignInnerDriverType(HIPGSInnerDriverType* child);
-    bool isSetInnerDriverType() const { return m_InnerDriverType.is_set(); }
-    void unsetInnerDriverType();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSInnerDriverType> m_InnerDriverType;  // choice, 0..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSInnerDriverType.h>
 
 #endif

@@ -3,84 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSFileSet::elem_event_map[] = {
-    {1001, "group", 5, 390},
-    {1001, "file", 4, 371},
-    {1001, "defaultFileBuilder", 18, 373},
-    {1001, "dependency", 10, 386},
-    {1001, "function", 8, 403},
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSFileSet::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSFileSet_first_events_2[] = {492, 0};
-
-const MemberInfo HIPGSFileSet::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSFileSet::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSFileSet::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSFileSet_first_events_2, ops<&HIPGSFileSet::m_NameGroup>(), nullptr},
-    {MemberKind::element, 1001, "group", "spirit:group", 390, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Group>(), &lmx60::validation_spec_collapse},
-    {MemberKind::element, 1001, "file", "spirit:file", 371, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_File>(), nullptr},
-    {MemberKind::element, 1001, "defaultFileBuilder", "spirit:defaultFileBuilder", 373, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_DefaultFileBuilder>(), nullptr},
-    {MemberKind::element, 1001, "dependency", "spirit:dependency", 386, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Dependency>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "function", "spirit:function", 403, 0, kUnbounded, nullptr, ops<&HIPGSFileSet::m_Function>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSFileSet::m_VendorExtensions>(), nullptr},
-    {MemberKind::vendor_slot, 1000, "subCoreRef", "vorlix:subCoreRef", 0, 0, 1, nullptr, ops<&HIPGSFileSet::m_SubCoreRef>(), nullptr},
-};
-
-
+// The rows are HIPGSFileSetType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSFileSet::s_class_info = {
     "spirit:fileSet", 1001, "fileSet", ContentKind::sequence,
     s_members, 10, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSFileSet::HIPGSFileSet()
-{
-    init();
-}
+HIPGSFileSet::HIPGSFileSet() = default;
 
 HIPGSFileSet::HIPGSFileSet(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSFileSet::HIPGSFileSet(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSFileSet::HIPGSFileSet(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSFileSet::HIPGSFileSet(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSFileSet::HIPGSFileSet(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -133,39 +93,12 @@ HIPGSFileSet::~HIPGSFileSet() = default;
 
 void HIPGSFileSet::swap(HIPGSFileSet& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroup.swap(other.m_NameGroup);
-    m_Group.swap(other.m_Group);
-    m_File.swap(other.m_File);
-    m_DefaultFileBuilder.swap(other.m_DefaultFileBuilder);
-    m_Dependency.swap(other.m_Dependency);
-    m_Function.swap(other.m_Function);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_SubCoreRef.swap(other.m_SubCoreRef);
+    HIPGSFileSetType::swap(other);
 }
 
 bool HIPGSFileSet::operator==(const HIPGSFileSet& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
-        && m_Group == other.m_Group
-        && m_File == other.m_File
-        && m_DefaultFileBuilder == other.m_DefaultFileBuilder
-        && m_Dependency == other.m_Dependency
-        && m_Function == other.m_Function
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_SubCoreRef == other.m_SubCoreRef;
-}
-
-void HIPGSFileSet::init()
-{
-}
-
-bool HIPGSFileSet::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSFileSetType::operator==(other);
 }
 
 HIPGSFileSet* HIPGSFileSet::clone() const
@@ -202,294 +135,6 @@ lmx60::elmx_error HIPGSFileSet::unmarshal(lmx60::c_xml_reader& reader, const std
 lmx60::elmx_error HIPGSFileSet::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSFileSet::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSFileSet::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroup& HIPGSFileSet::getNameGroup() const
-{
-    return m_NameGroup.get();
-}
-
-HIPGSNameGroup& HIPGSFileSet::getNameGroup()
-{
-    return m_NameGroup.get();
-}
-
-void HIPGSFileSet::assignNameGroup(const HIPGSNameGroup& value)
-{
-    m_NameGroup.assign(value);
-}
-
-HIPGSNameGroup* HIPGSFileSet::assignNameGroup(HIPGSNameGroup* child)
-{
-    return m_NameGroup.assign(child);
-}
-
-void HIPGSFileSet::unsetNameGroup()
-{
-    m_NameGroup.unset();
-}
-
-lmx60::elmx_error HIPGSFileSet::appendGroup(const std::string& value)
-{
-    m_Group.append(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSFileSet::insertGroup(size_t index, const std::string& value)
-{
-    m_Group.insert(index, value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSFileSet::setGroup(size_t index, const std::string& value)
-{
-    m_Group.get(index) = value;
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSFile& HIPGSFileSet::getFile(size_t index) const
-{
-    return m_File.get(index);
-}
-
-HIPGSFile& HIPGSFileSet::getFile(size_t index)
-{
-    return m_File.get(index);
-}
-
-HIPGSFile& HIPGSFileSet::appendFile()
-{
-    return m_File.append();
-}
-
-HIPGSFile& HIPGSFileSet::appendFile(HIPGSFile* item)
-{
-    return m_File.append(item);
-}
-
-HIPGSFile& HIPGSFileSet::insertFile(size_t index)
-{
-    return m_File.insert(index);
-}
-
-HIPGSFile& HIPGSFileSet::insertFile(size_t index, HIPGSFile* item)
-{
-    return m_File.insert(index, item);
-}
-
-void HIPGSFileSet::assignFile(size_t index, const HIPGSFile& value)
-{
-    m_File.assign(index, value);
-}
-
-HIPGSFile& HIPGSFileSet::assignFile(size_t index, HIPGSFile* item)
-{
-    return m_File.assign(index, item);
-}
-
-HIPGSFile& HIPGSFileSet::backFile()
-{
-    return m_File.back();
-}
-
-void HIPGSFileSet::deleteFile(size_t index)
-{
-    m_File.erase(index);
-}
-
-void HIPGSFileSet::clearFile()
-{
-    m_File.clear();
-}
-
-const HIPGSFileBuilderType& HIPGSFileSet::getDefaultFileBuilder(size_t index) const
-{
-    return m_DefaultFileBuilder.get(index);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::getDefaultFileBuilder(size_t index)
-{
-    return m_DefaultFileBuilder.get(index);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::appendDefaultFileBuilder()
-{
-    return m_DefaultFileBuilder.append();
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::appendDefaultFileBuilder(HIPGSFileBuilderType* item)
-{
-    return m_DefaultFileBuilder.append(item);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::insertDefaultFileBuilder(size_t index)
-{
-    return m_DefaultFileBuilder.insert(index);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::insertDefaultFileBuilder(size_t index, HIPGSFileBuilderType* item)
-{
-    return m_DefaultFileBuilder.insert(index, item);
-}
-
-void HIPGSFileSet::assignDefaultFileBuilder(size_t index, const HIPGSFileBuilderType& value)
-{
-    m_DefaultFileBuilder.assign(index, value);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::assignDefaultFileBuilder(size_t index, HIPGSFileBuilderType* item)
-{
-    return m_DefaultFileBuilder.assign(index, item);
-}
-
-HIPGSFileBuilderType& HIPGSFileSet::backDefaultFileBuilder()
-{
-    return m_DefaultFileBuilder.back();
-}
-
-void HIPGSFileSet::deleteDefaultFileBuilder(size_t index)
-{
-    m_DefaultFileBuilder.erase(index);
-}
-
-void HIPGSFileSet::clearDefaultFileBuilder()
-{
-    m_DefaultFileBuilder.clear();
-}
-
-lmx60::elmx_error HIPGSFileSet::appendDependency(const std::string& value)
-{
-    m_Dependency.append(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSFileSet::insertDependency(size_t index, const std::string& value)
-{
-    m_Dependency.insert(index, value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSFileSet::setDependency(size_t index, const std::string& value)
-{
-    m_Dependency.get(index) = value;
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSFunction& HIPGSFileSet::getFunction(size_t index) const
-{
-    return m_Function.get(index);
-}
-
-HIPGSFunction& HIPGSFileSet::getFunction(size_t index)
-{
-    return m_Function.get(index);
-}
-
-HIPGSFunction& HIPGSFileSet::appendFunction()
-{
-    return m_Function.append();
-}
-
-HIPGSFunction& HIPGSFileSet::appendFunction(HIPGSFunction* item)
-{
-    return m_Function.append(item);
-}
-
-HIPGSFunction& HIPGSFileSet::insertFunction(size_t index)
-{
-    return m_Function.insert(index);
-}
-
-HIPGSFunction& HIPGSFileSet::insertFunction(size_t index, HIPGSFunction* item)
-{
-    return m_Function.insert(index, item);
-}
-
-void HIPGSFileSet::assignFunction(size_t index, const HIPGSFunction& value)
-{
-    m_Function.assign(index, value);
-}
-
-HIPGSFunction& HIPGSFileSet::assignFunction(size_t index, HIPGSFunction* item)
-{
-    return m_Function.assign(index, item);
-}
-
-HIPGSFunction& HIPGSFileSet::backFunction()
-{
-    return m_Function.back();
-}
-
-void HIPGSFileSet::deleteFunction(size_t index)
-{
-    m_Function.erase(index);
-}
-
-void HIPGSFileSet::clearFunction()
-{
-    m_Function.clear();
-}
-
-const HIPGSVendorExtensions& HIPGSFileSet::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSFileSet::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSFileSet::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSFileSet::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSFileSet::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-const HIPGSSubCoreRefType& HIPGSFileSet::getSubCoreRef() const
-{
-    return m_SubCoreRef.get();
-}
-
-HIPGSSubCoreRefType& HIPGSFileSet::getSubCoreRef()
-{
-    return m_SubCoreRef.get();
-}
-
-void HIPGSFileSet::assignSubCoreRef(const HIPGSSubCoreRefType& value)
-{
-    m_SubCoreRef.assign(value);
-}
-
-HIPGSSubCoreRefType* HIPGSFileSet::assignSubCoreRef(HIPGSSubCoreRefType* child)
-{
-    return m_SubCoreRef.assign(child);
-}
-
-void HIPGSFileSet::unsetSubCoreRef()
-{
-    m_SubCoreRef.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -5,20 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSFileSetType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSFile;
-class HIPGSFileBuilderType;
-class HIPGSFunction;
-class HIPGSNameGroup;
-class HIPGSSubCoreRefType;
-class HIPGSVendorExtensions;
-
-class HIPGSFileSet : public HIPGSBase {
+// The document element spirit:fileSet. Its members and accessors are HIPGSFileSetType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSFileSet : public HIPGSFileSetType {
 public:
-
     HIPGSFileSet();
     HIPGSFileSet(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSFileSet(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -31,10 +25,8 @@ public:
     void swap(HIPGSFileSet& other) noexcept;
     bool operator==(const HIPGSFileSet& other) const;
     bool operator!=(const HIPGSFileSet& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSFileSet* clone() const;
+    HIPGSFileSet* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -53,131 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroup, 1..1
-    const HIPGSNameGroup& getNameGroup() const;
-    HIPGSNameGroup& getNameGroup();
-    void assignNameGroup(const HIPGSNameGroup& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroup* assignNameGroup(HIPGSNameGroup* child);
-    bool isSetNameGroup() const { return m_NameGroup.is_set(); }
-    void unsetNameGroup();
-
-    // spirit:group, 0..unbounded
-    size_t sizeGroup() const { return m_Group.size(); }
-    const std::string& getGroup(size_t index) const { return m_Group.get(index); }
-    lmx60::elmx_error appendGroup(const std::string& value);
-    lmx60::elmx_error insertGroup(size_t index, const std::string& value);
-    lmx60::elmx_error setGroup(size_t index, const std::string& value);
-    void deleteGroup(size_t index) { m_Group.erase(index); }
-    void clearGroup() { m_Group.clear(); }
-
-    // spirit:file, 0..unbounded
-    size_t sizeFile() const { return m_File.size(); }
-    const HIPGSFile& getFile(size_t index) const;
-    HIPGSFile& getFile(size_t index);
-    HIPGSFile& appendFile();
-    HIPGSFile& appendFile(HIPGSFile* item);
-    HIPGSFile& insertFile(size_t index);
-    HIPGSFile& insertFile(size_t index, HIPGSFile* item);
-    void assignFile(size_t index, const HIPGSFile& value);
-    HIPGSFile& assignFile(size_t index, HIPGSFile* item);
-    HIPGSFile& backFile();
-    void deleteFile(size_t index);
-    void clearFile();
-
-    // spirit:defaultFileBuilder, 0..unbounded
-    size_t sizeDefaultFileBuilder() const { return m_DefaultFileBuilder.size(); }
-    const HIPGSFileBuilderType& getDefaultFileBuilder(size_t index) const;
-    HIPGSFileBuilderType& getDefaultFileBuilder(size_t index);
-    HIPGSFileBuilderType& appendDefaultFileBuilder();
-    HIPGSFileBuilderType& appendDefaultFileBuilder(HIPGSFileBuilderType* item);
-    HIPGSFileBuilderType& insertDefaultFileBuilder(size_t index);
-    HIPGSFileBuilderType& insertDefaultFileBuilder(size_t index, HIPGSFileBuilderType* item);
-    void assignDefaultFileBuilder(size_t index, const HIPGSFileBuilderType& value);
-    HIPGSFileBuilderType& assignDefaultFileBuilder(size_t index, HIPGSFileBuilderType* item);
-    HIPGSFileBuilderType& backDefaultFileBuilder();
-    void deleteDefaultFileBuilder(size_t index);
-    void clearDefaultFileBuilder();
-
-    // spirit:dependency, 0..unbounded
-    size_t sizeDependency() const { return m_Dependency.size(); }
-    const std::string& getDependency(size_t index) const { return m_Dependency.get(index); }
-    lmx60::elmx_error appendDependency(const std::string& value);
-    lmx60::elmx_error insertDependency(size_t index, const std::string& value);
-    lmx60::elmx_error setDependency(size_t index, const std::string& value);
-    void deleteDependency(size_t index) { m_Dependency.erase(index); }
-    void clearDependency() { m_Dependency.clear(); }
-
-    // spirit:function, 0..unbounded
-    size_t sizeFunction() const { return m_Function.size(); }
-    const HIPGSFunction& getFunction(size_t index) const;
-    HIPGSFunction& getFunction(size_t index);
-    HIPGSFunction& appendFunction();
-    HIPGSFunction& appendFunction(HIPGSFunction* item);
-    HIPGSFunction& insertFunction(size_t index);
-    HIPGSFunction& insertFunction(size_t index, HIPGSFunction* item);
-    void assignFunction(size_t index, const HIPGSFunction& value);
-    HIPGSFunction& assignFunction(size_t index, HIPGSFunction* item);
-    HIPGSFunction& backFunction();
-    void deleteFunction(size_t index);
-    void clearFunction();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
-    const HIPGSSubCoreRefType& getSubCoreRef() const;
-    HIPGSSubCoreRefType& getSubCoreRef();
-    void assignSubCoreRef(const HIPGSSubCoreRefType& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSSubCoreRefType* assignSubCoreRef(HIPGSSubCoreRefType* child);
-    bool isSetSubCoreRef() const { return m_SubCoreRef.is_set(); }
-    void unsetSubCoreRef();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
-    lmx60::ct_simple_multi<std::string> m_Group;  // spirit:group, 0..unbounded
-    lmx60::ct_complex_multi<HIPGSFile> m_File;  // spirit:file, 0..unbounded
-    lmx60::ct_complex_multi<HIPGSFileBuilderType> m_DefaultFileBuilder;  // spirit:defaultFileBuilder, 0..unbounded
-    lmx60::ct_simple_multi<std::string> m_Dependency;  // spirit:dependency, 0..unbounded
-    lmx60::ct_complex_multi<HIPGSFunction> m_Function;  // spirit:function, 0..unbounded
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_complex_single<HIPGSSubCoreRefType> m_SubCoreRef;  // vorlix:subCoreRef, 0..1, typed slot inside spirit:vendorExtensions
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSFile.h>
-#include <ipxact/spirit/HIPGSFileBuilderType.h>
-#include <ipxact/spirit/HIPGSFunction.h>
-#include <ipxact/spirit/HIPGSNameGroup.h>
-#include <ipxact/spirit/HIPGSSubCoreRefType.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -3,71 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSMemoryMapRef::elem_event_map[] = {
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSMemoryMapRef::attr_event_map[] = {
-    {1001, "memoryMapRef", 12, 470},
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-
-const MemberInfo HIPGSMemoryMapRef::s_members[] = {
-    {MemberKind::attribute, 1001, "memoryMapRef", "spirit:memoryMapRef", 470, 1, 1, nullptr, ops<&HIPGSMemoryMapRef::m_MemoryMapRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSMemoryMapRef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSMemoryMapRef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-};
-
-
+// The rows are HIPGSMemoryMapRefType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSMemoryMapRef::s_class_info = {
     "spirit:memoryMapRef", 1001, "memoryMapRef", ContentKind::empty,
     s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSMemoryMapRef::HIPGSMemoryMapRef()
-{
-    init();
-}
+HIPGSMemoryMapRef::HIPGSMemoryMapRef() = default;
 
 HIPGSMemoryMapRef::HIPGSMemoryMapRef(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSMemoryMapRef::HIPGSMemoryMapRef(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSMemoryMapRef::HIPGSMemoryMapRef(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSMemoryMapRef::HIPGSMemoryMapRef(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSMemoryMapRef::HIPGSMemoryMapRef(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -120,25 +93,12 @@ HIPGSMemoryMapRef::~HIPGSMemoryMapRef() = default;
 
 void HIPGSMemoryMapRef::swap(HIPGSMemoryMapRef& other) noexcept
 {
-    m_MemoryMapRefAttr.swap(other.m_MemoryMapRefAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
+    HIPGSMemoryMapRefType::swap(other);
 }
 
 bool HIPGSMemoryMapRef::operator==(const HIPGSMemoryMapRef& other) const
 {
-    return m_MemoryMapRefAttr == other.m_MemoryMapRefAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
-}
-
-void HIPGSMemoryMapRef::init()
-{
-}
-
-bool HIPGSMemoryMapRef::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSMemoryMapRefType::operator==(other);
 }
 
 HIPGSMemoryMapRef* HIPGSMemoryMapRef::clone() const
@@ -175,24 +135,6 @@ lmx60::elmx_error HIPGSMemoryMapRef::unmarshal(lmx60::c_xml_reader& reader, cons
 lmx60::elmx_error HIPGSMemoryMapRef::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSMemoryMapRef::setMemoryMapRefAttr(const std::string& value)
-{
-    m_MemoryMapRefAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSMemoryMapRef::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSMemoryMapRef::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
 }
 
 }  // namespace HIPGSpirit

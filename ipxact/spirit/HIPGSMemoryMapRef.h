@@ -5,14 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSMemoryMapRefType.h>
 
 namespace HIPGSpirit {
 
-
-class HIPGSMemoryMapRef : public HIPGSBase {
+// The document element spirit:memoryMapRef. Its members and accessors are HIPGSMemoryMapRefType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSMemoryMapRef : public HIPGSMemoryMapRefType {
 public:
-
     HIPGSMemoryMapRef();
     HIPGSMemoryMapRef(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSMemoryMapRef(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -25,10 +25,8 @@ public:
     void swap(HIPGSMemoryMapRef& other) noexcept;
     bool operator==(const HIPGSMemoryMapRef& other) const;
     bool operator!=(const HIPGSMemoryMapRef& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSMemoryMapRef* clone() const;
+    HIPGSMemoryMapRef* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -47,35 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @spirit:memoryMapRef, required
-    const std::string& getMemoryMapRefAttr() const { return m_MemoryMapRefAttr.get(); }
-    lmx60::elmx_error setMemoryMapRefAttr(const std::string& value);
-
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_single<std::string> m_MemoryMapRefAttr;  // @spirit:memoryMapRef, required
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
 
 #endif

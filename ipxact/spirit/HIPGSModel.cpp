@@ -3,75 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSModel::elem_event_map[] = {
-    {1001, "views", 5, 588},
-    {1001, "ports", 5, 533},
-    {1001, "modelParameters", 15, 484},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSModel::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-
-const MemberInfo HIPGSModel::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSModel::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSModel::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::element, 1001, "views", "spirit:views", 588, 0, 1, nullptr, ops<&HIPGSModel::m_Views>(), nullptr},
-    {MemberKind::element, 1001, "ports", "spirit:ports", 533, 0, 1, nullptr, ops<&HIPGSModel::m_Ports>(), nullptr},
-    {MemberKind::element, 1001, "modelParameters", "spirit:modelParameters", 484, 0, 1, nullptr, ops<&HIPGSModel::m_ModelParameters>(), nullptr},
-};
-
-
+// The rows are HIPGSModelType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSModel::s_class_info = {
     "spirit:model", 1001, "model", ContentKind::sequence,
     s_members, 5, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSModel::HIPGSModel()
-{
-    init();
-}
+HIPGSModel::HIPGSModel() = default;
 
 HIPGSModel::HIPGSModel(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSModel::HIPGSModel(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSModel::HIPGSModel(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSModel::HIPGSModel(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSModel::HIPGSModel(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -124,29 +93,12 @@ HIPGSModel::~HIPGSModel() = default;
 
 void HIPGSModel::swap(HIPGSModel& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_Views.swap(other.m_Views);
-    m_Ports.swap(other.m_Ports);
-    m_ModelParameters.swap(other.m_ModelParameters);
+    HIPGSModelType::swap(other);
 }
 
 bool HIPGSModel::operator==(const HIPGSModel& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_Views == other.m_Views
-        && m_Ports == other.m_Ports
-        && m_ModelParameters == other.m_ModelParameters;
-}
-
-void HIPGSModel::init()
-{
-}
-
-bool HIPGSModel::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSModelType::operator==(other);
 }
 
 HIPGSModel* HIPGSModel::clone() const
@@ -183,93 +135,6 @@ lmx60::elmx_error HIPGSModel::unmarshal(lmx60::c_xml_reader& reader, const std::
 lmx60::elmx_error HIPGSModel::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSModel::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSModel::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSViews& HIPGSModel::getViews() const
-{
-    return m_Views.get();
-}
-
-HIPGSViews& HIPGSModel::getViews()
-{
-    return m_Views.get();
-}
-
-void HIPGSModel::assignViews(const HIPGSViews& value)
-{
-    m_Views.assign(value);
-}
-
-HIPGSViews* HIPGSModel::assignViews(HIPGSViews* child)
-{
-    return m_Views.assign(child);
-}
-
-void HIPGSModel::unsetViews()
-{
-    m_Views.unset();
-}
-
-const HIPGSPorts& HIPGSModel::getPorts() const
-{
-    return m_Ports.get();
-}
-
-HIPGSPorts& HIPGSModel::getPorts()
-{
-    return m_Ports.get();
-}
-
-void HIPGSModel::assignPorts(const HIPGSPorts& value)
-{
-    m_Ports.assign(value);
-}
-
-HIPGSPorts* HIPGSModel::assignPorts(HIPGSPorts* child)
-{
-    return m_Ports.assign(child);
-}
-
-void HIPGSModel::unsetPorts()
-{
-    m_Ports.unset();
-}
-
-const HIPGSModelParameters& HIPGSModel::getModelParameters() const
-{
-    return m_ModelParameters.get();
-}
-
-HIPGSModelParameters& HIPGSModel::getModelParameters()
-{
-    return m_ModelParameters.get();
-}
-
-void HIPGSModel::assignModelParameters(const HIPGSModelParameters& value)
-{
-    m_ModelParameters.assign(value);
-}
-
-HIPGSModelParameters* HIPGSModel::assignModelParameters(HIPGSModelParameters* child)
-{
-    return m_ModelParameters.assign(child);
-}
-
-void HIPGSModel::unsetModelParameters()
-{
-    m_ModelParameters.unset();
 }
 
 }  // namespace HIPGSpirit

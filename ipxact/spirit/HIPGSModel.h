@@ -5,17 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSModelType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSModelParameters;
-class HIPGSPorts;
-class HIPGSViews;
-
-class HIPGSModel : public HIPGSBase {
+// The document element spirit:model. Its members and accessors are HIPGSModelType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSModel : public HIPGSModelType {
 public:
-
     HIPGSModel();
     HIPGSModel(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSModel(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -28,10 +25,8 @@ public:
     void swap(HIPGSModel& other) noexcept;
     bool operator==(const HIPGSModel& other) const;
     bool operator!=(const HIPGSModel& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSModel* clone() const;
+    HIPGSModel* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -50,63 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // spirit:views, 0..1
-    const HIPGSViews& getViews() const;
-    HIPGSViews& getViews();
-    void assignViews(const HIPGSViews& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSViews* assignViews(HIPGSViews* child);
-    bool isSetViews() const { return m_Views.is_set(); }
-    void unsetViews();
-
-    // spirit:ports, 0..1
-    const HIPGSPorts& getPorts() const;
-    HIPGSPorts& getPorts();
-    void assignPorts(const HIPGSPorts& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSPorts* assignPorts(HIPGSPorts* child);
-    bool isSetPorts() const { return m_Ports.is_set(); }
-    void unsetPorts();
-
-    // spirit:modelParameters, 0..1
-    const HIPGSModelParameters& getModelParameters() const;
-    HIPGSModelParameters& getModelParameters();
-    void assignModelParameters(const HIPGSModelParameters& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSModelParameters* assignModelParameters(HIPGSModelParameters* child);
-    bool isSetModelParameters() const { return m_ModelParameters.is_set(); }
-    void unsetModelParameters();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSViews> m_Views;  // spirit:views, 0..1
-    lmx60::ct_complex_single<HIPGSPorts> m_Ports;  // spirit:ports, 0..1
-    lmx60::ct_complex_single<HIPGSModelParameters> m_ModelParameters;  // spirit:modelParameters, 0..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSModelParameters.h>
-#include <ipxact/spirit/HIPGSPorts.h>
-#include <ipxact/spirit/HIPGSViews.h>
 
 #endif

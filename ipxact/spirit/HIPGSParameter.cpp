@@ -3,77 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSParameter::elem_event_map[] = {
-    {1001, "value", 5, 576},
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSParameter::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSParameter_first_events_2[] = {492, 0};
-
-const MemberInfo HIPGSParameter::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSParameter::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSParameter::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupString", 0, 1, 1, HIPGSParameter_first_events_2, ops<&HIPGSParameter::m_NameGroupString>(), nullptr},
-    {MemberKind::element, 1001, "value", "spirit:value", 576, 1, 1, nullptr, ops<&HIPGSParameter::m_Value>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSParameter::m_VendorExtensions>(), nullptr},
-    {MemberKind::vendor_slot, 1000, "parameterInfo", "vorlix:parameterInfo", 0, 0, 1, nullptr, ops<&HIPGSParameter::m_ParameterInfo>(), nullptr},
-    {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSParameter::m_any_attribute>(), nullptr},
-};
-
-
+// The rows are HIPGSNameValuePairType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSParameter::s_class_info = {
     "spirit:parameter", 1001, "parameter", ContentKind::sequence,
     s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSParameter::HIPGSParameter()
-{
-    init();
-}
+HIPGSParameter::HIPGSParameter() = default;
 
 HIPGSParameter::HIPGSParameter(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSParameter::HIPGSParameter(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSParameter::HIPGSParameter(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSParameter::HIPGSParameter(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSParameter::HIPGSParameter(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -126,33 +93,12 @@ HIPGSParameter::~HIPGSParameter() = default;
 
 void HIPGSParameter::swap(HIPGSParameter& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroupString.swap(other.m_NameGroupString);
-    m_Value.swap(other.m_Value);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_ParameterInfo.swap(other.m_ParameterInfo);
-    m_any_attribute.swap(other.m_any_attribute);
+    HIPGSNameValuePairType::swap(other);
 }
 
 bool HIPGSParameter::operator==(const HIPGSParameter& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroupString == other.m_NameGroupString
-        && m_Value == other.m_Value
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_ParameterInfo == other.m_ParameterInfo
-        && m_any_attribute == other.m_any_attribute;
-}
-
-void HIPGSParameter::init()
-{
-}
-
-bool HIPGSParameter::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSNameValuePairType::operator==(other);
 }
 
 HIPGSParameter* HIPGSParameter::clone() const
@@ -189,118 +135,6 @@ lmx60::elmx_error HIPGSParameter::unmarshal(lmx60::c_xml_reader& reader, const s
 lmx60::elmx_error HIPGSParameter::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSParameter::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSParameter::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroupString& HIPGSParameter::getNameGroupString() const
-{
-    return m_NameGroupString.get();
-}
-
-HIPGSNameGroupString& HIPGSParameter::getNameGroupString()
-{
-    return m_NameGroupString.get();
-}
-
-void HIPGSParameter::assignNameGroupString(const HIPGSNameGroupString& value)
-{
-    m_NameGroupString.assign(value);
-}
-
-HIPGSNameGroupString* HIPGSParameter::assignNameGroupString(HIPGSNameGroupString* child)
-{
-    return m_NameGroupString.assign(child);
-}
-
-void HIPGSParameter::unsetNameGroupString()
-{
-    m_NameGroupString.unset();
-}
-
-const HIPGSValue& HIPGSParameter::getValue() const
-{
-    return m_Value.get();
-}
-
-HIPGSValue& HIPGSParameter::getValue()
-{
-    return m_Value.get();
-}
-
-void HIPGSParameter::assignValue(const HIPGSValue& value)
-{
-    m_Value.assign(value);
-}
-
-HIPGSValue* HIPGSParameter::assignValue(HIPGSValue* child)
-{
-    return m_Value.assign(child);
-}
-
-void HIPGSParameter::unsetValue()
-{
-    m_Value.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSParameter::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSParameter::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSParameter::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSParameter::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSParameter::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-const HIPGSParameterInfo& HIPGSParameter::getParameterInfo() const
-{
-    return m_ParameterInfo.get();
-}
-
-HIPGSParameterInfo& HIPGSParameter::getParameterInfo()
-{
-    return m_ParameterInfo.get();
-}
-
-void HIPGSParameter::assignParameterInfo(const HIPGSParameterInfo& value)
-{
-    m_ParameterInfo.assign(value);
-}
-
-HIPGSParameterInfo* HIPGSParameter::assignParameterInfo(HIPGSParameterInfo* child)
-{
-    return m_ParameterInfo.assign(child);
-}
-
-void HIPGSParameter::unsetParameterInfo()
-{
-    m_ParameterInfo.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -5,18 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSNameValuePairType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSNameGroupString;
-class HIPGSParameterInfo;
-class HIPGSValue;
-class HIPGSVendorExtensions;
-
-class HIPGSParameter : public HIPGSBase {
+// The document element spirit:parameter. Its members and accessors are HIPGSNameValuePairType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSParameter : public HIPGSNameValuePairType {
 public:
-
     HIPGSParameter();
     HIPGSParameter(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSParameter(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -29,10 +25,8 @@ public:
     void swap(HIPGSParameter& other) noexcept;
     bool operator==(const HIPGSParameter& other) const;
     bool operator!=(const HIPGSParameter& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSParameter* clone() const;
+    HIPGSParameter* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -51,84 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroupString, 1..1
-    const HIPGSNameGroupString& getNameGroupString() const;
-    HIPGSNameGroupString& getNameGroupString();
-    void assignNameGroupString(const HIPGSNameGroupString& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroupString* assignNameGroupString(HIPGSNameGroupString* child);
-    bool isSetNameGroupString() const { return m_NameGroupString.is_set(); }
-    void unsetNameGroupString();
-
-    // spirit:value, 1..1
-    const HIPGSValue& getValue() const;
-    HIPGSValue& getValue();
-    void assignValue(const HIPGSValue& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSValue* assignValue(HIPGSValue* child);
-    bool isSetValue() const { return m_Value.is_set(); }
-    void unsetValue();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
-    const HIPGSParameterInfo& getParameterInfo() const;
-    HIPGSParameterInfo& getParameterInfo();
-    void assignParameterInfo(const HIPGSParameterInfo& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSParameterInfo* assignParameterInfo(HIPGSParameterInfo* child);
-    bool isSetParameterInfo() const { return m_ParameterInfo.is_set(); }
-    void unsetParameterInfo();
-
-    // attributes of other namespaces
-    size_t sizeany_attribute() const { return m_any_attribute.size(); }
-    const lmx60::c_any_attribute& getany_attribute(size_t index) const { return m_any_attribute.get(index); }
-    lmx60::c_any_attribute& getany_attribute(size_t index) { return m_any_attribute.get(index); }
-    void appendany_attribute(const lmx60::c_any_attribute& item) { m_any_attribute.append(item); }
-    void insertany_attribute(size_t index, const lmx60::c_any_attribute& item) { m_any_attribute.insert(index, item); }
-    void deleteany_attribute(size_t index) { m_any_attribute.erase(index); }
-    void clearany_attribute() { m_any_attribute.clear(); }
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroupString> m_NameGroupString;  // group spirit:nameGroupString, 1..1
-    lmx60::ct_complex_single<HIPGSValue> m_Value;  // spirit:value, 1..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_complex_single<HIPGSParameterInfo> m_ParameterInfo;  // vorlix:parameterInfo, 0..1, typed slot inside spirit:vendorExtensions
-    lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSNameGroupString.h>
-#include <ipxact/spirit/HIPGSParameterInfo.h>
-#include <ipxact/spirit/HIPGSValue.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

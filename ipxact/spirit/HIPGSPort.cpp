@@ -3,78 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSPort::elem_event_map[] = {
-    {1001, "vendorExtensions", 16, 306},
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSPort::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSPort_first_events_2[] = {492, 0};
-static const int32_t HIPGSPort_first_events_3[] = {330, 359, 0};
-static const int32_t HIPGSPort_first_events_4[] = {365, 0};
-
-const MemberInfo HIPGSPort::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSPort::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSPort::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::group, 1001, nullptr, "spirit:nameGroupPort", 0, 1, 1, HIPGSPort_first_events_2, ops<&HIPGSPort::m_NameGroupPort>(), nullptr},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSPort_first_events_3, ops<&HIPGSPort::m_AnonWire>(), nullptr},
-    {MemberKind::sequence, 0, nullptr, nullptr, 0, 0, 1, HIPGSPort_first_events_4, ops<&HIPGSPort::m_AnonAccess>(), nullptr},
-    {MemberKind::element, 1001, "vendorExtensions", "spirit:vendorExtensions", 306, 0, 1, nullptr, ops<&HIPGSPort::m_VendorExtensions>(), nullptr},
-    {MemberKind::vendor_slot, 1000, "portInfo", "vorlix:portInfo", 0, 0, 1, nullptr, ops<&HIPGSPort::m_PortInfo>(), nullptr},
-};
-
-
+// The rows are HIPGSPortType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSPort::s_class_info = {
     "spirit:port", 1001, "port", ContentKind::sequence,
     s_members, 7, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSPort::HIPGSPort()
-{
-    init();
-}
+HIPGSPort::HIPGSPort() = default;
 
 HIPGSPort::HIPGSPort(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSPort::HIPGSPort(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSPort::HIPGSPort(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSPort::HIPGSPort(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSPort::HIPGSPort(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -127,33 +93,12 @@ HIPGSPort::~HIPGSPort() = default;
 
 void HIPGSPort::swap(HIPGSPort& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_NameGroupPort.swap(other.m_NameGroupPort);
-    m_AnonWire.swap(other.m_AnonWire);
-    m_AnonAccess.swap(other.m_AnonAccess);
-    m_VendorExtensions.swap(other.m_VendorExtensions);
-    m_PortInfo.swap(other.m_PortInfo);
+    HIPGSPortType::swap(other);
 }
 
 bool HIPGSPort::operator==(const HIPGSPort& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroupPort == other.m_NameGroupPort
-        && m_AnonWire == other.m_AnonWire
-        && m_AnonAccess == other.m_AnonAccess
-        && m_VendorExtensions == other.m_VendorExtensions
-        && m_PortInfo == other.m_PortInfo;
-}
-
-void HIPGSPort::init()
-{
-}
-
-bool HIPGSPort::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSPortType::operator==(other);
 }
 
 HIPGSPort* HIPGSPort::clone() const
@@ -190,143 +135,6 @@ lmx60::elmx_error HIPGSPort::unmarshal(lmx60::c_xml_reader& reader, const std::s
 lmx60::elmx_error HIPGSPort::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSPort::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSPort::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSNameGroupPort& HIPGSPort::getNameGroupPort() const
-{
-    return m_NameGroupPort.get();
-}
-
-HIPGSNameGroupPort& HIPGSPort::getNameGroupPort()
-{
-    return m_NameGroupPort.get();
-}
-
-void HIPGSPort::assignNameGroupPort(const HIPGSNameGroupPort& value)
-{
-    m_NameGroupPort.assign(value);
-}
-
-HIPGSNameGroupPort* HIPGSPort::assignNameGroupPort(HIPGSNameGroupPort* child)
-{
-    return m_NameGroupPort.assign(child);
-}
-
-void HIPGSPort::unsetNameGroupPort()
-{
-    m_NameGroupPort.unset();
-}
-
-const HIPGSAnonWire& HIPGSPort::getAnonWire() const
-{
-    return m_AnonWire.get();
-}
-
-HIPGSAnonWire& HIPGSPort::getAnonWire()
-{
-    return m_AnonWire.get();
-}
-
-void HIPGSPort::assignAnonWire(const HIPGSAnonWire& value)
-{
-    m_AnonWire.assign(value);
-}
-
-HIPGSAnonWire* HIPGSPort::assignAnonWire(HIPGSAnonWire* child)
-{
-    return m_AnonWire.assign(child);
-}
-
-void HIPGSPort::unsetAnonWire()
-{
-    m_AnonWire.unset();
-}
-
-const HIPGSAnonAccess& HIPGSPort::getAnonAccess() const
-{
-    return m_AnonAccess.get();
-}
-
-HIPGSAnonAccess& HIPGSPort::getAnonAccess()
-{
-    return m_AnonAccess.get();
-}
-
-void HIPGSPort::assignAnonAccess(const HIPGSAnonAccess& value)
-{
-    m_AnonAccess.assign(value);
-}
-
-HIPGSAnonAccess* HIPGSPort::assignAnonAccess(HIPGSAnonAccess* child)
-{
-    return m_AnonAccess.assign(child);
-}
-
-void HIPGSPort::unsetAnonAccess()
-{
-    m_AnonAccess.unset();
-}
-
-const HIPGSVendorExtensions& HIPGSPort::getVendorExtensions() const
-{
-    return m_VendorExtensions.get();
-}
-
-HIPGSVendorExtensions& HIPGSPort::getVendorExtensions()
-{
-    return m_VendorExtensions.get();
-}
-
-void HIPGSPort::assignVendorExtensions(const HIPGSVendorExtensions& value)
-{
-    m_VendorExtensions.assign(value);
-}
-
-HIPGSVendorExtensions* HIPGSPort::assignVendorExtensions(HIPGSVendorExtensions* child)
-{
-    return m_VendorExtensions.assign(child);
-}
-
-void HIPGSPort::unsetVendorExtensions()
-{
-    m_VendorExtensions.unset();
-}
-
-const HIPGSPortInfo& HIPGSPort::getPortInfo() const
-{
-    return m_PortInfo.get();
-}
-
-HIPGSPortInfo& HIPGSPort::getPortInfo()
-{
-    return m_PortInfo.get();
-}
-
-void HIPGSPort::assignPortInfo(const HIPGSPortInfo& value)
-{
-    m_PortInfo.assign(value);
-}
-
-HIPGSPortInfo* HIPGSPort::assignPortInfo(HIPGSPortInfo* child)
-{
-    return m_PortInfo.assign(child);
-}
-
-void HIPGSPort::unsetPortInfo()
-{
-    m_PortInfo.unset();
 }
 
 }  // namespace HIPGSpirit

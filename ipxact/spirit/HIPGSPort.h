@@ -5,19 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSPortType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAnonAccess;
-class HIPGSAnonWire;
-class HIPGSNameGroupPort;
-class HIPGSPortInfo;
-class HIPGSVendorExtensions;
-
-class HIPGSPort : public HIPGSBase {
+// The document element spirit:port. Its members and accessors are HIPGSPortType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSPort : public HIPGSPortType {
 public:
-
     HIPGSPort();
     HIPGSPort(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSPort(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -30,10 +25,8 @@ public:
     void swap(HIPGSPort& other) noexcept;
     bool operator==(const HIPGSPort& other) const;
     bool operator!=(const HIPGSPort& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSPort* clone() const;
+    HIPGSPort* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -52,85 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // group spirit:nameGroupPort, 1..1
-    const HIPGSNameGroupPort& getNameGroupPort() const;
-    HIPGSNameGroupPort& getNameGroupPort();
-    void assignNameGroupPort(const HIPGSNameGroupPort& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSNameGroupPort* assignNameGroupPort(HIPGSNameGroupPort* child);
-    bool isSetNameGroupPort() const { return m_NameGroupPort.is_set(); }
-    void unsetNameGroupPort();
-
-    // choice, 1..1
-    const HIPGSAnonWire& getAnonWire() const;
-    HIPGSAnonWire& getAnonWire();
-    void assignAnonWire(const HIPGSAnonWire& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAnonWire* assignAnonWire(HIPGSAnonWire* child);
-    bool isSetAnonWire() const { return m_AnonWire.is_set(); }
-    void unsetAnonWire();
-
-    // sequence, 1..1
-    const HIPGSAnonAccess& getAnonAccess() const;
-    HIPGSAnonAccess& getAnonAccess();
-    void assignAnonAccess(const HIPGSAnonAccess& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAnonAccess* assignAnonAccess(HIPGSAnonAccess* child);
-    bool isSetAnonAccess() const { return m_AnonAccess.is_set(); }
-    void unsetAnonAccess();
-
-    // spirit:vendorExtensions, 0..1
-    const HIPGSVendorExtensions& getVendorExtensions() const;
-    HIPGSVendorExtensions& getVendorExtensions();
-    void assignVendorExtensions(const HIPGSVendorExtensions& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSVendorExtensions* assignVendorExtensions(HIPGSVendorExtensions* child);
-    bool isSetVendorExtensions() const { return m_VendorExtensions.is_set(); }
-    void unsetVendorExtensions();
-
-    // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
-    const HIPGSPortInfo& getPortInfo() const;
-    HIPGSPortInfo& getPortInfo();
-    void assignPortInfo(const HIPGSPortInfo& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSPortInfo* assignPortInfo(HIPGSPortInfo* child);
-    bool isSetPortInfo() const { return m_PortInfo.is_set(); }
-    void unsetPortInfo();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSNameGroupPort> m_NameGroupPort;  // group spirit:nameGroupPort, 1..1
-    lmx60::ct_complex_single<HIPGSAnonWire> m_AnonWire;  // choice, 1..1
-    lmx60::ct_complex_single<HIPGSAnonAccess> m_AnonAccess;  // sequence, 1..1
-    lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
-    lmx60::ct_complex_single<HIPGSPortInfo> m_PortInfo;  // vorlix:portInfo, 0..1, typed slot inside spirit:vendorExtensions
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAnonAccess.h>
-#include <ipxact/spirit/HIPGSAnonWire.h>
-#include <ipxact/spirit/HIPGSNameGroupPort.h>
-#include <ipxact/spirit/HIPGSPortInfo.h>
-#include <ipxact/spirit/HIPGSVendorExtensions.h>
 
 #endif

@@ -3,71 +3,44 @@
 
 #include <ipxact/lmx60/lmx60_frontends.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
-#include <ipxact/spirit/HIPGSValidators.h>
 
 namespace HIPGSpirit {
 
-const lmx60::s_event_map HIPGSSubCoreRef::elem_event_map[] = {
-    {0, nullptr, 0, 1},
-};
-
-const lmx60::s_event_map HIPGSSubCoreRef::attr_event_map[] = {
-    {1002, "schemaLocation", 14, 599},
-    {1002, "noNamespaceSchemaLocation", 25, 598},
-    {0, nullptr, 0, 1},
-};
-
-static const int32_t HIPGSSubCoreRef_first_events_2[] = {59, 144, 0};
-
-const MemberInfo HIPGSSubCoreRef::s_members[] = {
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSSubCoreRef::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSSubCoreRef::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::choice, 0, nullptr, nullptr, 0, 1, 1, HIPGSSubCoreRef_first_events_2, ops<&HIPGSSubCoreRef::m_AnonComponentRef>(), nullptr},
-};
-
-
+// The rows are HIPGSSubCoreRefType's: their member pointers name fields this class inherits.
 const ClassInfo HIPGSSubCoreRef::s_class_info = {
     "vorlix:subCoreRef", 1000, "subCoreRef", ContentKind::sequence,
     s_members, 3, ns_map_writer_2,
     0, nullptr, nullptr,
 };
 
-HIPGSSubCoreRef::HIPGSSubCoreRef()
-{
-    init();
-}
+HIPGSSubCoreRef::HIPGSSubCoreRef() = default;
 
 HIPGSSubCoreRef::HIPGSSubCoreRef(lmx60::c_xml_reader& reader, lmx60::elmx_error* error)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(reader);
 }
 
 HIPGSSubCoreRef::HIPGSSubCoreRef(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(file, debug);
 }
 
 HIPGSSubCoreRef::HIPGSSubCoreRef(const char* buffer, size_t length, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(buffer, length, debug);
 }
 
 HIPGSSubCoreRef::HIPGSSubCoreRef(const std::string& text, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(text.data(), text.size(), debug);
 }
 
 HIPGSSubCoreRef::HIPGSSubCoreRef(const lmx60::c_any_info& any, lmx60::elmx_error* error, lmx60::s_debug_error* debug)
 {
-    init();
     *error = lmx60::ELMX_PENDING;
     *error = unmarshal(any, debug);
 }
@@ -120,25 +93,12 @@ HIPGSSubCoreRef::~HIPGSSubCoreRef() = default;
 
 void HIPGSSubCoreRef::swap(HIPGSSubCoreRef& other) noexcept
 {
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
-    m_AnonComponentRef.swap(other.m_AnonComponentRef);
+    HIPGSSubCoreRefType::swap(other);
 }
 
 bool HIPGSSubCoreRef::operator==(const HIPGSSubCoreRef& other) const
 {
-    return m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_AnonComponentRef == other.m_AnonComponentRef;
-}
-
-void HIPGSSubCoreRef::init()
-{
-}
-
-bool HIPGSSubCoreRef::isOccursOk() const
-{
-    return occurs_ok(*this, s_class_info);
+    return HIPGSSubCoreRefType::operator==(other);
 }
 
 HIPGSSubCoreRef* HIPGSSubCoreRef::clone() const
@@ -175,43 +135,6 @@ lmx60::elmx_error HIPGSSubCoreRef::unmarshal(lmx60::c_xml_reader& reader, const 
 lmx60::elmx_error HIPGSSubCoreRef::marshal(lmx60::c_xml_writer& writer, const char* name) const
 {
     return write_element(writer, *this, s_class_info, name);
-}
-
-lmx60::elmx_error HIPGSSubCoreRef::setSchemaLocationAttr(const std::string& value)
-{
-    m_SchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-lmx60::elmx_error HIPGSSubCoreRef::setNoNamespaceSchemaLocationAttr(const std::string& value)
-{
-    m_NoNamespaceSchemaLocationAttr.set(value);
-    return lmx60::ELMX_OK;
-}
-
-const HIPGSAnonComponentRef& HIPGSSubCoreRef::getAnonComponentRef() const
-{
-    return m_AnonComponentRef.get();
-}
-
-HIPGSAnonComponentRef& HIPGSSubCoreRef::getAnonComponentRef()
-{
-    return m_AnonComponentRef.get();
-}
-
-void HIPGSSubCoreRef::assignAnonComponentRef(const HIPGSAnonComponentRef& value)
-{
-    m_AnonComponentRef.assign(value);
-}
-
-HIPGSAnonComponentRef* HIPGSSubCoreRef::assignAnonComponentRef(HIPGSAnonComponentRef* child)
-{
-    return m_AnonComponentRef.assign(child);
-}
-
-void HIPGSSubCoreRef::unsetAnonComponentRef()
-{
-    m_AnonComponentRef.unset();
 }
 
 }  // namespace HIPGSpirit

@@ -5,15 +5,14 @@
 #include <cstddef>
 #include <string>
 
-#include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSSubCoreRefType.h>
 
 namespace HIPGSpirit {
 
-class HIPGSAnonComponentRef;
-
-class HIPGSSubCoreRef : public HIPGSBase {
+// The document element vorlix:subCoreRef. Its members and accessors are HIPGSSubCoreRefType's,
+// whose member table it shares; it adds its element name and the entry points of whole documents.
+class HIPGSSubCoreRef : public HIPGSSubCoreRefType {
 public:
-
     HIPGSSubCoreRef();
     HIPGSSubCoreRef(lmx60::c_xml_reader& reader, lmx60::elmx_error* error);
     HIPGSSubCoreRef(const char* file, lmx60::elmx_error* error, lmx60::s_debug_error* debug = nullptr);
@@ -26,10 +25,8 @@ public:
     void swap(HIPGSSubCoreRef& other) noexcept;
     bool operator==(const HIPGSSubCoreRef& other) const;
     bool operator!=(const HIPGSSubCoreRef& other) const { return !(*this == other); }
-    void init();
-    bool isOccursOk() const;
 
-    virtual HIPGSSubCoreRef* clone() const;
+    HIPGSSubCoreRef* clone() const override;
     HIPGSBase* cloneObj() const override;
     HIPGSBase* newObj() const override;
     void reset() override;
@@ -48,41 +45,9 @@ public:
     lmx60::elmx_error marshal(std::ostream& os, lmx60::s_debug_error* debug = nullptr) const override;
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
-    // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
-    lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
-
-    // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
-    lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
-
-    // choice, 1..1
-    const HIPGSAnonComponentRef& getAnonComponentRef() const;
-    HIPGSAnonComponentRef& getAnonComponentRef();
-    void assignAnonComponentRef(const HIPGSAnonComponentRef& value);
-    // Takes ownership of `child`; null hands the current child to the caller.
-    HIPGSAnonComponentRef* assignAnonComponentRef(HIPGSAnonComponentRef* child);
-    bool isSetAnonComponentRef() const { return m_AnonComponentRef.is_set(); }
-    void unsetAnonComponentRef();
-
     static const ClassInfo s_class_info;
-    static const lmx60::s_event_map elem_event_map[];
-    static const lmx60::s_event_map attr_event_map[];
-
-protected:
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_complex_single<HIPGSAnonComponentRef> m_AnonComponentRef;  // choice, 1..1
-
-    static const MemberInfo s_members[];
 };
 
 }  // namespace HIPGSpirit
-
-#include <ipxact/spirit/HIPGSAnonComponentRef.h>
 
 #endif

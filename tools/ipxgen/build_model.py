@@ -42,7 +42,9 @@ class ModelBuilder:
         self.members = ClassMembers(self.found)
 
     def build(self) -> Model:
+        self._link_element_types()
         self.members.fill_all()
+        self._share_type_content()
         self._link_families()
         self._link_content_sources()
         document_attributes.add_schema_location_hints(self._document_classes())
@@ -53,6 +55,21 @@ class ModelBuilder:
         return Model(classes=classes, restrictions=restrictions,
                      element_events=element_events, attribute_events=attribute_events,
                      global_elements=self._global_elements())
+
+    def _link_element_types(self) -> None:
+        """A global element of a named complex type has the type's content model: its class derives
+        from the type's class instead of repeating it, so that the two cannot drift apart."""
+        for place in self.places:
+            if place.bound.kind != "global_element" or place.binds.inline_type is not None:
+                continue
+            named = self.schemas.type(place.binds.type) if place.binds.type is not None else None
+            if isinstance(named, ComplexType):
+                place.bound.type_class = self.found.place_of[id(named)].bound.name
+
+    def _share_type_content(self) -> None:
+        for place in self.places:
+            if place.bound.type_class:
+                place.bound.content = self.by_name[place.bound.type_class].bound.content
 
     def _link_families(self) -> None:
         for place in self.places:
@@ -177,12 +194,13 @@ class ModelBuilder:
     def _document_classes(self) -> list:
         """The classes that can read and write a global element as a document, each once.
 
-        That is the element's own class and, for an element of a named type, the type's class, which
-        the root dispatcher reads it into; both must keep the hints whichever entry point reads.
+        That is the element's own class or, for an element of a named type, the type's class, which
+        the root dispatcher reads it into and the element's class derives from.
         A global element of a simple type is left out: its class is a plain value, which the root
         dispatcher holds as such."""
         names = {content for _, _, content in self._global_element_rows()}
-        names |= {place.bound.name for place in self.places if place.bound.kind == "global_element"}
+        names |= {place.bound.name for place in self.places
+                  if place.bound.kind == "global_element" and not place.bound.type_class}
         return [self.by_name[name].bound for name in sorted(names)
                 if not self._is_simple_typed_element(self.by_name[name].binds)]
 

@@ -67,7 +67,8 @@ class ClassMembers:
 
     def fill_all(self) -> None:
         for place in self.places.places:
-            self._fill(place)
+            if place.bound.type_class is None:  # such a class takes its members from the type's
+                self._fill(place)
 
     def _fill(self, place: Place) -> None:
         bound, binds = place.bound, place.binds

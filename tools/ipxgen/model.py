@@ -72,6 +72,10 @@ class BoundClass:
     # The class of the named type whose content this class carries as well (the type of a global
     # element, or the base a type extends or restricts); None when there is none.
     content_from: Optional[str] = None
+    # A global element of a named complex type: the type's class, which this class derives from. It
+    # lists no members of its own: the type's table, fields and accessors serve both, and the class
+    # adds only its element name and the entry points of whole documents.
+    type_class: Optional[str] = None
 
 
 @dataclass

@@ -253,8 +253,8 @@ TEST_P(GlobalElementOfANamedType, WritesTheSameThroughItsClassTheDispatcherAndIt
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryOne, GlobalElementOfANamedType, ::testing::ValuesIn(cases()),
-                         [](const ::testing::TestParamInfo<element_case>& info) {
-                             std::string name = info.param.root;
+                         [](const ::testing::TestParamInfo<element_case>& test) {
+                             std::string name = test.param.root;
                              return name.substr(name.find(':') + 1);
                          });
 

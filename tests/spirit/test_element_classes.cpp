@@ -126,10 +126,12 @@ std::string keeps_its_own_value_semantics(const std::string& xml)
     if (!(copy == object))
         faults += "a copy differs; ";
     std::unique_ptr<Element> clone(object.clone());
-    if (typeid(*clone) != typeid(Element) || !(*clone == object))
+    const Element& cloned = *clone;
+    if (typeid(cloned) != typeid(Element) || !(cloned == object))
         faults += "clone is not an equal element object; ";
     std::unique_ptr<HIPGSBase> fresh(object.newObj());
-    if (typeid(*fresh) != typeid(Element))
+    const HIPGSBase& made = *fresh;
+    if (typeid(made) != typeid(Element))
         faults += "newObj is not an element object; ";
     Element assigned;
     assigned = object;

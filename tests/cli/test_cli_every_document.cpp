@@ -31,8 +31,8 @@ outcome run_command(const std::string& arguments, const std::string& scratch)
 {
     std::string out = scratch + "/stdout";
     std::string err = scratch + "/stderr";
-    std::string command = roundtrip::quoted(IPXACT_CLI) + " " + arguments + " >" + roundtrip::quoted(out) + " 2>" +
-                          roundtrip::quoted(err) + " </dev/null";
+    std::string command = roundtrip::shell_quoted(IPXACT_CLI) + " " + arguments + " >" + roundtrip::shell_quoted(out) + " 2>" +
+                          roundtrip::shell_quoted(err) + " </dev/null";
     int raw = std::system(command.c_str());
     return {WIFEXITED(raw) && WEXITSTATUS(raw) < 128, WIFEXITED(raw) ? WEXITSTATUS(raw) : -1,
             corpus::read_file(out), corpus::read_file(err)};
@@ -53,8 +53,8 @@ public:
     // `valid`: the schema accepts the document, so every command must succeed.
     void over(const std::string& path, bool valid)
     {
-        const std::string file = roundtrip::quoted(path);
-        const std::string out = roundtrip::quoted(m_scratch + "/formatted.xml");
+        const std::string file = roundtrip::shell_quoted(path);
+        const std::string out = roundtrip::shell_quoted(m_scratch + "/formatted.xml");
         for (const std::string& arguments : {"info " + file, "check " + file, "format " + file + " -o " + out}) {
             outcome o = run_command(arguments, m_scratch);
             if (!o.exited)
@@ -98,11 +98,11 @@ TEST(CliOnEveryDocument, RandomDocumentsOfEveryGlobalElementPassEveryCommand)
     roundtrip::scratch_directory scratch;
     const std::string directory = scratch.path() + "/documents";
     const std::string log = scratch.path() + "/generator.log";
-    std::string generate = "python3 " + roundtrip::quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/instancegen/instance_gen.py") +
+    std::string generate = "python3 " + roundtrip::shell_quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/instancegen/instance_gen.py") +
                            " --all --count " + std::to_string(kDocumentsPerElement) + " --out-dir " +
-                           roundtrip::quoted(directory) + " --ieee " +
-                           roundtrip::quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +
-                           roundtrip::quoted(log) + " 2>&1";
+                           roundtrip::shell_quoted(directory) + " --ieee " +
+                           roundtrip::shell_quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +
+                           roundtrip::shell_quoted(log) + " 2>&1";
     ASSERT_EQ(std::system(generate.c_str()), 0) << corpus::read_file(log);
 
     std::ifstream manifest(directory + "/manifest.tsv");

@@ -12,7 +12,7 @@
 
 namespace roundtrip {
 
-std::string quoted(const std::string& text)
+std::string shell_quoted(const std::string& text)
 {
     return "'" + text + "'";
 }
@@ -31,7 +31,7 @@ scratch_directory::~scratch_directory()
 {
     if (m_path.empty() || m_keep)
         return;
-    int status = std::system(("rm -rf " + quoted(m_path)).c_str());
+    int status = std::system(("rm -rf " + shell_quoted(m_path)).c_str());
     static_cast<void>(status);  // a directory left in the temporary area harms nothing
 }
 
@@ -75,10 +75,10 @@ std::map<std::string, std::string> schema_failures(const std::string& schema, co
     std::map<std::string, std::string> failures;
     if (files.empty())
         return failures;
-    std::string command = "xmllint --noout --schema " + quoted(schema);
+    std::string command = "xmllint --noout --schema " + shell_quoted(schema);
     for (const std::string& file : files)
-        command += " " + quoted(file);
-    command += " >" + quoted(log) + " 2>&1";
+        command += " " + shell_quoted(file);
+    command += " >" + shell_quoted(log) + " 2>&1";
     // xmllint's status only says that something failed; the log says what.
     if (std::system(command.c_str()) == 0)
         return failures;
@@ -113,9 +113,9 @@ std::vector<difference> canonical_differences(const std::vector<std::pair<std::s
         for (const auto& pair : pairs)
             out << pair.first << '\t' << pair.second << '\n';
     }
-    std::string command = "python3 " + quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/xmlcanon.py") +
-                          " --schema " + quoted(std::string(IPXACT_SOURCE_DIR) + "/schema/vorlix.xsd") + " --pairs " +
-                          quoted(list) + " >" + quoted(report) + " 2>&1";
+    std::string command = "python3 " + shell_quoted(std::string(IPXACT_SOURCE_DIR) + "/tools/xmlcanon.py") +
+                          " --schema " + shell_quoted(std::string(IPXACT_SOURCE_DIR) + "/schema/vorlix.xsd") + " --pairs " +
+                          shell_quoted(list) + " >" + shell_quoted(report) + " 2>&1";
     int status = std::system(command.c_str());
     std::vector<difference> found;
     std::stringstream lines(corpus::read_file(report));

@@ -9,7 +9,7 @@
 
 namespace roundtrip {
 
-std::string quoted(const std::string& text);
+std::string shell_quoted(const std::string& text);
 
 class scratch_directory {
 public:

@@ -109,11 +109,11 @@ std::vector<generated_document> generate(const std::string& root, int count, con
                                          std::string* complaint)
 {
     std::string log = directory + "/generator.log";
-    std::string command = "python3 " + roundtrip::quoted(generator_script()) + " --element " + root + " --count " +
+    std::string command = "python3 " + roundtrip::shell_quoted(generator_script()) + " --element " + root + " --count " +
                           std::to_string(count) + " --first-seed " + std::to_string(first_seed()) +
-                          " --out-dir " + roundtrip::quoted(directory) + " --ieee " +
-                          roundtrip::quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +
-                          roundtrip::quoted(log) + " 2>&1";
+                          " --out-dir " + roundtrip::shell_quoted(directory) + " --ieee " +
+                          roundtrip::shell_quoted(std::string(IPXACT_SHARED_DIR) + "/ipxact-1685-2009") + " >" +
+                          roundtrip::shell_quoted(log) + " 2>&1";
     std::vector<generated_document> documents;
     if (std::system(command.c_str()) != 0) {
         *complaint = corpus::read_file(log);
@@ -242,9 +242,9 @@ TEST(RandomDocumentGenerator, SameSeedGivesTheSameDocumentAndAnotherSeedAnother)
     roundtrip::scratch_directory scratch;
     auto draw = [&](int seed, const std::string& name) {
         std::string path = scratch.path() + "/" + name;
-        std::string command = "python3 " + roundtrip::quoted(generator_script()) +
+        std::string command = "python3 " + roundtrip::shell_quoted(generator_script()) +
                               " --element spirit:component --seed " + std::to_string(seed) + " -o " +
-                              roundtrip::quoted(path);
+                              roundtrip::shell_quoted(path);
         EXPECT_EQ(std::system(command.c_str()), 0);
         return corpus::read_file(path);
     };

@@ -3,7 +3,6 @@
 # UndefinedBehaviorSanitizer) and runs each target for SECONDS (default 60).
 #
 #   fuzz/run.sh [SECONDS]          build dir: build-fuzz/ (FUZZ_BUILD_DIR overrides it)
-#   fuzz/run.sh --build-only       configure and build every target of that build, run nothing
 #
 # FUZZ_BUILD_TESTS=ON configures the test suite into the same build, so that one instrumented build
 # serves the suite under the sanitizers and the fuzz targets (CI does so). Targets run FUZZ_JOBS at a
@@ -19,11 +18,6 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$(pwd)
-build_only=false
-if [ "${1:-}" = --build-only ]; then
-  build_only=true
-  shift
-fi
 seconds=${1:-60}
 build=${FUZZ_BUILD_DIR:-$repo/build-fuzz}
 targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_cli_summary fuzz_values)
@@ -34,10 +28,6 @@ cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link \
   -DIPXACT_SANITIZE=ON -DIPXACT_FUZZ=ON -DIPXACT_BUILD_TESTS="${FUZZ_BUILD_TESTS:-OFF}" -DIPXACT_BUILD_BENCH=OFF -DIPXACT_WERROR=ON >"$build/configure.log" 2>&1 ||
   { cat "$build/configure.log"; exit 1; }
-if $build_only; then
-  cmake --build "$build" -j2 >"$build/build.log" 2>&1 || { tail -n 60 "$build/build.log"; exit 1; }
-  exit 0
-fi
 cmake --build "$build" -j2 --target "${targets[@]}" >"$build/build.log" 2>&1 ||
   { tail -n 60 "$build/build.log"; exit 1; }
 

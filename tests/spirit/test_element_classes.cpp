@@ -18,6 +18,7 @@
 #include <ipxact/spirit/HIPGSpirit.h>
 
 #include "corpus.h"
+#include "write_as.h"
 #include "global_documents.h"
 
 using namespace HIPGSpirit;
@@ -38,18 +39,7 @@ const std::string kVlnv =
 const std::string kBusType =
     "<spirit:busType spirit:vendor=\"example.com\" spirit:library=\"lib\" spirit:name=\"bus\" spirit:version=\"1.0\"/>";
 
-template <class T>
-std::string write_as(const std::string& xml)
-{
-    T object;
-    lmx60::s_debug_error debug;
-    if (object.unmarshal(xml.data(), xml.size(), &debug) != lmx60::ELMX_OK)
-        return "read failed: " + debug.to_string();
-    std::string written;
-    if (object.marshal(&written, &debug) != lmx60::ELMX_OK)
-        return "write failed: " + debug.to_string();
-    return written;
-}
+using spirit_test::write_as;
 
 using writer = std::string (*)(const std::string& xml);
 

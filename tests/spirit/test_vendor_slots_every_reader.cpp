@@ -14,6 +14,7 @@
 #include <ipxact/spirit/HIPGSpirit.h>
 
 #include "corpus.h"
+#include "write_as.h"
 
 using namespace HIPGSpirit;
 
@@ -47,18 +48,7 @@ std::string document(const std::string& root, const std::string& content)
 
 using reader = std::string (*)(const std::string& xml);
 
-template <class T>
-std::string write_as(const std::string& xml)
-{
-    T object;
-    lmx60::s_debug_error debug;
-    if (object.unmarshal(xml.data(), xml.size(), &debug) != lmx60::ELMX_OK)
-        return "read failed: " + debug.to_string();
-    std::string written;
-    if (object.marshal(&written, &debug) != lmx60::ELMX_OK)
-        return "write failed: " + debug.to_string();
-    return written;
-}
+using spirit_test::write_as;
 
 // The owner's spirit:vendorExtensions as written, with layout and namespace declarations taken out:
 // those depend on where in a document the owner stands, not on what it holds.

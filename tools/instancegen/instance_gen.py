@@ -33,6 +33,7 @@ sys.path.insert(0, HERE)
 sys.path.insert(1, os.path.join(os.path.dirname(HERE), "ipxgen"))
 
 import ipxgen  # noqa: E402
+from vendor_slots import TYPED_SLOTS  # noqa: E402  (owning class -> vendor element read into a typed member)
 import overrides  # noqa: E402
 import pinned_events  # noqa: E402
 from class_places import ClassPlaces, ModelError  # noqa: E402
@@ -48,23 +49,6 @@ TOOLS_URI = "urn:example:tools"
 XSI_URI = "http://www.w3.org/2001/XMLSchema-instance"
 NAMESPACE_URIS = {NS_SPIRIT: SPIRIT_URI, NS_VORLIX: VORLIX_URI}
 
-# Owning class -> the vendor element the binding reads into a typed member when
-# it stands inside the owner's spirit:vendorExtensions.
-TYPED_SLOTS = {
-    "HIPGSBusDefinition": "busDefinitionInfo",
-    "HIPGSAbstractionDefinition": "abstractionDefinitionInfo",
-    "HIPGSAbstractionDefinitionPortsPort": "abstractionDefinitionPortInfo",
-    "HIPGSBusInterfaceType": "busInterfaceInfo",
-    "HIPGSPortType": "portInfo",
-    "HIPGSAddressSpace": "addressSpaceInfo",
-    "HIPGSMemoryMapType": "memoryMapInfo",
-    "HIPGSAddressBlockType": "addressBlockInfo",
-    "HIPGSRegister": "registerInfo",
-    "HIPGSFile": "fileInfo",
-    "HIPGSNameValuePairType": "parameterInfo",
-    "HIPGSComponentInstance": "componentInstanceExtensions",
-    "HIPGSFileSetType": "subCoreRef",
-}
 # Simple standard elements that may also stand in open content (the wildcard is ##any).
 OPEN_CONTENT_STANDARD = ["description", "displayName", "group"]
 

@@ -437,14 +437,11 @@ public:
             auto cached = ids_by_component.find(instance.document);
             if (cached == ids_by_component.end()) {
                 // spirit:id may stand on any configurable element, of which there are dozens of
-                // kinds; the tree finds them all at once. A component whose text has no ":id" has
-                // none, and is spared being written out again.
+                // kinds; the tree finds them all at once.
                 Known known;
-                if (rules_detail::text_may_hold(*instance.document, ":id")) {
-                    RulesTree tree(*instance.document);
-                    for (RulesTree::Node id : tree.select("//@spirit:id"))
-                        known.ids.insert(RulesTree::text(id));
-                }
+                RulesTree tree(*instance.document);
+                for (RulesTree::Node id : tree.select("//@spirit:id"))
+                    known.ids.insert(RulesTree::text(id));
                 // Designs often name a parameter where its value's spirit:id is meant; the message
                 // says so, as the fix is then on the component's side.
                 auto add_names = [&](const auto& parameter) {

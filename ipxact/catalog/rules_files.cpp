@@ -55,7 +55,7 @@ public:
             }
         // A fileRef is an XML IDREF: any identifier of the document satisfies it, so the
         // configurable elements' spirit:id values are gathered too, but only when the files'
-        // own identifiers fall short (which takes writing the document out once more).
+        // own identifiers fall short.
         bool all_ids = false;
         for (size_t s = 0; s < sets.sizeFileSet(); ++s) {
             const HIPGSFileSetType& set = sets.getFileSet(s);
@@ -196,9 +196,6 @@ public:
     }
     void check(RuleContext& context) const override
     {
-        // Both "dependent" and "dependency" begin so; most documents have neither.
-        if (!rules_detail::text_may_hold(context.document(), "dependen"))
-            return;
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;

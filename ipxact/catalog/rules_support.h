@@ -3,8 +3,6 @@
 #ifndef IPXACT_CATALOG_RULES_SUPPORT_H
 #define IPXACT_CATALOG_RULES_SUPPORT_H
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <ipxact/catalog/document.h>
@@ -93,21 +91,6 @@ inline Mode mode_of(const HIPGSpirit::HIPGSBusInterfaceType& bus, std::string* g
 inline std::string bus_name(const HIPGSpirit::HIPGSBusInterfaceType& bus)
 {
     return bus.isSetNameGroup() ? bus.getNameGroup().getName() : std::string();
-}
-
-// Whether the document's text may hold `word`: false only when its file can be read, has the size
-// the document was read with, and does not hold the word. Rules whose full check writes the whole
-// document out again use it to pass over the many documents that cannot concern them; anything in
-// doubt (a document read from memory, a file changed since) gets the full check.
-inline bool text_may_hold(const Document& document, const std::string& word)
-{
-    std::ifstream file(document.file(), std::ios::binary);
-    if (!file)
-        return true;
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (text.size() != document.size_bytes())
-        return true;
-    return text.find(word) != std::string::npos;
 }
 
 }  // namespace rules_detail

@@ -1,31 +1,36 @@
 /// @file
-/// For the catalog's own rules: a document's objects as an XML tree that XPath can query, with each
-/// node's element path in LineIndex's form. Not part of the public interface.
+/// For the catalog's own rules: a document's objects as a tree of elements and attributes that
+/// simple path expressions can query, with each node's element path in LineIndex's form. Not part
+/// of the public interface.
 #ifndef IPXACT_CATALOG_RULES_TREE_H
 #define IPXACT_CATALOG_RULES_TREE_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-struct _xmlNode;
 
 namespace ipxact {
 namespace catalog {
 
 class Document;
 
-/// The document's objects written out and parsed again into a tree. What a rule sees is what the
-/// objects hold (the binding's reading already applied), and the element paths match the
-/// document's line index, so findings get the line of the element in the file.
+/// The elements, attributes and values of a document's objects, taken from them by the binding's
+/// own writing walk with no text written or parsed. What a rule sees is what the objects hold (the
+/// binding's reading already applied), and the element paths match the document's line index, so
+/// findings get the line of the element in the file. A vendor element kept whole inside
+/// `spirit:vendorExtensions` is one node without children, as it is in the line index.
 ///
 /// Rules whose checks are structural (names unique among siblings, references inside a document)
 /// are written once over this tree instead of once per element kind over the objects.
 class RulesTree {
 public:
-    using Node = const _xmlNode*;
+    /// An element or attribute of the tree, opaque to rules.
+    struct Item;
+    /// An element or attribute of the tree; null for none. Valid while the tree lives.
+    using Node = const Item*;
 
-    /// Writes and parses `document`; ok() is false when either fails.
+    /// Walks `document`'s objects; ok() is false when the walk fails.
     explicit RulesTree(const Document& document);
     ~RulesTree();
     RulesTree(const RulesTree&) = delete;
@@ -35,11 +40,14 @@ public:
     bool ok() const;
     /// The document element; null when !ok().
     Node root() const;
-    /// The element and attribute nodes an XPath expression selects from `context` (the document
-    /// element when null). The prefix "spirit" names the standard's namespace. An attribute node
-    /// stands for its value; its path is its element's. A plain chain of child
-    /// steps ("spirit:reset/spirit:value") is walked without XPath, which rules may use freely.
-    std::vector<Node> select(const char* xpath, Node context = nullptr) const;
+    /// The element and attribute nodes a path expression selects from `context` (the document
+    /// element when null), in document order, each once. The expressions are XPath's abbreviated
+    /// location paths: steps `name`, `*` and `@name` joined by `/` and `//`, absolute or relative
+    /// (`.//`), alternatives joined by `|`, and on a step one predicate of attribute tests joined by
+    /// `or` (`[@spirit:a]`, `[@spirit:a='v']`). The prefix "spirit" names the standard's namespace.
+    /// An attribute node stands for its value; its path is its element's. An expression outside
+    /// this form selects nothing.
+    std::vector<Node> select(const char* expression, Node context = nullptr) const;
 
     /// The value a member is known by, as an identity constraint's field names it: "." for its
     /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
@@ -60,8 +68,10 @@ public:
     /// Whether an element carries that attribute.
     static bool has_attribute(Node element, const char* local);
 
-private:
+    /// The tree's storage, opaque to rules.
     struct Impl;
+
+private:
     std::unique_ptr<Impl> m_impl;
 };
 

@@ -59,7 +59,7 @@ void c_xml_writer::set_default_attribute_nl(const std::string& text) { defaults(
 void c_xml_writer::set_default_attribute_tab(const std::string& text) { defaults().attribute_tab = text; }
 
 c_xml_writer::c_xml_writer(std::ostream& os, int options, const char*, const char*, const char*, const char*)
-    : m_os(os)
+    : m_os(&os)
 {
     m_buffer.reserve(kFlushThreshold + 4096);
     if (options & include_xml_decl) {
@@ -68,20 +68,32 @@ c_xml_writer::c_xml_writer(std::ostream& os, int options, const char*, const cha
     }
 }
 
+c_xml_writer::c_xml_writer(c_xml_event_sink& sink) : m_sink(&sink) {}
+
 c_xml_writer::~c_xml_writer()
 {
     flush();
 }
 
+void c_xml_writer::fail_stream()
+{
+    if (m_sink)
+        m_sink_failed = true;
+    else
+        m_os->setstate(std::ios::failbit);
+}
+
 elmx_error c_xml_writer::flush()
 {
+    if (m_sink)
+        return m_sink_failed ? ELMX_WRITE_FAILED : ELMX_OK;
     if (!m_buffer.empty()) {
         m_flushed_line_breaks += static_cast<size_t>(std::count(m_buffer.begin(), m_buffer.end(), '\n'));
-        m_os.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
+        m_os->write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
         m_buffer.clear();
     }
-    m_os.flush();
-    return m_os ? ELMX_OK : ELMX_WRITE_FAILED;
+    m_os->flush();
+    return *m_os ? ELMX_OK : ELMX_WRITE_FAILED;
 }
 
 int c_xml_writer::current_line() const
@@ -107,6 +119,19 @@ void c_xml_writer::close_start_tag()
 
 void c_xml_writer::start_element(const char* qname)
 {
+    if (m_sink) {
+        m_sink->start_element(qname);
+        m_open.push_back({m_ns_scope.size(), false});
+        if (!m_wrote_root) {
+            m_wrote_root = true;
+            if (m_selected_map) {
+                write_ns_declarations(m_selected_map);
+                m_root_declared = true;
+            }
+        }
+        m_start_tag_open = true;
+        return;
+    }
     if (!m_open.empty()) {
         if (m_start_tag_open) {
             close_start_tag();
@@ -135,6 +160,11 @@ void c_xml_writer::end_element(const char* qname)
     open_element closing = m_open.back();
     m_open.pop_back();
     m_ns_scope.resize(closing.ns_scope);
+    if (m_sink) {
+        m_start_tag_open = false;
+        m_sink->end_element();
+        return;
+    }
     if (m_start_tag_open) {
         m_buffer += "/>";
         m_start_tag_open = false;
@@ -185,6 +215,10 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
         }
     }
     m_ns_scope.emplace_back(prefix, uri);
+    if (m_sink) {
+        m_sink->namespace_declaration(prefix, uri);
+        return;
+    }
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;
     m_buffer += *prefix ? "xmlns:" : "xmlns";
@@ -197,6 +231,10 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
 
 elmx_error c_xml_writer::attribute(const char* qname, const std::string& value, text_converter convert)
 {
+    if (m_sink) {
+        m_sink->attribute(qname, value);
+        return ELMX_OK;
+    }
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;
     m_buffer += qname;
@@ -210,6 +248,11 @@ elmx_error c_xml_writer::attribute(const char* qname, const std::string& value, 
 
 elmx_error c_xml_writer::text(const std::string& value, const char* item, text_converter convert)
 {
+    if (m_sink) {
+        m_start_tag_open = false;
+        m_sink->text(value);
+        return ELMX_OK;
+    }
     close_start_tag();
     bool clean = write_value(value, false, convert);
     if (m_buffer.size() > kFlushThreshold)
@@ -263,6 +306,11 @@ bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute, boo
 
 void c_xml_writer::any_element(const c_any_info& any)
 {
+    if (m_sink) {
+        m_start_tag_open = false;
+        m_sink->any_element(any);
+        return;
+    }
     if (!m_open.empty()) {
         if (m_start_tag_open) {
             close_start_tag();

@@ -294,15 +294,54 @@ int run_dependencies(const catalog_options& options, std::ostream& out, std::ost
     return closure.missing.empty() && closure.cycles.empty() ? 0 : 1;
 }
 
-bool check_rules(const std::vector<std::string>& paths, const catalog_options& options, std::ostream& out,
-                 size_t* printed)
+namespace {
+
+// A fault met in reading, as `ipxact check` prints it: "FILE:LINE: error CODE: DESCRIPTION
+// (ELEMENT)". The catalog words a reader fault "code CODE: DESCRIPTION (ELEMENT)"; a fault without
+// a reader code (a file that cannot be opened) keeps its message.
+std::string read_fault_line(const Finding& finding)
+{
+    const std::string prefix = "code ";
+    std::string text = finding.file + ":" + std::to_string(finding.line) + ": error";
+    if (finding.message.compare(0, prefix.size(), prefix) == 0)
+        return text + " " + finding.message.substr(prefix.size());
+    return text + ": " + finding.message;
+}
+
+}  // namespace
+
+int run_check_text(const catalog_options& options, std::ostream& out)
 {
     Catalog catalog;
-    load(catalog, paths, options.threads);
+    load(catalog, options.operands, options.threads);
+    // Files that did not become documents (not opened, not IP-XACT) count as documents with faults.
+    size_t documents = catalog.documents().size();
+    size_t faulty = 0;
+    size_t faultCount = 0;
+    for (const Document* document : catalog.documents())
+        faulty += document->read_cleanly() ? 0 : 1;
+    std::string lastFile;
+    for (const Finding& finding : catalog.load_findings()) {
+        bool isDocument = catalog.find_file(finding.file) != nullptr;
+        if (finding.rule == "read.fault") {
+            out << read_fault_line(finding) << '\n';
+        } else {
+            out << format_finding(finding) << '\n';
+        }
+        ++faultCount;
+        if (!isDocument && finding.file != lastFile) {
+            ++documents;
+            ++faulty;
+        }
+        lastFile = finding.file;
+    }
+    out << "checked " << plural(documents, "document", "documents") << ": " << documents - faulty << " clean, "
+        << faulty << " with faults (" << plural(faultCount, "fault", "faults") << ")\n";
     std::vector<Finding> findings = shown(catalog.check({}, options.threads), options.notes);
     write_text(out, findings);
-    *printed += findings.size();
-    return has_errors(findings);
+    if (!findings.empty())
+        out << "rules: " << plural(findings.size(), "finding", "findings") << '\n';
+    return faulty == 0 && !has_errors(findings) ? 0 : 1;
 }
 
 }  // namespace ipxact_cli

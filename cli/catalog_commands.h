@@ -29,10 +29,9 @@ catalog_options parse_catalog_options(const std::string& command, const std::vec
 int run_catalog_summary(const catalog_options& options, std::ostream& out);
 // `ipxact deps FILE|VLNV`: 0 when everything needed was found, 1 otherwise.
 int run_dependencies(const catalog_options& options, std::ostream& out, std::ostream& err);
-// The rules over the documents at `paths`, for `ipxact check`; returns whether any error was found
-// and adds the number of findings printed to *printed.
-bool check_rules(const std::vector<std::string>& paths, const catalog_options& options, std::ostream& out,
-                 size_t* printed);
+// `ipxact check PATH...` in text: the faults of reading, a summary line, then the rules' findings.
+// Exit status 0 when every document read cleanly and no rule found an error, 1 otherwise.
+int run_check_text(const catalog_options& options, std::ostream& out);
 
 }  // namespace ipxact_cli
 

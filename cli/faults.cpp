@@ -1,8 +1,5 @@
 #include "faults.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 #include <ipxact/lmx60/c_xml_reader.h>
 
@@ -17,11 +14,6 @@ constexpr size_t kMaxFaultsPerDocument = 50;
 bool ends_reading(lmx60::elmx_error code)
 {
     return code == lmx60::ELMX_NO_FILE || code == lmx60::ELMX_NO_ROOT;
-}
-
-bool is_xml_file(const std::filesystem::path& path)
-{
-    return path.extension() == ".xml";
 }
 
 // Reads with a handler that collects every fault and carries on while the document stays readable.
@@ -63,29 +55,6 @@ std::string describe(const std::string& path, const fault& f)
     if (!f.element.empty())
         text += " (" + f.element + ")";
     return text;
-}
-
-std::vector<std::string> documents_at(const std::vector<std::string>& paths, std::vector<std::string>* missing)
-{
-    namespace fs = std::filesystem;
-    std::vector<std::string> found;
-    for (const std::string& path : paths) {
-        std::error_code error;
-        if (fs::is_directory(path, error)) {
-            std::vector<std::string> inside;
-            for (fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, error), end;
-                 !error && it != end; it.increment(error))
-                if (it->is_regular_file(error) && is_xml_file(it->path()))
-                    inside.push_back(it->path().string());
-            std::sort(inside.begin(), inside.end());
-            found.insert(found.end(), inside.begin(), inside.end());
-        } else if (fs::exists(path, error)) {
-            found.push_back(path);
-        } else {
-            missing->push_back(path);
-        }
-    }
-    return found;
 }
 
 }  // namespace ipxact_cli

@@ -27,10 +27,6 @@ std::vector<fault> read_document_text(const char* data, size_t size, HIPGSpirit:
 // "FILE:LINE: error CODE: DESCRIPTION (ELEMENT)"
 std::string describe(const std::string& path, const fault& f);
 
-// The files to read for the given paths: files as named, directories searched through for *.xml, in
-// name order. Paths that do not exist are returned in `missing`.
-std::vector<std::string> documents_at(const std::vector<std::string>& paths, std::vector<std::string>* missing);
-
 }  // namespace ipxact_cli
 
 #endif

@@ -1,8 +1,8 @@
 // ipxact: reads, summarises, checks and rewrites IP-XACT documents through the binding, as any host
 // would: every document is read through HIPGSTop, whatever its root element.
+
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
@@ -31,9 +31,10 @@ Reads IP-XACT (IEEE 1685-2009) documents with vorlix vendor extensions.
 
 Commands:
   info FILE...            root element, identifier and counts of each document
-  check PATH...           read every document (directories: all *.xml inside) and list
-                          every fault as FILE:LINE: error CODE: DESCRIPTION (ELEMENT),
-                          then run the catalog rules over them
+  check PATH...           read every document (directories: the *.xml, *.ipxact and
+                          *.spirit files inside), list every fault as
+                          FILE:LINE: error CODE: DESCRIPTION (ELEMENT), then run the
+                          catalog rules over them
   catalog PATH...         load files and directories as one catalog and summarise it:
                           documents per kind, duplicate identifiers, dangling references,
                           cycles and findings per rule
@@ -58,11 +59,12 @@ and the vendor blocks present. A document that does not read is reported with it
 
 const char* const kCheckHelp = R"(usage: ipxact check [--format text|sarif] [--notes] [--threads N] PATH...
 
-Reads every document named, and every *.xml file below each directory named, and prints
-each fault as
+Reads every document named, and every *.xml, *.ipxact and *.spirit file below each
+directory named, as one catalog (in parallel, one thread per core unless --threads says
+otherwise), and prints each fault met in reading as
   FILE:LINE: error CODE: DESCRIPTION (ELEMENT)
-followed by a summary line. Then loads the same paths as one catalog (inside directories
-*.xml, *.ipxact and *.spirit) and runs the catalog rules over every document that read
+(a file whose document element is not IP-XACT is passed over, and counted as a fault)
+followed by a summary line. Then it runs the catalog rules over every document that read
 cleanly, printing each finding as
   FILE:LINE: SEVERITY: [RULE-ID] MESSAGE (ELEMENT PATH)
 Rules that need documents which are not loaded say so in notes, shown with --notes.
@@ -171,42 +173,6 @@ int run_info(const std::vector<std::string>& arguments)
     return status;
 }
 
-// A single status line on standard error, shown only on a terminal and only once the work has
-// taken long enough for a user to wonder.
-class progress_line {
-public:
-    explicit progress_line(size_t total)
-        : m_total(total), m_enabled(isatty(STDERR_FILENO) == 1), m_start(std::chrono::steady_clock::now())
-    {
-    }
-
-    // Redrawn a few times a second at most: a terminal cannot keep up with one line per document.
-    void show(size_t done, const std::string& path)
-    {
-        auto now = std::chrono::steady_clock::now();
-        if (!m_enabled || now - m_start < std::chrono::milliseconds(500) ||
-            now - m_drawn < std::chrono::milliseconds(100))
-            return;
-        std::cerr << "\r\033[K[" << done << '/' << m_total << "] " << path << std::flush;
-        m_visible = true;
-        m_drawn = now;
-    }
-
-    void clear()
-    {
-        if (m_visible)
-            std::cerr << "\r\033[K" << std::flush;
-        m_visible = false;
-    }
-
-private:
-    size_t m_total;
-    bool m_enabled;
-    bool m_visible = false;
-    std::chrono::steady_clock::time_point m_start;
-    std::chrono::steady_clock::time_point m_drawn;
-};
-
 int run_check(const std::vector<std::string>& arguments)
 {
     catalog_options options = parse_catalog_options("check", arguments);
@@ -220,31 +186,7 @@ int run_check(const std::vector<std::string>& arguments)
         options.list_findings = true;
         return run_catalog_summary(options, std::cout);
     }
-    std::vector<std::string> missing;
-    std::vector<std::string> documents = documents_at(options.operands, &missing);
-    progress_line progress(documents.size());
-    size_t faulty = 0;
-    size_t faultCount = 0;
-    for (size_t i = 0; i < documents.size(); ++i) {
-        progress.show(i, documents[i]);
-        HIPGSTop document;
-        std::vector<fault> faults = read_document(documents[i], document);
-        if (faults.empty())
-            continue;
-        progress.clear();
-        print_faults(std::cout, documents[i], faults);
-        ++faulty;
-        faultCount += faults.size();
-    }
-    progress.clear();
-    std::cout << "checked " << documents.size() << (documents.size() == 1 ? " document: " : " documents: ")
-              << documents.size() - faulty << " clean, " << faulty << " with faults (" << faultCount
-              << (faultCount == 1 ? " fault)\n" : " faults)\n");
-    size_t findings = 0;
-    bool ruleErrors = check_rules(options.operands, options, std::cout, &findings);
-    if (findings)
-        std::cout << "rules: " << findings << (findings == 1 ? " finding\n" : " findings\n");
-    return faulty == 0 && !ruleErrors ? kExitClean : kExitFaults;
+    return run_check_text(options, std::cout);
 }
 
 int run_catalog(const std::vector<std::string>& arguments)

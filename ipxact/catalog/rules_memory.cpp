@@ -42,10 +42,9 @@ bool decided_elsewhere(Node node, std::string* why)
 Value value_of(const RulesTree& tree, Node parent, const char* child)
 {
     Value v;
-    std::vector<Node> found = tree.select(child, parent);
-    if (found.empty())
+    v.node = tree.first(child, parent);
+    if (!v.node)
         return v;
-    v.node = found.front();
     v.text = RulesTree::text(v.node);
     if (decided_elsewhere(v.node, &v.why))
         return v;

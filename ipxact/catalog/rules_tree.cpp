@@ -6,7 +6,6 @@
 #include <mutex>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include <ipxact/catalog/document.h>
 #include <ipxact/lmx60/c_any_info.h>
@@ -31,20 +30,24 @@ std::string_view trimmed(std::string_view s)
 
 }  // namespace
 
+
 // Elements and attributes in document order: an element, then its attributes, then its children.
-// Names and namespaces point into the tree's interned strings, so equal names are equal pointers.
+// Names and namespaces are interned per tree: equal names have equal ids and equal pointers.
 struct RulesTree::Item {
     enum class Kind : uint8_t { document, element, attribute };
     Kind kind = Kind::document;
     uint32_t order = 0;  // position in document order; the document item is 0
     uint32_t end = 0;    // one past the order of the last item of its subtree
+    uint32_t local_id = 0;
+    uint32_t ns_id = 0;
     const char* local = "";
     const char* ns = "";
     const Item* parent = nullptr;
     const Item* first_child = nullptr;  // elements only
-    const Item* next_sibling = nullptr;
+    const Item* last_child = nullptr;
+    const Item* next_sibling = nullptr;  // for attributes: the element's next attribute
     const Item* prev_sibling = nullptr;
-    const Item* first_attribute = nullptr;  // the others follow through next_sibling
+    const Item* first_attribute = nullptr;
     std::string_view value;  // an attribute's value, an element's own text
 };
 
@@ -184,15 +187,22 @@ Expression parse_expression(std::string_view text)
     }
 }
 
-// Rules ask the same few expressions for every document: each is parsed once per process.
+// Rules ask the same few expressions, from their own tables, for every document: each is parsed
+// once per process. A thread remembers where it found an expression's text last, so the shared
+// table is consulted once per text per thread.
 const Expression& parsed(const char* text)
 {
+    thread_local std::unordered_map<const char*, std::pair<std::string, const Expression*>> seen;
+    auto& known = seen[text];
+    if (known.second && known.first == text)
+        return *known.second;
     static std::mutex guard;
     static std::unordered_map<std::string, Expression> cache;
     std::lock_guard<std::mutex> lock(guard);
     auto found = cache.find(text);
     if (found == cache.end())
         found = cache.emplace(text, parse_expression(text)).first;
+    known = {text, &found->second};
     return found->second;
 }
 
@@ -201,27 +211,49 @@ bool in_order(RulesTree::Node a, RulesTree::Node b)
     return a->order < b->order;
 }
 
+constexpr uint32_t kNoName = 0xFFFFFFFFu;
+
 }  // namespace
 
 struct RulesTree::Impl {
     std::deque<Item> items;  // stable addresses while the tree grows
     std::vector<const Item*> by_order;
     std::string text_store;  // every value, one after another
-    std::vector<std::pair<size_t, size_t>> value_spans;  // per item: offset and length in text_store
-    std::unordered_set<std::string> strings;             // interned names and namespaces
-    std::unordered_map<const char*, std::vector<const Item*>> elements_named;    // by interned local name
-    std::unordered_map<const char*, std::vector<const Item*>> attributes_named;  // by interned local name
+    std::vector<std::pair<uint32_t, uint32_t>> value_spans;  // per item: offset and length in text_store
+    std::deque<std::string> names;                           // interned names and namespaces, by id
+    std::unordered_map<std::string_view, uint32_t> name_ids;
+    std::vector<std::vector<const Item*>> elements_named;    // by local name id, in document order
+    std::vector<std::vector<const Item*>> attributes_named;  // by local name id, in document order
+    // The ids of a step's names in this tree (kNoName: no item has it). Rules of one document run
+    // in one thread, so the memo needs no guard.
+    mutable std::unordered_map<const Step*, std::pair<uint32_t, uint32_t>> step_names;
     bool ok = false;
 
-    const char* intern(std::string_view s) { return strings.emplace(s).first->c_str(); }
-    // The interned form of a name the tree holds, or null when no item has it.
-    const char* interned(const std::string& s) const
+    uint32_t intern(std::string_view s)
     {
-        auto found = strings.find(s);
-        return found == strings.end() ? nullptr : found->c_str();
+        auto found = name_ids.find(s);
+        if (found != name_ids.end())
+            return found->second;
+        names.emplace_back(s);
+        auto id = static_cast<uint32_t>(names.size() - 1);
+        name_ids.emplace(names.back(), id);
+        return id;
+    }
+    uint32_t lookup(const std::string& s) const
+    {
+        auto found = name_ids.find(s);
+        return found == name_ids.end() ? kNoName : found->second;
+    }
+    // Local name and namespace ids of a step's test; kNoName when the tree has no such name.
+    std::pair<uint32_t, uint32_t> names_of(const Step& step) const
+    {
+        auto found = step_names.find(&step);
+        if (found == step_names.end())
+            found = step_names.emplace(&step, std::make_pair(lookup(step.local), lookup(step.ns))).first;
+        return found->second;
     }
 
-    bool matches(const Item* item, const Step& step) const;
+    bool passes_predicate(const Item* item, const Step& step) const;
     void apply(const Step& step, const Item* context, std::vector<const Item*>& out) const;
 };
 
@@ -231,13 +263,16 @@ namespace {
 // element's names are resolved once its start tag is complete.
 class TreeBuilder : public lmx60::c_xml_event_sink {
 public:
-    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { add(RulesTree::Item::Kind::document); }
+    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl)
+    {
+        add(Item::Kind::document);
+        m_no_namespace = m_impl.intern("");
+    }
 
     void start_element(const char* qname) override
     {
         settle();
-        Item* element = add(RulesTree::Item::Kind::element);
-        element->parent = m_open.back();
+        Item* element = add(Item::Kind::element);
         link_child(element);
         m_open.push_back(element);
         m_pending_element = element;
@@ -251,13 +286,12 @@ public:
     }
     void attribute(const char* qname, const std::string& value) override
     {
-        Item* attribute = add(RulesTree::Item::Kind::attribute);
-        Item* element = m_open.back();
-        attribute->parent = element;
+        Item* attribute = add(Item::Kind::attribute);
+        attribute->parent = m_open.back();
         if (m_last_attribute)
             m_last_attribute->next_sibling = attribute;
         else
-            element->first_attribute = attribute;
+            m_open.back()->first_attribute = attribute;
         m_last_attribute = attribute;
         set_value(attribute, value);
         m_pending_attributes.emplace_back(attribute, qname);
@@ -270,11 +304,10 @@ public:
     void any_element(const lmx60::c_any_info& any) override
     {
         settle();
-        Item* element = add(RulesTree::Item::Kind::element);
-        element->parent = m_open.back();
-        element->local = m_impl.intern(any.get_local_name());
-        element->ns = m_impl.intern(any.get_namespace());
+        Item* element = add(Item::Kind::element);
         link_child(element);
+        element->local_id = m_impl.intern(any.get_local_name());
+        element->ns_id = m_impl.intern(any.get_namespace());
         element->end = element->order + 1;
     }
     void end_element() override
@@ -283,32 +316,42 @@ public:
         Item* element = m_open.back();
         element->end = static_cast<uint32_t>(m_impl.items.size());
         m_open.pop_back();
-        m_last_child.erase(element);
         m_scope.resize(m_scope_marks.back());
         m_scope_marks.pop_back();
     }
 
-    // After the walk: values point into the finished store, and the name indexes are filled.
+    // After the walk: names and values point into the finished stores, and the name indexes are
+    // filled.
     void finish()
     {
         settle();
-        Item& document = m_impl.items.front();
-        document.end = static_cast<uint32_t>(m_impl.items.size());
+        m_impl.items.front().end = static_cast<uint32_t>(m_impl.items.size());
         m_impl.by_order.reserve(m_impl.items.size());
-        for (size_t i = 0; i < m_impl.items.size(); ++i) {
-            Item& item = m_impl.items[i];
-            const auto& span = m_impl.value_spans[i];
+        m_impl.elements_named.resize(m_impl.names.size());
+        m_impl.attributes_named.resize(m_impl.names.size());
+        for (Item& item : m_impl.items) {
+            const auto& span = m_impl.value_spans[item.order];
             item.value = std::string_view(m_impl.text_store).substr(span.first, span.second);
+            item.local = m_impl.names[item.local_id].c_str();
+            item.ns = m_impl.names[item.ns_id].c_str();
             m_impl.by_order.push_back(&item);
-            if (item.kind == RulesTree::Item::Kind::element)
-                m_impl.elements_named[item.local].push_back(&item);
-            else if (item.kind == RulesTree::Item::Kind::attribute)
-                m_impl.attributes_named[item.local].push_back(&item);
+            if (item.kind == Item::Kind::element)
+                m_impl.elements_named[item.local_id].push_back(&item);
+            else if (item.kind == Item::Kind::attribute)
+                m_impl.attributes_named[item.local_id].push_back(&item);
         }
     }
 
 private:
     using Item = RulesTree::Item;
+
+    // A qualified name as met: the writer passes the same few names (its tables' own) again and
+    // again, so they are split and interned once per tree.
+    struct QualifiedName {
+        std::string text;
+        size_t prefix_length;
+        uint32_t local_id;
+    };
 
     Item* add(Item::Kind kind)
     {
@@ -322,36 +365,49 @@ private:
     void link_child(Item* element)
     {
         Item* parent = m_open.back();
-        auto last = m_last_child.find(parent);
-        if (last == m_last_child.end()) {
-            parent->first_child = element;
+        element->parent = parent;
+        if (parent->last_child) {
+            const_cast<Item*>(parent->last_child)->next_sibling = element;
+            element->prev_sibling = parent->last_child;
         } else {
-            last->second->next_sibling = element;
-            element->prev_sibling = last->second;
+            parent->first_child = element;
         }
-        m_last_child[parent] = element;
+        parent->last_child = element;
     }
     void set_value(Item* item, const std::string& value)
     {
-        m_impl.value_spans[item->order] = {m_impl.text_store.size(), value.size()};
+        m_impl.value_spans[item->order] = {static_cast<uint32_t>(m_impl.text_store.size()),
+                                           static_cast<uint32_t>(value.size())};
         m_impl.text_store += value;
     }
-    // The namespace a prefix is bound to where the builder stands; "" for none.
-    const char* resolve(std::string_view prefix) const
+    const QualifiedName& split(const char* qname)
+    {
+        QualifiedName*& known = m_qnames[qname];
+        if (!known || known->text != qname) {
+            std::string_view q(qname);
+            size_t colon = q.find(':');
+            m_split.push_back({std::string(q), colon == q.npos ? 0 : colon,
+                               m_impl.intern(colon == q.npos ? q : q.substr(colon + 1))});
+            known = &m_split.back();
+        }
+        return *known;
+    }
+    // The namespace a prefix is bound to where the builder stands.
+    uint32_t resolve(std::string_view prefix) const
     {
         for (auto it = m_scope.rbegin(); it != m_scope.rend(); ++it)
             if (it->first == prefix)
                 return it->second;
-        return "";
+        return m_no_namespace;
     }
     void name(Item* item, const char* qname, bool isAttribute)
     {
-        std::string_view q(qname);
-        size_t colon = q.find(':');
-        std::string_view prefix = colon == q.npos ? std::string_view() : q.substr(0, colon);
-        item->local = m_impl.intern(colon == q.npos ? q : q.substr(colon + 1));
+        const QualifiedName& q = split(qname);
+        item->local_id = q.local_id;
         // An attribute without a prefix is in no namespace; an element without one is in the default.
-        item->ns = (isAttribute && prefix.empty()) ? "" : resolve(prefix);
+        item->ns_id = (isAttribute && q.prefix_length == 0)
+                          ? m_no_namespace
+                          : resolve(std::string_view(q.text).substr(0, q.prefix_length));
     }
     // Resolves the names of the element whose start tag has just been completed.
     void settle()
@@ -366,10 +422,12 @@ private:
     }
 
     RulesTree::Impl& m_impl;
+    uint32_t m_no_namespace = 0;
     std::vector<Item*> m_open{&m_impl.items.front()};
-    std::unordered_map<const Item*, Item*> m_last_child;
-    std::vector<std::pair<std::string, const char*>> m_scope;  // prefix, interned namespace
+    std::vector<std::pair<std::string, uint32_t>> m_scope;  // prefix, namespace id
     std::vector<size_t> m_scope_marks;
+    std::unordered_map<const char*, QualifiedName*> m_qnames;
+    std::deque<QualifiedName> m_split;
     Item* m_pending_element = nullptr;
     const char* m_pending_qname = nullptr;
     Item* m_last_attribute = nullptr;
@@ -400,21 +458,8 @@ RulesTree::Node RulesTree::root() const
     return m_impl->ok ? m_impl->items.front().first_child : nullptr;
 }
 
-bool RulesTree::Impl::matches(const Item* item, const Step& step) const
+bool RulesTree::Impl::passes_predicate(const Item* item, const Step& step) const
 {
-    switch (step.test) {
-    case Step::Test::self:
-        break;
-    case Step::Test::any_element:
-        if (item->kind != Item::Kind::element)
-            return false;
-        break;
-    case Step::Test::name:
-    case Step::Test::attribute:
-        if (std::strcmp(item->local, step.local.c_str()) != 0 || std::strcmp(item->ns, step.ns.c_str()) != 0)
-            return false;
-        break;
-    }
     if (step.any_of.empty())
         return true;
     for (const Step::AttributeTest& test : step.any_of)
@@ -426,44 +471,45 @@ bool RulesTree::Impl::matches(const Item* item, const Step& step) const
 
 void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<const Item*>& out) const
 {
-    if (step.test == Step::Test::self && !step.descendant) {
-        if (matches(context, step))
-            out.push_back(context);
+    auto keep = [&](const Item* item) {
+        if (passes_predicate(item, step))
+            out.push_back(item);
+    };
+    if (step.test == Step::Test::self) {
+        keep(context);
         return;
     }
-    if (!step.descendant) {
-        if (step.test == Step::Test::attribute) {
-            for (const Item* a = context->first_attribute; a; a = a->next_sibling)
-                if (matches(a, step))
-                    out.push_back(a);
+    if (step.test == Step::Test::any_element) {
+        if (!step.descendant) {
+            for (const Item* child = context->first_child; child; child = child->next_sibling)
+                keep(child);
             return;
         }
-        for (const Item* child = context->first_child; child; child = child->next_sibling)
-            if (matches(child, step))
-                out.push_back(child);
+        for (uint32_t order = context->order + 1; order < context->end; ++order)
+            if (by_order[order]->kind == Item::Kind::element)
+                keep(by_order[order]);
         return;
     }
-    // Every descendant (and, for attributes, the context's own): items ordered between the
-    // context and the end of its subtree; named tests take them from the name index.
-    if (step.test == Step::Test::name || step.test == Step::Test::attribute) {
-        const char* local = interned(step.local);
-        if (!local)
-            return;
-        const auto& index = step.test == Step::Test::name ? elements_named : attributes_named;
-        auto named = index.find(local);
-        if (named == index.end())
-            return;
-        const std::vector<const Item*>& list = named->second;
-        auto first = std::upper_bound(list.begin(), list.end(), context->order,
-                                      [](uint32_t order, const Item* item) { return order < item->order; });
-        for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
-            if (matches(*it, step))
-                out.push_back(*it);
+    std::pair<uint32_t, uint32_t> ids = names_of(step);
+    if (ids.first == kNoName || ids.second == kNoName)
+        return;
+    auto named = [&](const Item* item) { return item->local_id == ids.first && item->ns_id == ids.second; };
+    if (!step.descendant) {
+        const Item* first = step.test == Step::Test::attribute ? context->first_attribute : context->first_child;
+        for (const Item* item = first; item; item = item->next_sibling)
+            if (named(item))
+                keep(item);
         return;
     }
-    for (uint32_t order = context->order + 1; order < context->end; ++order)
-        if (by_order[order]->kind == Item::Kind::element && matches(by_order[order], step))
-            out.push_back(by_order[order]);
+    // Every descendant (and, for attributes, the context's own): the items of that name ordered
+    // between the context and the end of its subtree.
+    const std::vector<const Item*>& list =
+        (step.test == Step::Test::attribute ? attributes_named : elements_named)[ids.first];
+    auto first = std::upper_bound(list.begin(), list.end(), context->order,
+                                  [](uint32_t order, const Item* item) { return order < item->order; });
+    for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
+        if (named(*it))
+            keep(*it);
 }
 
 std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node context) const
@@ -471,14 +517,23 @@ std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node cont
     std::vector<Node> selected;
     if (!m_impl->ok)
         return selected;
-    for (const Path& path : parsed(expression)) {
-        std::vector<Node> current{path.absolute ? &m_impl->items.front() : (context ? context : root())};
-        std::vector<Node> next;
+    const Expression& alternatives = parsed(expression);
+    Node start = context ? context : root();
+    if (alternatives.size() == 1 && alternatives[0].steps.size() == 1) {
+        // One step from one node: its results come in order already.
+        m_impl->apply(alternatives[0].steps[0], alternatives[0].absolute ? &m_impl->items.front() : start, selected);
+        return selected;
+    }
+    std::vector<Node> current;
+    std::vector<Node> next;
+    for (const Path& path : alternatives) {
+        current.assign(1, path.absolute ? &m_impl->items.front() : start);
         for (const Step& step : path.steps) {
             next.clear();
             for (Node node : current)
                 if (node->kind != Item::Kind::attribute)
                     m_impl->apply(step, node, next);
+            // Each context's results are in order; several contexts may give them interleaved.
             if (current.size() > 1) {
                 std::sort(next.begin(), next.end(), in_order);
                 next.erase(std::unique(next.begin(), next.end()), next.end());
@@ -487,9 +542,54 @@ std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node cont
         }
         selected.insert(selected.end(), current.begin(), current.end());
     }
-    std::sort(selected.begin(), selected.end(), in_order);
-    selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
+    if (alternatives.size() > 1) {
+        std::sort(selected.begin(), selected.end(), in_order);
+        selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
+    }
     return selected;
+}
+
+namespace {
+
+// The first element a chain of child name steps reaches from `from`, depth first in document order.
+RulesTree::Node first_along(const RulesTree::Impl& impl, const std::vector<Step>& steps, size_t step,
+                            RulesTree::Node from)
+{
+    std::pair<uint32_t, uint32_t> ids = impl.names_of(steps[step]);
+    if (ids.first == kNoName || ids.second == kNoName)
+        return nullptr;
+    for (RulesTree::Node child = from->first_child; child; child = child->next_sibling) {
+        if (child->local_id != ids.first || child->ns_id != ids.second || !impl.passes_predicate(child, steps[step]))
+            continue;
+        if (step + 1 == steps.size())
+            return child;
+        if (RulesTree::Node found = first_along(impl, steps, step + 1, child))
+            return found;
+    }
+    return nullptr;
+}
+
+bool is_child_chain(const Path& path)
+{
+    if (path.absolute)
+        return false;
+    for (const Step& step : path.steps)
+        if (step.descendant || step.test != Step::Test::name)
+            return false;
+    return true;
+}
+
+}  // namespace
+
+RulesTree::Node RulesTree::first(const char* expression, Node context) const
+{
+    if (!m_impl->ok)
+        return nullptr;
+    const Expression& alternatives = parsed(expression);
+    if (alternatives.size() == 1 && is_child_chain(alternatives[0]))
+        return first_along(*m_impl, alternatives[0].steps, 0, context ? context : root());
+    std::vector<Node> all = select(expression, context);
+    return all.empty() ? nullptr : all.front();
 }
 
 bool RulesTree::field(Node member, const char* key, std::string* value) const
@@ -504,10 +604,10 @@ bool RulesTree::field(Node member, const char* key, std::string* value) const
         *value = attribute(member, key + 8);
         return true;
     }
-    std::vector<Node> found = select(key, member);
-    if (found.empty())
+    Node found = first(key, member);
+    if (!found)
         return false;
-    *value = text(found.front());
+    *value = text(found);
     return true;
 }
 

@@ -49,6 +49,10 @@ public:
     /// this form selects nothing.
     std::vector<Node> select(const char* expression, Node context = nullptr) const;
 
+    /// The first node select() would give, or null; a chain of child steps ("spirit:reset/spirit:value")
+    /// is walked without gathering the rest.
+    Node first(const char* expression, Node context = nullptr) const;
+
     /// The value a member is known by, as an identity constraint's field names it: "." for its
     /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
     /// the member has no such value (nothing to compare).

@@ -228,3 +228,73 @@ TEST(WriterBridges, CharacterXmlCannotCarryIsACodeAndTheElementStillCloses)
             << "a handler that carries on decides";
     }
 }
+
+namespace {
+
+// Records the events of a writer in sink mode as one line each.
+class recording_sink : public lmx60::c_xml_event_sink {
+public:
+    std::vector<std::string> events;
+    void start_element(const char* qname) override { events.push_back(std::string("start ") + qname); }
+    void namespace_declaration(const char* prefix, const char* uri) override
+    {
+        events.push_back(std::string("xmlns ") + prefix + "=" + uri);
+    }
+    void attribute(const char* qname, const std::string& value) override
+    {
+        events.push_back(std::string("attribute ") + qname + "=" + value);
+    }
+    void text(const std::string& value) override { events.push_back("text " + value); }
+    void any_element(const lmx60::c_any_info& any) override
+    {
+        events.push_back("any {" + any.get_namespace() + "}" + any.get_local_name());
+    }
+    void end_element() override { events.push_back("end"); }
+};
+
+}  // namespace
+
+TEST(WriterSink, GetsTheWalkWithTheDeclarationsAndTheValuesAsTheHostMeansThem)
+{
+    recording_sink sink;
+    {
+        lmx60::c_xml_writer writer(sink);
+        writer.conditionally_select_ns_map(kBothNamespaces);
+        writer.start_element("spirit:component");
+        writer.attribute("spirit:id", "a<b & \"c\"");
+        writer.start_element("spirit:name");
+        // Not escaped, and not refused: a sink is not bound by what XML text can carry.
+        writer.text("x\x01<y>", "spirit:name");
+        writer.end_element("spirit:name");
+        writer.start_element("spirit:vendorExtensions");
+        writer.ensure_namespace("spirit", kSpiritUri);  // in scope already: not declared again
+        writer.ensure_namespace("vorlix", kSpiritUri);  // rebinding a prefix is declared
+        writer.any_element(lmx60::c_any_info(kVorlixUri, "note", "<vorlix:note xmlns:vorlix=\"u\"/>"));
+        writer.end_element("spirit:vendorExtensions");
+        writer.end_element("spirit:component");
+        EXPECT_EQ(writer.flush(), lmx60::ELMX_OK);
+    }
+    const std::vector<std::string> expected = {
+        "start spirit:component",
+        std::string("xmlns vorlix=") + kVorlixUri,
+        std::string("xmlns spirit=") + kSpiritUri,
+        "attribute spirit:id=a<b & \"c\"",
+        "start spirit:name",
+        "text x\x01<y>",
+        "end",
+        "start spirit:vendorExtensions",
+        std::string("xmlns vorlix=") + kSpiritUri,
+        std::string("any {") + kVorlixUri + "}note",
+        "end",
+        "end",
+    };
+    EXPECT_EQ(sink.events, expected);
+}
+
+TEST(WriterSink, AnElementThatCannotBeWrittenFailsTheFlush)
+{
+    recording_sink sink;
+    lmx60::c_xml_writer writer(sink);
+    writer.fail_stream();
+    EXPECT_EQ(writer.flush(), lmx60::ELMX_WRITE_FAILED);
+}

@@ -32,6 +32,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -105,14 +106,23 @@ public:
     /// the path goes below what the index holds, that of the deepest element along the path that it
     /// holds; the path is kept as given.
     void report(Severity severity, std::string_view path, const std::string& message);
-    /// A T made from the document (`T(const Document&)`) once for all the rules that check it.
+    /// A T made once for all the rules that check the document: from the context
+    /// (`T(RuleContext&)`, which may itself ask for other shared parts) or else from the document
+    /// (`T(const Document&)`).
     template <class T>
     const T& shared()
     {
         static const char key = 0;  // one address per type
+        if (const std::shared_ptr<void>& made = m_scratch.slot(&key))
+            return *static_cast<const T*>(made.get());
+        std::shared_ptr<void> made;
+        if constexpr (std::is_constructible_v<T, RuleContext&>)
+            made = std::make_shared<T>(*this);
+        else
+            made = std::make_shared<T>(m_document);
+        // Asked again: making T may have added slots, which moves them.
         std::shared_ptr<void>& slot = m_scratch.slot(&key);
-        if (!slot)
-            slot = std::make_shared<T>(m_document);
+        slot = std::move(made);
         return *static_cast<const T*>(slot.get());
     }
 

@@ -3,7 +3,10 @@
 // are compared exactly (ScaledValue); a value that cannot be known without evaluating it is left
 // out of every check and named once by memory.not-checkable.
 #include <algorithm>
+#include <functional>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <ipxact/catalog/rule.h>
@@ -39,7 +42,7 @@ bool decided_elsewhere(Node node, std::string* why)
     return false;
 }
 
-Value value_of(const RulesTree& tree, Node parent, const char* child)
+Value read_value(const RulesTree& tree, Node parent, const char* child)
 {
     Value v;
     v.node = tree.first(child, parent);
@@ -54,12 +57,49 @@ Value value_of(const RulesTree& tree, Node parent, const char* child)
     return v;
 }
 
+// A document's tree with its layout values, each found and parsed once for all the memory rules:
+// they look at the same offsets, sizes and widths, one rule after another.
+class Layout {
+public:
+    explicit Layout(RuleContext& context) : m_tree(context.shared<RulesTree>()) {}
+
+    std::vector<Node> select(const char* expression, Node context = nullptr) const
+    {
+        return m_tree.select(expression, context);
+    }
+    bool field(Node member, const char* key, std::string* value) const { return m_tree.field(member, key, value); }
+    // The value of the child of `parent` that `child` (a chain of child steps) names.
+    const Value& value(Node parent, const char* child) const
+    {
+        auto found = m_values.find({parent, child});
+        if (found == m_values.end())
+            found = m_values.emplace(std::make_pair(parent, child), read_value(m_tree, parent, child)).first;
+        return found->second;
+    }
+
+private:
+    struct KeyHash {
+        size_t operator()(const std::pair<Node, const char*>& key) const
+        {
+            return std::hash<const void*>()(key.first) * 31 + std::hash<const void*>()(key.second);
+        }
+    };
+    const RulesTree& m_tree;
+    // The rules of one document run in one thread, one after another.
+    mutable std::unordered_map<std::pair<Node, const char*>, Value, KeyHash> m_values;
+};
+
+const Value& value_of(const Layout& tree, Node parent, const char* child)
+{
+    return tree.value(parent, child);
+}
+
 bool known(const Value& v)
 {
     return v.node && v.value.checkable();
 }
 
-std::string name_of(const RulesTree& tree, Node node)
+std::string name_of(const Layout& tree, Node node)
 {
     std::string name;
     tree.field(node, "spirit:name", &name);
@@ -67,11 +107,11 @@ std::string name_of(const RulesTree& tree, Node node)
 }
 
 // Bits per address unit of the map or address space holding `node` (8 when not said or not known).
-ScaledValue address_unit_bits(const RulesTree& tree, Node node)
+ScaledValue address_unit_bits(const Layout& tree, Node node)
 {
     for (Node holder = RulesTree::parent(node); holder; holder = RulesTree::parent(holder))
         if (RulesTree::is(holder, "memoryMap") || RulesTree::is(holder, "addressSpace")) {
-            Value bits = value_of(tree, holder, "spirit:addressUnitBits");
+            const Value& bits = value_of(tree, holder, "spirit:addressUnitBits");
             return known(bits) && bits.value.sign() > 0 ? bits.value : ScaledValue(8);
         }
     return ScaledValue(8);
@@ -115,19 +155,19 @@ void report_overlaps(RuleContext& context, std::vector<Item> items)
 }
 
 // The registers and register files of a block or register file, with their extent in address units.
-std::vector<Item> registers_of(const RulesTree& tree, Node container)
+std::vector<Item> registers_of(const Layout& tree, Node container)
 {
     std::vector<Item> items;
     ScaledValue unit = address_unit_bits(tree, container);
     for (Node reg : tree.select("spirit:register", container)) {
-        Value offset = value_of(tree, reg, "spirit:addressOffset");
-        Value size = value_of(tree, reg, "spirit:size");
+        const Value& offset = value_of(tree, reg, "spirit:addressOffset");
+        const Value& size = value_of(tree, reg, "spirit:size");
         if (known(offset) && known(size) && size.value.sign() > 0)
             items.push_back({reg, "register", name_of(tree, reg), offset.value, ScaledValue::ceil_div(size.value, unit)});
     }
     for (Node file : tree.select("spirit:registerFile", container)) {
-        Value offset = value_of(tree, file, "spirit:addressOffset");
-        Value range = value_of(tree, file, "spirit:range");
+        const Value& offset = value_of(tree, file, "spirit:addressOffset");
+        const Value& range = value_of(tree, file, "spirit:range");
         if (known(offset) && known(range) && range.value.sign() > 0)
             items.push_back({file, "register file", name_of(tree, file), offset.value, range.value});
     }
@@ -160,14 +200,14 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         // A remap holds the blocks seen in its state instead of the map's own, so each is a layout
         // of its own; blocks of a bank are placed by the bank and have no base address.
         for (Node map : tree.select("//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap")) {
             std::vector<Item> blocks;
             for (Node block : tree.select("spirit:addressBlock", map)) {
-                Value base = value_of(tree, block, "spirit:baseAddress");
-                Value range = value_of(tree, block, "spirit:range");
+                const Value& base = value_of(tree, block, "spirit:baseAddress");
+                const Value& range = value_of(tree, block, "spirit:range");
                 if (known(base) && known(range) && range.value.sign() > 0)
                     blocks.push_back({block, "address block", name_of(tree, block), base.value, range.value});
             }
@@ -188,7 +228,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node container : tree.select(kContainers))
             report_overlaps(context, registers_of(tree, container));
     }
@@ -206,9 +246,9 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node container : tree.select(kContainers)) {
-            Value range = value_of(tree, container, "spirit:range");
+            const Value& range = value_of(tree, container, "spirit:range");
             if (!known(range))
                 continue;
             for (const Item& item : registers_of(tree, container))
@@ -221,12 +261,12 @@ public:
 };
 
 // The fields of a register with their bit offset and width.
-std::vector<Item> fields_of(const RulesTree& tree, Node reg)
+std::vector<Item> fields_of(const Layout& tree, Node reg)
 {
     std::vector<Item> items;
     for (Node field : tree.select("spirit:field", reg)) {
-        Value offset = value_of(tree, field, "spirit:bitOffset");
-        Value width = value_of(tree, field, "spirit:bitWidth");
+        const Value& offset = value_of(tree, field, "spirit:bitOffset");
+        const Value& width = value_of(tree, field, "spirit:bitWidth");
         if (known(offset) && known(width) && width.value.sign() > 0)
             items.push_back({field, "field", name_of(tree, field), offset.value, width.value, true});
     }
@@ -242,7 +282,7 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
             report_overlaps(context, fields_of(tree, reg));
         }
@@ -258,9 +298,9 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            Value size = value_of(tree, reg, "spirit:size");
+            const Value& size = value_of(tree, reg, "spirit:size");
             if (!known(size))
                 continue;
             for (const Item& field : fields_of(tree, reg))
@@ -292,13 +332,13 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            Value size = value_of(tree, reg, "spirit:size");
+            const Value& size = value_of(tree, reg, "spirit:size");
             if (!known(size) || size.value.sign() <= 0)
                 continue;
             for (const char* part : {"spirit:reset/spirit:value", "spirit:reset/spirit:mask"}) {
-                Value v = value_of(tree, reg, part);
+                const Value& v = value_of(tree, reg, part);
                 if (known(v) && !fits(v.value, size.value))
                     context.report(Severity::error, RulesTree::path(v.node),
                                    std::string("reset ") + (part[13] == 'v' ? "value " : "mask ") + v.text + " needs " +
@@ -318,13 +358,13 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (Node field : tree.select("//spirit:field")) {
-            Value width = value_of(tree, field, "spirit:bitWidth");
+            const Value& width = value_of(tree, field, "spirit:bitWidth");
             if (!known(width) || width.value.sign() <= 0)
                 continue;
             for (Node item : tree.select("spirit:enumeratedValues/spirit:enumeratedValue", field)) {
-                Value v = value_of(tree, item, "spirit:value");
+                const Value& v = value_of(tree, item, "spirit:value");
                 if (known(v) && !fits(v.value, width.value))
                     context.report(Severity::error, RulesTree::path(v.node),
                                    "enumerated value '" + name_of(tree, item) + "' = " + v.text +
@@ -360,10 +400,10 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (const SizedElement& sized : kSized)
             for (Node parent : tree.select(sized.parents)) {
-                Value v = value_of(tree, parent, sized.child);
+                const Value& v = value_of(tree, parent, sized.child);
                 if (known(v) && v.value.sign() <= 0)
                     context.report(Severity::error, RulesTree::path(v.node),
                                    std::string(sized.what) + " is " + v.text + "; it must be positive");
@@ -399,10 +439,10 @@ public:
     {
         if (!has_memory(context.document()))
             return;
-        const RulesTree& tree = context.shared<RulesTree>();
+        const Layout& tree = context.shared<Layout>();
         for (const SizedElement& layout : kLayoutValues)
             for (Node parent : tree.select(layout.parents)) {
-                Value v = value_of(tree, parent, layout.child);
+                const Value& v = value_of(tree, parent, layout.child);
                 if (v.node && !v.why.empty())
                     context.report(Severity::note, RulesTree::path(v.node),
                                    std::string("not checkable: ") + layout.what + " '" + v.text + "' (" + v.why + ")");

@@ -188,21 +188,20 @@ Expression parse_expression(std::string_view text)
 }
 
 // Rules ask the same few expressions, from their own tables, for every document: each is parsed
-// once per process. A thread remembers where it found an expression's text last, so the shared
-// table is consulted once per text per thread.
+// once per process, and a thread finds it again by its address without taking the lock.
 const Expression& parsed(const char* text)
 {
-    thread_local std::unordered_map<const char*, std::pair<std::string, const Expression*>> seen;
-    auto& known = seen[text];
-    if (known.second && known.first == text)
-        return *known.second;
+    thread_local std::unordered_map<const char*, const Expression*> seen;
+    const Expression*& known = seen[text];
+    if (known)
+        return *known;
     static std::mutex guard;
     static std::unordered_map<std::string, Expression> cache;
     std::lock_guard<std::mutex> lock(guard);
     auto found = cache.find(text);
     if (found == cache.end())
         found = cache.emplace(text, parse_expression(text)).first;
-    known = {text, &found->second};
+    known = &found->second;
     return found->second;
 }
 

@@ -46,7 +46,8 @@ public:
     /// (`.//`), alternatives joined by `|`, and on a step one predicate of attribute tests joined by
     /// `or` (`[@spirit:a]`, `[@spirit:a='v']`). The prefix "spirit" names the standard's namespace.
     /// An attribute node stands for its value; its path is its element's. An expression outside
-    /// this form selects nothing.
+    /// this form selects nothing. Expressions are known again by their address: pass literals or
+    /// entries of tables that live as long as the process, never a text built for the call.
     std::vector<Node> select(const char* expression, Node context = nullptr) const;
 
     /// The first node select() would give, or null; a chain of child steps ("spirit:reset/spirit:value")

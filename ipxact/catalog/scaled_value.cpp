@@ -1,5 +1,7 @@
 #include <ipxact/catalog/scaled_value.h>
 
+#include <limits>
+
 #include <gmpxx.h>
 
 namespace ipxact {
@@ -12,8 +14,12 @@ struct ScaledValue::Number {
 ScaledValue::ScaledValue() = default;
 ScaledValue::ScaledValue(long long value) : m_value(new Number)
 {
-    // mpz_class has no long long constructor on every platform; go through the decimal text.
-    m_value->value.set_str(std::to_string(value), 10);
+    // mpz_class has no long long constructor on every platform; where long is narrower, go
+    // through the decimal text.
+    if (value >= std::numeric_limits<long>::min() && value <= std::numeric_limits<long>::max())
+        m_value->value = static_cast<long>(value);
+    else
+        m_value->value.set_str(std::to_string(value), 10);
 }
 ScaledValue::ScaledValue(std::unique_ptr<Number> value) : m_value(std::move(value)) {}
 ScaledValue::~ScaledValue() = default;

@@ -1,5 +1,5 @@
-// Arbitrary bytes through the command line's own path: read collecting every fault, as `ipxact check`
-// does, then, when the document read cleanly, summarise it as `ipxact info` does and write it back as
+// Arbitrary bytes through the command line's own path: read collecting every fault, as `ipxact info`
+// and `ipxact format` do, then, when the document read cleanly, summarise it as `ipxact info` does and write it back as
 // `ipxact format` does. None of it may crash or throw; a document that reads must also write.
 #include <cstddef>
 #include <cstdint>

@@ -20,7 +20,7 @@ cd "$(dirname "$0")/.."
 repo=$(pwd)
 seconds=${1:-60}
 build=${FUZZ_BUILD_DIR:-$repo/build-fuzz}
-targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_cli_summary fuzz_values)
+targets=(fuzz_top_roundtrip fuzz_top_continuing fuzz_cli_summary fuzz_catalog_rules fuzz_values)
 
 mkdir -p "$build"
 cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \

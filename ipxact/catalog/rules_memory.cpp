@@ -3,10 +3,9 @@
 // are compared exactly (ScaledValue); a value that cannot be known without evaluating it is left
 // out of every check and named once by memory.not-checkable.
 #include <algorithm>
-#include <functional>
+#include <cstdint>
+#include <deque>
 #include <string>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include <ipxact/catalog/rule.h>
@@ -42,12 +41,10 @@ bool decided_elsewhere(Node node, std::string* why)
     return false;
 }
 
-Value read_value(const RulesTree& tree, Node parent, const char* child)
+Value read_value(Node node)
 {
     Value v;
-    v.node = tree.first(child, parent);
-    if (!v.node)
-        return v;
+    v.node = node;
     v.text = RulesTree::text(v.node);
     if (decided_elsewhere(v.node, &v.why))
         return v;
@@ -57,36 +54,40 @@ Value read_value(const RulesTree& tree, Node parent, const char* child)
     return v;
 }
 
-// A document's tree with its layout values, each found and parsed once for all the memory rules:
-// they look at the same offsets, sizes and widths, one rule after another.
+// A document's tree with its layout values, each parsed once for all the memory rules: they look
+// at the same offsets, sizes and widths, one rule after another.
 class Layout {
 public:
-    explicit Layout(RuleContext& context) : m_tree(context.shared<RulesTree>()) {}
+    explicit Layout(RuleContext& context) : m_tree(context.shared<RulesTree>()), m_slots(m_tree.size(), kNone) {}
 
     std::vector<Node> select(const char* expression, Node context = nullptr) const
     {
         return m_tree.select(expression, context);
     }
     bool field(Node member, const char* key, std::string* value) const { return m_tree.field(member, key, value); }
-    // The value of the child of `parent` that `child` (a chain of child steps) names.
+    // The value of the child of `parent` that `child` (a chain of child steps) names; its node is
+    // null when there is no such child.
     const Value& value(Node parent, const char* child) const
     {
-        auto found = m_values.find({parent, child});
-        if (found == m_values.end())
-            found = m_values.emplace(std::make_pair(parent, child), read_value(m_tree, parent, child)).first;
-        return found->second;
+        Node node = m_tree.first(child, parent);
+        if (!node)
+            return m_absent;
+        uint32_t& slot = m_slots[RulesTree::position(node)];
+        if (slot == kNone) {
+            slot = static_cast<uint32_t>(m_values.size());
+            m_values.push_back(read_value(node));
+        }
+        return m_values[slot];
     }
 
 private:
-    struct KeyHash {
-        size_t operator()(const std::pair<Node, const char*>& key) const
-        {
-            return std::hash<const void*>()(key.first) * 31 + std::hash<const void*>()(key.second);
-        }
-    };
+    static constexpr uint32_t kNone = 0xFFFFFFFFu;
     const RulesTree& m_tree;
-    // The rules of one document run in one thread, one after another.
-    mutable std::unordered_map<std::pair<Node, const char*>, Value, KeyHash> m_values;
+    const Value m_absent;
+    // Per node of the tree, where its value stands in m_values. The rules of one document run in
+    // one thread, one after another.
+    mutable std::vector<uint32_t> m_slots;
+    mutable std::deque<Value> m_values;
 };
 
 const Value& value_of(const Layout& tree, Node parent, const char* child)

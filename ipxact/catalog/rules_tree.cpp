@@ -610,6 +610,16 @@ bool RulesTree::field(Node member, const char* key, std::string* value) const
     return true;
 }
 
+size_t RulesTree::size() const
+{
+    return m_impl->items.size();
+}
+
+size_t RulesTree::position(Node node)
+{
+    return node->order;
+}
+
 RulesTree::Node RulesTree::parent(Node node)
 {
     if (!node)

@@ -5,6 +5,7 @@
 #ifndef IPXACT_CATALOG_RULES_TREE_H
 #define IPXACT_CATALOG_RULES_TREE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -58,6 +59,11 @@ public:
     /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
     /// the member has no such value (nothing to compare).
     bool field(Node member, const char* key, std::string* value) const;
+
+    /// Number of nodes (elements and attributes, and one for the document itself).
+    size_t size() const;
+    /// A node's position in document order, below size(): a key for what a rule keeps per node.
+    static size_t position(Node node);
 
     /// The element holding an element or attribute; null for the document element.
     static Node parent(Node node);

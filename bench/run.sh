@@ -31,7 +31,12 @@ schema="$root/../shared/ipxact-1685-2009/index.xsd"
 note() { printf 'run.sh: %s\n' "$*" >&2; }
 
 # ---------------------------------------------------------------- build
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DIPXACT_BUILD_TESTS=OFF >/dev/null
+# A build directory configured already keeps its options (a developer's build keeps its tests).
+if [ -f "$build/CMakeCache.txt" ]; then
+  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
+else
+  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DIPXACT_BUILD_TESTS=OFF >/dev/null
+fi
 targets=(parser_floor)
 have_library=0
 if [[ -f ipxact/spirit/HIPGSComponent.h ]]; then

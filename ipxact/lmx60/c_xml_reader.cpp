@@ -688,6 +688,7 @@ void c_xml_reader::fail_from_parser()
 
 void c_xml_reader::take_element(const token_record& start)
 {
+    m_note_token = static_cast<size_t>(-1);
     m_element_local = start.local;
     m_element_local_length = std::strlen(start.local);
     m_element_prefix = start.prefix;

@@ -117,6 +117,21 @@ public:
     bool find_attribute(const char* nsUri, const char* local, std::string* value) const;
     // Counts the tokens passed so far, so that a caller can tell whether a step consumed anything.
     size_t token_count() const { return m_token_count; }
+    // One number a host works out from the current token and keeps until the reader moves on: a
+    // binding asks which of its elements the current one is at each level of nested content, and
+    // the answer does not change while the reader stands still.
+    bool token_note(int* value) const
+    {
+        if (m_note_token != m_token_count)
+            return false;
+        *value = m_note;
+        return true;
+    }
+    void set_token_note(int value)
+    {
+        m_note_token = m_token_count;
+        m_note = value;
+    }
 
     // Resolves a prefix in the scope of the current element (for xsi:type values), then among the
     // mappings added by the host.
@@ -250,6 +265,8 @@ private:
     const s_ns_map* m_ns_map = nullptr;
     token m_token = tok_eof;
     size_t m_token_count = 0;
+    size_t m_note_token = static_cast<size_t>(-1);  // the token m_note belongs to
+    int m_note = 0;
     int m_element_ns_id = -1;
     const char* m_element_local = "";
     size_t m_element_local_length = 0;

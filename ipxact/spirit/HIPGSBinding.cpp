@@ -462,10 +462,15 @@ int element_event(lmx60::c_xml_reader& reader)
 {
     if (reader.current() != lmx60::c_xml_reader::tok_start)
         return lmx60::EVENT_UNKNOWN;
+    int event;
+    if (reader.token_note(&event))
+        return event;
     const auto& table = event_table();
     auto found = table.find(
         name_key{reader.element_ns_id(), std::string_view(reader.element_local_name(), reader.element_local_length())});
-    return found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
+    event = found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
+    reader.set_token_note(event);
+    return event;
 }
 
 namespace {

@@ -129,30 +129,39 @@ std::string span(const ScaledValue& first, const ScaledValue& size, bool bits = 
 // One item laid out in a container: a block in a map, a register in a block, a field in a register.
 struct Item {
     Node node;
-    std::string kind;
-    std::string name;
+    const char* kind;
     ScaledValue first;
     ScaledValue size;
     bool bits = false;  // bit positions rather than addresses
 };
 
-// Reports each item that overlaps one placed before it in address order.
-void report_overlaps(RuleContext& context, std::vector<Item> items)
+// Reports each item that overlaps one placed before it in address order, naming the first such.
+void report_overlaps(RuleContext& context, const Layout& tree, std::vector<Item> items)
 {
     std::stable_sort(items.begin(), items.end(),
                      [](const Item& a, const Item& b) { return ScaledValue::compare(a.first, b.first) < 0; });
-    for (size_t i = 1; i < items.size(); ++i)
-        for (size_t j = 0; j < i; ++j) {
+    std::vector<ScaledValue> ends;
+    ends.reserve(items.size());
+    for (const Item& item : items)
+        ends.push_back(item.first + item.size);
+    // An item overlaps an earlier one exactly when it starts before the furthest end so far; only
+    // then is the earlier one looked for.
+    size_t furthest = 0;
+    for (size_t i = 1; i < items.size(); ++i) {
+        const Item& later = items[i];
+        if (ScaledValue::compare(later.first, ends[furthest]) < 0) {
+            size_t j = 0;
+            while (ScaledValue::compare(later.first, ends[j]) >= 0)
+                ++j;
             const Item& earlier = items[j];
-            const Item& later = items[i];
-            if (ScaledValue::compare(later.first, earlier.first + earlier.size) < 0) {
-                context.report(Severity::error, RulesTree::path(later.node),
-                               later.kind + " '" + later.name + "' " + span(later.first, later.size, later.bits) +
-                                   " overlaps " + earlier.kind + " '" + earlier.name + "' " +
-                                   span(earlier.first, earlier.size, earlier.bits));
-                break;
-            }
+            context.report(Severity::error, RulesTree::path(later.node),
+                           std::string(later.kind) + " '" + name_of(tree, later.node) + "' " +
+                               span(later.first, later.size, later.bits) + " overlaps " + earlier.kind + " '" +
+                               name_of(tree, earlier.node) + "' " + span(earlier.first, earlier.size, earlier.bits));
         }
+        if (ScaledValue::compare(ends[i], ends[furthest]) > 0)
+            furthest = i;
+    }
 }
 
 // The registers and register files of a block or register file, with their extent in address units.
@@ -164,13 +173,13 @@ std::vector<Item> registers_of(const Layout& tree, Node container)
         const Value& offset = value_of(tree, reg, "spirit:addressOffset");
         const Value& size = value_of(tree, reg, "spirit:size");
         if (known(offset) && known(size) && size.value.sign() > 0)
-            items.push_back({reg, "register", name_of(tree, reg), offset.value, ScaledValue::ceil_div(size.value, unit)});
+            items.push_back({reg, "register", offset.value, ScaledValue::ceil_div(size.value, unit)});
     }
     for (Node file : tree.select("spirit:registerFile", container)) {
         const Value& offset = value_of(tree, file, "spirit:addressOffset");
         const Value& range = value_of(tree, file, "spirit:range");
         if (known(offset) && known(range) && range.value.sign() > 0)
-            items.push_back({file, "register file", name_of(tree, file), offset.value, range.value});
+            items.push_back({file, "register file", offset.value, range.value});
     }
     return items;
 }
@@ -210,9 +219,9 @@ public:
                 const Value& base = value_of(tree, block, "spirit:baseAddress");
                 const Value& range = value_of(tree, block, "spirit:range");
                 if (known(base) && known(range) && range.value.sign() > 0)
-                    blocks.push_back({block, "address block", name_of(tree, block), base.value, range.value});
+                    blocks.push_back({block, "address block", base.value, range.value});
             }
-            report_overlaps(context, blocks);
+            report_overlaps(context, tree, blocks);
         }
     }
 };
@@ -231,7 +240,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node container : tree.select(kContainers))
-            report_overlaps(context, registers_of(tree, container));
+            report_overlaps(context, tree, registers_of(tree, container));
     }
 };
 
@@ -255,7 +264,7 @@ public:
             for (const Item& item : registers_of(tree, container))
                 if (ScaledValue::compare(item.first + item.size, range.value) > 0)
                     context.report(Severity::error, RulesTree::path(item.node),
-                                   item.kind + " '" + item.name + "' " + span(item.first, item.size) +
+                                   item.kind + std::string(" '") + name_of(tree, item.node) + "' " + span(item.first, item.size) +
                                        " goes past the end of its range of " + range.value.to_hex() + " address units");
         }
     }
@@ -269,7 +278,7 @@ std::vector<Item> fields_of(const Layout& tree, Node reg)
         const Value& offset = value_of(tree, field, "spirit:bitOffset");
         const Value& width = value_of(tree, field, "spirit:bitWidth");
         if (known(offset) && known(width) && width.value.sign() > 0)
-            items.push_back({field, "field", name_of(tree, field), offset.value, width.value, true});
+            items.push_back({field, "field", offset.value, width.value, true});
     }
     return items;
 }
@@ -285,7 +294,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            report_overlaps(context, fields_of(tree, reg));
+            report_overlaps(context, tree, fields_of(tree, reg));
         }
     }
 };
@@ -307,7 +316,7 @@ public:
             for (const Item& field : fields_of(tree, reg))
                 if (ScaledValue::compare(field.first + field.size, size.value) > 0)
                     context.report(Severity::error, RulesTree::path(field.node),
-                                   "field '" + field.name + "' bits " + span(field.first, field.size, true) +
+                                   "field '" + name_of(tree, field.node) + "' bits " + span(field.first, field.size, true) +
                                        " go past the register's size of " + size.value.to_string() + " bits");
         }
     }

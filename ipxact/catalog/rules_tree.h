@@ -43,9 +43,10 @@ public:
     Node root() const;
     /// The element and attribute nodes a path expression selects from `context` (the document
     /// element when null), in document order, each once. The expressions are XPath's abbreviated
-    /// location paths: steps `name`, `*` and `@name` joined by `/` and `//`, absolute or relative
-    /// (`.//`), alternatives joined by `|`, and on a step one predicate of attribute tests joined by
-    /// `or` (`[@spirit:a]`, `[@spirit:a='v']`). The prefix "spirit" names the standard's namespace.
+    /// location paths: element steps (a name or `*`) and attribute steps joined by `/` and `//`,
+    /// absolute or relative (`.//`), alternatives joined by `|`, and on a step one predicate whose
+    /// tests, joined by `or`, ask for an attribute or for an attribute equal to a quoted text. The
+    /// prefix "spirit" names the standard's namespace.
     /// An attribute node stands for its value; its path is its element's. An expression outside
     /// this form selects nothing. Expressions are known again by their address: pass literals or
     /// entries of tables that live as long as the process, never a text built for the call.

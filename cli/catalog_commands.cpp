@@ -323,11 +323,7 @@ int run_check_text(const catalog_options& options, std::ostream& out)
     std::string lastFile;
     for (const Finding& finding : catalog.load_findings()) {
         bool isDocument = catalog.find_file(finding.file) != nullptr;
-        if (finding.rule == "read.fault") {
-            out << read_fault_line(finding) << '\n';
-        } else {
-            out << format_finding(finding) << '\n';
-        }
+        out << (finding.rule == "read.fault" ? read_fault_line(finding) : format_finding(finding)) << '\n';
         ++faultCount;
         if (!isDocument && finding.file != lastFile) {
             ++documents;

@@ -1,6 +1,5 @@
 #include "faults.h"
 
-
 #include <ipxact/lmx60/c_xml_reader.h>
 
 namespace ipxact_cli {

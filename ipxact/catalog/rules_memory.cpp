@@ -90,11 +90,6 @@ private:
     mutable std::deque<Value> m_values;
 };
 
-const Value& value_of(const Layout& tree, Node parent, const char* child)
-{
-    return tree.value(parent, child);
-}
-
 bool known(const Value& v)
 {
     return v.node && v.value.checkable();
@@ -112,7 +107,7 @@ ScaledValue address_unit_bits(const Layout& tree, Node node)
 {
     for (Node holder = RulesTree::parent(node); holder; holder = RulesTree::parent(holder))
         if (RulesTree::is(holder, "memoryMap") || RulesTree::is(holder, "addressSpace")) {
-            const Value& bits = value_of(tree, holder, "spirit:addressUnitBits");
+            const Value& bits = tree.value(holder, "spirit:addressUnitBits");
             return known(bits) && bits.value.sign() > 0 ? bits.value : ScaledValue(8);
         }
     return ScaledValue(8);
@@ -170,14 +165,14 @@ std::vector<Item> registers_of(const Layout& tree, Node container)
     std::vector<Item> items;
     ScaledValue unit = address_unit_bits(tree, container);
     for (Node reg : tree.select("spirit:register", container)) {
-        const Value& offset = value_of(tree, reg, "spirit:addressOffset");
-        const Value& size = value_of(tree, reg, "spirit:size");
+        const Value& offset = tree.value(reg, "spirit:addressOffset");
+        const Value& size = tree.value(reg, "spirit:size");
         if (known(offset) && known(size) && size.value.sign() > 0)
             items.push_back({reg, "register", offset.value, ScaledValue::ceil_div(size.value, unit)});
     }
     for (Node file : tree.select("spirit:registerFile", container)) {
-        const Value& offset = value_of(tree, file, "spirit:addressOffset");
-        const Value& range = value_of(tree, file, "spirit:range");
+        const Value& offset = tree.value(file, "spirit:addressOffset");
+        const Value& range = tree.value(file, "spirit:range");
         if (known(offset) && known(range) && range.value.sign() > 0)
             items.push_back({file, "register file", offset.value, range.value});
     }
@@ -216,8 +211,8 @@ public:
         for (Node map : tree.select("//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap")) {
             std::vector<Item> blocks;
             for (Node block : tree.select("spirit:addressBlock", map)) {
-                const Value& base = value_of(tree, block, "spirit:baseAddress");
-                const Value& range = value_of(tree, block, "spirit:range");
+                const Value& base = tree.value(block, "spirit:baseAddress");
+                const Value& range = tree.value(block, "spirit:range");
                 if (known(base) && known(range) && range.value.sign() > 0)
                     blocks.push_back({block, "address block", base.value, range.value});
             }
@@ -258,7 +253,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node container : tree.select(kContainers)) {
-            const Value& range = value_of(tree, container, "spirit:range");
+            const Value& range = tree.value(container, "spirit:range");
             if (!known(range))
                 continue;
             for (const Item& item : registers_of(tree, container))
@@ -275,8 +270,8 @@ std::vector<Item> fields_of(const Layout& tree, Node reg)
 {
     std::vector<Item> items;
     for (Node field : tree.select("spirit:field", reg)) {
-        const Value& offset = value_of(tree, field, "spirit:bitOffset");
-        const Value& width = value_of(tree, field, "spirit:bitWidth");
+        const Value& offset = tree.value(field, "spirit:bitOffset");
+        const Value& width = tree.value(field, "spirit:bitWidth");
         if (known(offset) && known(width) && width.value.sign() > 0)
             items.push_back({field, "field", offset.value, width.value, true});
     }
@@ -310,7 +305,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            const Value& size = value_of(tree, reg, "spirit:size");
+            const Value& size = tree.value(reg, "spirit:size");
             if (!known(size))
                 continue;
             for (const Item& field : fields_of(tree, reg))
@@ -344,11 +339,11 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            const Value& size = value_of(tree, reg, "spirit:size");
+            const Value& size = tree.value(reg, "spirit:size");
             if (!known(size) || size.value.sign() <= 0)
                 continue;
             for (const char* part : {"spirit:reset/spirit:value", "spirit:reset/spirit:mask"}) {
-                const Value& v = value_of(tree, reg, part);
+                const Value& v = tree.value(reg, part);
                 if (known(v) && !fits(v.value, size.value))
                     context.report(Severity::error, RulesTree::path(v.node),
                                    std::string("reset ") + (part[13] == 'v' ? "value " : "mask ") + v.text + " needs " +
@@ -370,11 +365,11 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node field : tree.select("//spirit:field")) {
-            const Value& width = value_of(tree, field, "spirit:bitWidth");
+            const Value& width = tree.value(field, "spirit:bitWidth");
             if (!known(width) || width.value.sign() <= 0)
                 continue;
             for (Node item : tree.select("spirit:enumeratedValues/spirit:enumeratedValue", field)) {
-                const Value& v = value_of(tree, item, "spirit:value");
+                const Value& v = tree.value(item, "spirit:value");
                 if (known(v) && !fits(v.value, width.value))
                     context.report(Severity::error, RulesTree::path(v.node),
                                    "enumerated value '" + name_of(tree, item) + "' = " + v.text +
@@ -413,7 +408,7 @@ public:
         const Layout& tree = context.shared<Layout>();
         for (const SizedElement& sized : kSized)
             for (Node parent : tree.select(sized.parents)) {
-                const Value& v = value_of(tree, parent, sized.child);
+                const Value& v = tree.value(parent, sized.child);
                 if (known(v) && v.value.sign() <= 0)
                     context.report(Severity::error, RulesTree::path(v.node),
                                    std::string(sized.what) + " is " + v.text + "; it must be positive");
@@ -452,7 +447,7 @@ public:
         const Layout& tree = context.shared<Layout>();
         for (const SizedElement& layout : kLayoutValues)
             for (Node parent : tree.select(layout.parents)) {
-                const Value& v = value_of(tree, parent, layout.child);
+                const Value& v = tree.value(parent, layout.child);
                 if (v.node && !v.why.empty())
                     context.report(Severity::note, RulesTree::path(v.node),
                                    std::string("not checkable: ") + layout.what + " '" + v.text + "' (" + v.why + ")");

@@ -30,7 +30,6 @@ std::string_view trimmed(std::string_view s)
 
 }  // namespace
 
-
 // Elements and attributes in document order: an element, then its attributes, then its children.
 // Names and namespaces are interned per tree: equal names have equal ids and equal pointers.
 struct RulesTree::Item {
@@ -215,8 +214,7 @@ constexpr uint32_t kNoName = 0xFFFFFFFFu;
 }  // namespace
 
 struct RulesTree::Impl {
-    std::deque<Item> items;  // stable addresses while the tree grows
-    std::vector<const Item*> by_order;
+    std::deque<Item> items;  // in document order; stable addresses while the tree grows
     std::string text_store;  // every value, one after another
     std::vector<std::pair<uint32_t, uint32_t>> value_spans;  // per item: offset and length in text_store
     std::deque<std::string> names;                           // interned names and namespaces, by id
@@ -325,7 +323,6 @@ public:
     {
         settle();
         m_impl.items.front().end = static_cast<uint32_t>(m_impl.items.size());
-        m_impl.by_order.reserve(m_impl.items.size());
         m_impl.elements_named.resize(m_impl.names.size());
         m_impl.attributes_named.resize(m_impl.names.size());
         for (Item& item : m_impl.items) {
@@ -333,7 +330,6 @@ public:
             item.value = std::string_view(m_impl.text_store).substr(span.first, span.second);
             item.local = m_impl.names[item.local_id].c_str();
             item.ns = m_impl.names[item.ns_id].c_str();
-            m_impl.by_order.push_back(&item);
             if (item.kind == Item::Kind::element)
                 m_impl.elements_named[item.local_id].push_back(&item);
             else if (item.kind == Item::Kind::attribute)
@@ -485,8 +481,8 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
             return;
         }
         for (uint32_t order = context->order + 1; order < context->end; ++order)
-            if (by_order[order]->kind == Item::Kind::element)
-                keep(by_order[order]);
+            if (items[order].kind == Item::Kind::element)
+                keep(&items[order]);
         return;
     }
     std::pair<uint32_t, uint32_t> ids = names_of(step);

@@ -121,27 +121,18 @@ void c_xml_writer::start_element(const char* qname)
 {
     if (m_sink) {
         m_sink->start_element(qname);
-        m_open.push_back({m_ns_scope.size(), false});
-        if (!m_wrote_root) {
-            m_wrote_root = true;
-            if (m_selected_map) {
-                write_ns_declarations(m_selected_map);
-                m_root_declared = true;
+    } else {
+        if (!m_open.empty()) {
+            if (m_start_tag_open) {
+                close_start_tag();
+                m_buffer += defaults().nl;
             }
+            m_open.back().has_children = true;
         }
-        m_start_tag_open = true;
-        return;
+        indent();
+        m_buffer += '<';
+        m_buffer += qname;
     }
-    if (!m_open.empty()) {
-        if (m_start_tag_open) {
-            close_start_tag();
-            m_buffer += defaults().nl;
-        }
-        m_open.back().has_children = true;
-    }
-    indent();
-    m_buffer += '<';
-    m_buffer += qname;
     m_open.push_back({m_ns_scope.size(), false});
     m_start_tag_open = true;
     if (!m_wrote_root) {

@@ -70,20 +70,20 @@ class RulesTreeTest : public ::testing::Test {
 protected:
     RulesTreeTest() : document(catalog.add_text("timer.xml", kComponent)), tree(document) {}
 
-    std::vector<std::string> paths(const char* expression, RulesTree::Node context = nullptr) const
+    // What `describe` says of each node selected.
+    std::vector<std::string> selected(const char* expression, std::string (*describe)(RulesTree::Node),
+                                      RulesTree::Node context = nullptr) const
     {
         std::vector<std::string> found;
         for (RulesTree::Node node : tree.select(expression, context))
-            found.push_back(RulesTree::path(node));
+            found.push_back(describe(node));
         return found;
     }
-    std::vector<std::string> texts(const char* expression) const
+    std::vector<std::string> paths(const char* expression, RulesTree::Node context = nullptr) const
     {
-        std::vector<std::string> found;
-        for (RulesTree::Node node : tree.select(expression))
-            found.push_back(RulesTree::text(node));
-        return found;
+        return selected(expression, RulesTree::path, context);
     }
+    std::vector<std::string> texts(const char* expression) const { return selected(expression, RulesTree::text); }
 
     Catalog catalog;
     const Document& document;

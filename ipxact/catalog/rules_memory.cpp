@@ -3,6 +3,7 @@
 // are compared exactly (ScaledValue); a value that cannot be known without evaluating it is left
 // out of every check and named once by memory.not-checkable.
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -20,8 +21,7 @@ namespace {
 
 using Node = RulesTree::Node;
 
-// The value of a child element of `parent` named by `child` (an XPath step, "spirit:range"); the
-// node is null when the child is absent.
+// A layout value (a child element holding a number); the node is null when the element is absent.
 struct Value {
     Node node = nullptr;
     ScaledValue value;
@@ -54,26 +54,53 @@ Value read_value(Node node)
     return v;
 }
 
-// A document's tree with its layout values, each parsed once for all the memory rules: they look
-// at the same offsets, sizes and widths, one rule after another.
+// The layout values the rules read, each a child of the element it belongs to.
+enum Part : uint8_t {
+    kAddressUnitBits,
+    kBaseAddress,
+    kRange,
+    kWidth,
+    kAddressOffset,
+    kSize,
+    kResetValue,
+    kResetMask,
+    kBitOffset,
+    kBitWidth,
+    kValue,
+    kParts
+};
+
+const char* const kPartPaths[kParts] = {
+    "spirit:addressUnitBits", "spirit:baseAddress", "spirit:range",       "spirit:width",
+    "spirit:addressOffset",   "spirit:size",        "spirit:reset/spirit:value", "spirit:reset/spirit:mask",
+    "spirit:bitOffset",       "spirit:bitWidth",    "spirit:value",
+};
+
+// A document's tree with its layout values, each looked up and parsed once for all the memory
+// rules: they look at the same offsets, sizes and widths, one rule after another.
 class Layout {
 public:
-    explicit Layout(RuleContext& context) : m_tree(context.shared<RulesTree>()), m_slots(m_tree.size(), kNone) {}
+    explicit Layout(RuleContext& context) : m_tree(context.shared<RulesTree>()), m_records(m_tree.size(), kNone) {}
 
     std::vector<Node> select(const char* expression, Node context = nullptr) const
     {
         return m_tree.select(expression, context);
     }
     bool field(Node member, const char* key, std::string* value) const { return m_tree.field(member, key, value); }
-    // The value of the child of `parent` that `child` (a chain of child steps) names; its node is
-    // null when there is no such child.
-    const Value& value(Node parent, const char* child) const
+    // The value `part` of the element `parent`; its node is null when the element has none.
+    const Value& value(Node parent, Part part) const
     {
-        Node node = m_tree.first(child, parent);
-        if (!node)
-            return m_absent;
-        uint32_t& slot = m_slots[RulesTree::position(node)];
+        uint32_t& record = m_records[RulesTree::position(parent)];
+        if (record == kNone) {
+            record = static_cast<uint32_t>(m_parts.size());
+            m_parts.emplace_back();
+            m_parts.back().fill(kNone);
+        }
+        uint32_t& slot = m_parts[record][part];
         if (slot == kNone) {
+            Node node = m_tree.first(kPartPaths[part], parent);
+            if (!node)
+                return m_absent;
             slot = static_cast<uint32_t>(m_values.size());
             m_values.push_back(read_value(node));
         }
@@ -84,9 +111,11 @@ private:
     static constexpr uint32_t kNone = 0xFFFFFFFFu;
     const RulesTree& m_tree;
     const Value m_absent;
-    // Per node of the tree, where its value stands in m_values. The rules of one document run in
-    // one thread, one after another.
-    mutable std::vector<uint32_t> m_slots;
+    // The rules of one document run in one thread, one after another. Per node of the tree, where
+    // its parts stand in m_parts; per part, where its value stands in m_values (an absent part is
+    // looked for again, which costs little: most parts are there).
+    mutable std::vector<uint32_t> m_records;
+    mutable std::deque<std::array<uint32_t, kParts>> m_parts;
     mutable std::deque<Value> m_values;
 };
 
@@ -107,7 +136,7 @@ ScaledValue address_unit_bits(const Layout& tree, Node node)
 {
     for (Node holder = RulesTree::parent(node); holder; holder = RulesTree::parent(holder))
         if (RulesTree::is(holder, "memoryMap") || RulesTree::is(holder, "addressSpace")) {
-            const Value& bits = tree.value(holder, "spirit:addressUnitBits");
+            const Value& bits = tree.value(holder, kAddressUnitBits);
             return known(bits) && bits.value.sign() > 0 ? bits.value : ScaledValue(8);
         }
     return ScaledValue(8);
@@ -165,14 +194,14 @@ std::vector<Item> registers_of(const Layout& tree, Node container)
     std::vector<Item> items;
     ScaledValue unit = address_unit_bits(tree, container);
     for (Node reg : tree.select("spirit:register", container)) {
-        const Value& offset = tree.value(reg, "spirit:addressOffset");
-        const Value& size = tree.value(reg, "spirit:size");
+        const Value& offset = tree.value(reg, kAddressOffset);
+        const Value& size = tree.value(reg, kSize);
         if (known(offset) && known(size) && size.value.sign() > 0)
             items.push_back({reg, "register", offset.value, ScaledValue::ceil_div(size.value, unit)});
     }
     for (Node file : tree.select("spirit:registerFile", container)) {
-        const Value& offset = tree.value(file, "spirit:addressOffset");
-        const Value& range = tree.value(file, "spirit:range");
+        const Value& offset = tree.value(file, kAddressOffset);
+        const Value& range = tree.value(file, kRange);
         if (known(offset) && known(range) && range.value.sign() > 0)
             items.push_back({file, "register file", offset.value, range.value});
     }
@@ -211,8 +240,8 @@ public:
         for (Node map : tree.select("//spirit:memoryMap|//spirit:memoryRemap|//spirit:localMemoryMap")) {
             std::vector<Item> blocks;
             for (Node block : tree.select("spirit:addressBlock", map)) {
-                const Value& base = tree.value(block, "spirit:baseAddress");
-                const Value& range = tree.value(block, "spirit:range");
+                const Value& base = tree.value(block, kBaseAddress);
+                const Value& range = tree.value(block, kRange);
                 if (known(base) && known(range) && range.value.sign() > 0)
                     blocks.push_back({block, "address block", base.value, range.value});
             }
@@ -253,7 +282,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node container : tree.select(kContainers)) {
-            const Value& range = tree.value(container, "spirit:range");
+            const Value& range = tree.value(container, kRange);
             if (!known(range))
                 continue;
             for (const Item& item : registers_of(tree, container))
@@ -270,8 +299,8 @@ std::vector<Item> fields_of(const Layout& tree, Node reg)
 {
     std::vector<Item> items;
     for (Node field : tree.select("spirit:field", reg)) {
-        const Value& offset = tree.value(field, "spirit:bitOffset");
-        const Value& width = tree.value(field, "spirit:bitWidth");
+        const Value& offset = tree.value(field, kBitOffset);
+        const Value& width = tree.value(field, kBitWidth);
         if (known(offset) && known(width) && width.value.sign() > 0)
             items.push_back({field, "field", offset.value, width.value, true});
     }
@@ -305,7 +334,7 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            const Value& size = tree.value(reg, "spirit:size");
+            const Value& size = tree.value(reg, kSize);
             if (!known(size))
                 continue;
             for (const Item& field : fields_of(tree, reg))
@@ -339,14 +368,14 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node reg : tree.select(kRegisters)) {
-            const Value& size = tree.value(reg, "spirit:size");
+            const Value& size = tree.value(reg, kSize);
             if (!known(size) || size.value.sign() <= 0)
                 continue;
-            for (const char* part : {"spirit:reset/spirit:value", "spirit:reset/spirit:mask"}) {
+            for (Part part : {kResetValue, kResetMask}) {
                 const Value& v = tree.value(reg, part);
                 if (known(v) && !fits(v.value, size.value))
                     context.report(Severity::error, RulesTree::path(v.node),
-                                   std::string("reset ") + (part[13] == 'v' ? "value " : "mask ") + v.text + " needs " +
+                                   std::string("reset ") + (part == kResetValue ? "value " : "mask ") + v.text + " needs " +
                                        std::to_string(v.value.bit_length()) + " bits; the register has " +
                                        size.value.to_string());
             }
@@ -365,11 +394,11 @@ public:
             return;
         const Layout& tree = context.shared<Layout>();
         for (Node field : tree.select("//spirit:field")) {
-            const Value& width = tree.value(field, "spirit:bitWidth");
+            const Value& width = tree.value(field, kBitWidth);
             if (!known(width) || width.value.sign() <= 0)
                 continue;
             for (Node item : tree.select("spirit:enumeratedValues/spirit:enumeratedValue", field)) {
-                const Value& v = tree.value(item, "spirit:value");
+                const Value& v = tree.value(item, kValue);
                 if (known(v) && !fits(v.value, width.value))
                     context.report(Severity::error, RulesTree::path(v.node),
                                    "enumerated value '" + name_of(tree, item) + "' = " + v.text +
@@ -379,18 +408,18 @@ public:
     }
 };
 
-// Each sized element: where it stands (XPath of its parent) and its size child.
+// Each sized element: where it stands (XPath of its parent) and its size.
 struct SizedElement {
     const char* parents;
-    const char* child;
+    Part child;
     const char* what;
 };
 
 const SizedElement kSized[] = {
-    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", "spirit:range", "range"},
-    {"//spirit:addressBlock|//spirit:addressSpace", "spirit:width", "width"},
-    {"//spirit:register|//spirit:alternateRegister", "spirit:size", "size"},
-    {"//spirit:field", "spirit:bitWidth", "bit width"},
+    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", kRange, "range"},
+    {"//spirit:addressBlock|//spirit:addressSpace", kWidth, "width"},
+    {"//spirit:register|//spirit:alternateRegister", kSize, "size"},
+    {"//spirit:field", kBitWidth, "bit width"},
 };
 
 class PositiveSize : public Rule {
@@ -416,19 +445,19 @@ public:
     }
 };
 
-// Every value the layout rules read, by parent and child step.
+// Every value the layout rules read, by parent and part.
 const SizedElement kLayoutValues[] = {
-    {"//spirit:memoryMap|//spirit:addressSpace", "spirit:addressUnitBits", "address unit bits"},
-    {"//spirit:addressBlock", "spirit:baseAddress", "base address"},
-    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", "spirit:range", "range"},
-    {"//spirit:addressBlock|//spirit:addressSpace", "spirit:width", "width"},
-    {"//spirit:register|//spirit:registerFile", "spirit:addressOffset", "address offset"},
-    {"//spirit:register|//spirit:alternateRegister", "spirit:size", "size"},
-    {"//spirit:register|//spirit:alternateRegister", "spirit:reset/spirit:value", "reset value"},
-    {"//spirit:register|//spirit:alternateRegister", "spirit:reset/spirit:mask", "reset mask"},
-    {"//spirit:field", "spirit:bitOffset", "bit offset"},
-    {"//spirit:field", "spirit:bitWidth", "bit width"},
-    {"//spirit:enumeratedValue", "spirit:value", "enumerated value"},
+    {"//spirit:memoryMap|//spirit:addressSpace", kAddressUnitBits, "address unit bits"},
+    {"//spirit:addressBlock", kBaseAddress, "base address"},
+    {"//spirit:addressBlock|//spirit:addressSpace|//spirit:registerFile", kRange, "range"},
+    {"//spirit:addressBlock|//spirit:addressSpace", kWidth, "width"},
+    {"//spirit:register|//spirit:registerFile", kAddressOffset, "address offset"},
+    {"//spirit:register|//spirit:alternateRegister", kSize, "size"},
+    {"//spirit:register|//spirit:alternateRegister", kResetValue, "reset value"},
+    {"//spirit:register|//spirit:alternateRegister", kResetMask, "reset mask"},
+    {"//spirit:field", kBitOffset, "bit offset"},
+    {"//spirit:field", kBitWidth, "bit width"},
+    {"//spirit:enumeratedValue", kValue, "enumerated value"},
 };
 
 class NotCheckable : public Rule {

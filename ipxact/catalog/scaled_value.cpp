@@ -1,5 +1,6 @@
 #include <ipxact/catalog/scaled_value.h>
 
+#include <cstdio>
 #include <limits>
 
 #include <gmpxx.h>
@@ -12,26 +13,47 @@ struct ScaledValue::Number {
 };
 
 ScaledValue::ScaledValue() = default;
-ScaledValue::ScaledValue(long long value) : m_value(new Number)
-{
-    // mpz_class has no long long constructor on every platform; where long is narrower, go
-    // through the decimal text.
-    if (value >= std::numeric_limits<long>::min() && value <= std::numeric_limits<long>::max())
-        m_value->value = static_cast<long>(value);
-    else
-        m_value->value.set_str(std::to_string(value), 10);
-}
-ScaledValue::ScaledValue(std::unique_ptr<Number> value) : m_value(std::move(value)) {}
+ScaledValue::ScaledValue(long long value) : m_form(Form::small), m_small(value) {}
 ScaledValue::~ScaledValue() = default;
-ScaledValue::ScaledValue(const ScaledValue& other) : m_value(other.m_value ? new Number(*other.m_value) : nullptr) {}
+ScaledValue::ScaledValue(const ScaledValue& other)
+    : m_form(other.m_form), m_small(other.m_small), m_big(other.m_big ? new Number(*other.m_big) : nullptr)
+{
+}
 ScaledValue& ScaledValue::operator=(const ScaledValue& other)
 {
-    if (this != &other)
-        m_value.reset(other.m_value ? new Number(*other.m_value) : nullptr);
+    if (this != &other) {
+        m_form = other.m_form;
+        m_small = other.m_small;
+        m_big.reset(other.m_big ? new Number(*other.m_big) : nullptr);
+    }
     return *this;
 }
 ScaledValue::ScaledValue(ScaledValue&& other) noexcept = default;
 ScaledValue& ScaledValue::operator=(ScaledValue&& other) noexcept = default;
+
+ScaledValue ScaledValue::of(const Number& exact)
+{
+    // long is the widest type GMP converts to directly; where it is narrower than long long, a
+    // value between the two stays a heap integer, which every operation accepts.
+    if (exact.value.fits_slong_p())
+        return ScaledValue(exact.value.get_si());
+    ScaledValue v;
+    v.m_form = Form::big;
+    v.m_big.reset(new Number(exact));
+    return v;
+}
+
+ScaledValue::Number ScaledValue::exact() const
+{
+    if (m_form == Form::big)
+        return *m_big;
+    Number n;
+    if (m_small >= std::numeric_limits<long>::min() && m_small <= std::numeric_limits<long>::max())
+        n.value = static_cast<long>(m_small);
+    else
+        n.value.set_str(std::to_string(m_small), 10);
+    return n;
+}
 
 namespace {
 
@@ -90,94 +112,150 @@ ScaledValue ScaledValue::parse(std::string_view text)
         // number is meant, so such a text is left unevaluated.
         if (base == 16 ? !is_hex_digit(c) : !(c >= '0' && c <= '9'))
             return ScaledValue();
-    std::unique_ptr<Number> number(new Number);
-    if (number->value.set_str(std::string(text), base) != 0)
+    // Nearly every value fits in 64 bits and is read without the big-integer library.
+    unsigned long long magnitude = 0;
+    bool fits = true;
+    for (char c : text) {
+        unsigned digit = c <= '9' ? unsigned(c - '0') : unsigned((c | 0x20) - 'a' + 10);
+        fits = fits && !__builtin_mul_overflow(magnitude, unsigned(base), &magnitude) &&
+               !__builtin_add_overflow(magnitude, digit, &magnitude);
+    }
+    fits = fits && (shift == 0 || magnitude >> (64 - shift) == 0);
+    const unsigned long long largest = static_cast<unsigned long long>(std::numeric_limits<long long>::max());
+    if (fits) {
+        magnitude <<= shift;
+        if (magnitude <= largest)
+            return ScaledValue(negative ? -static_cast<long long>(magnitude) : static_cast<long long>(magnitude));
+        if (negative && magnitude == largest + 1)
+            return ScaledValue(std::numeric_limits<long long>::min());
+    }
+    Number number;
+    if (number.value.set_str(std::string(text), base) != 0)
         return ScaledValue();
-    number->value <<= shift;
+    number.value <<= shift;
     if (negative)
-        number->value = -number->value;
-    return ScaledValue(std::move(number));
+        number.value = -number.value;
+    return of(number);
 }
 
 int ScaledValue::sign() const
 {
-    return m_value ? sgn(m_value->value) : 0;
+    switch (m_form) {
+    case Form::small: return (m_small > 0) - (m_small < 0);
+    case Form::big: return sgn(m_big->value);
+    case Form::unknown: break;
+    }
+    return 0;
 }
 
 std::string ScaledValue::to_string() const
 {
-    return m_value ? m_value->value.get_str(10) : "?";
+    switch (m_form) {
+    case Form::small: return std::to_string(m_small);
+    case Form::big: return m_big->value.get_str(10);
+    case Form::unknown: break;
+    }
+    return "?";
 }
 
 std::string ScaledValue::to_hex() const
 {
-    if (!m_value)
+    if (m_form == Form::unknown)
         return "?";
-    mpz_class magnitude = abs(m_value->value);
-    return (sgn(m_value->value) < 0 ? "-0x" : "0x") + magnitude.get_str(16);
+    if (m_form == Form::small) {
+        unsigned long long magnitude = m_small < 0 ? 0ULL - static_cast<unsigned long long>(m_small)
+                                                   : static_cast<unsigned long long>(m_small);
+        char digits[17];
+        std::snprintf(digits, sizeof digits, "%llx", magnitude);
+        return (m_small < 0 ? "-0x" : "0x") + std::string(digits);
+    }
+    mpz_class magnitude = abs(m_big->value);
+    return (sgn(m_big->value) < 0 ? "-0x" : "0x") + magnitude.get_str(16);
 }
 
 ScaledValue operator+(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.m_value || !b.m_value)
+    if (!a.checkable() || !b.checkable())
         return ScaledValue();
-    std::unique_ptr<ScaledValue::Number> n(new ScaledValue::Number);
-    n->value = a.m_value->value + b.m_value->value;
-    return ScaledValue(std::move(n));
+    long long sum;
+    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
+        !__builtin_add_overflow(a.m_small, b.m_small, &sum))
+        return ScaledValue(sum);
+    return ScaledValue::of({a.exact().value + b.exact().value});
 }
 
 ScaledValue operator-(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.m_value || !b.m_value)
+    if (!a.checkable() || !b.checkable())
         return ScaledValue();
-    std::unique_ptr<ScaledValue::Number> n(new ScaledValue::Number);
-    n->value = a.m_value->value - b.m_value->value;
-    return ScaledValue(std::move(n));
+    long long difference;
+    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
+        !__builtin_sub_overflow(a.m_small, b.m_small, &difference))
+        return ScaledValue(difference);
+    return ScaledValue::of({a.exact().value - b.exact().value});
 }
 
 ScaledValue operator*(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.m_value || !b.m_value)
+    if (!a.checkable() || !b.checkable())
         return ScaledValue();
-    std::unique_ptr<ScaledValue::Number> n(new ScaledValue::Number);
-    n->value = a.m_value->value * b.m_value->value;
-    return ScaledValue(std::move(n));
+    long long product;
+    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
+        !__builtin_mul_overflow(a.m_small, b.m_small, &product))
+        return ScaledValue(product);
+    return ScaledValue::of({a.exact().value * b.exact().value});
 }
 
 ScaledValue ScaledValue::ceil_div(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.m_value || !b.m_value || sgn(b.m_value->value) <= 0)
+    if (!a.checkable() || !b.checkable() || b.sign() <= 0)
         return ScaledValue();
-    std::unique_ptr<Number> n(new Number);
-    mpz_cdiv_q(n->value.get_mpz_t(), a.m_value->value.get_mpz_t(), b.m_value->value.get_mpz_t());
-    return ScaledValue(std::move(n));
+    if (a.m_form == Form::small && b.m_form == Form::small)
+        // Division truncates towards zero, which already rounds a negative quotient up.
+        return ScaledValue(a.m_small / b.m_small + (a.m_small % b.m_small > 0 ? 1 : 0));
+    Number quotient;
+    mpz_cdiv_q(quotient.value.get_mpz_t(), a.exact().value.get_mpz_t(), b.exact().value.get_mpz_t());
+    return of(quotient);
 }
 
 ScaledValue ScaledValue::power_of_two(unsigned long bits)
 {
-    std::unique_ptr<Number> n(new Number);
-    n->value = 1;
-    n->value <<= bits;
-    return ScaledValue(std::move(n));
+    if (bits < 63)
+        return ScaledValue(1LL << bits);
+    Number n;
+    n.value = 1;
+    n.value <<= bits;
+    return of(n);
 }
 
 int ScaledValue::compare(const ScaledValue& a, const ScaledValue& b)
 {
-    return cmp(a.m_value->value, b.m_value->value);
+    if (a.m_form == Form::small && b.m_form == Form::small)
+        return (a.m_small > b.m_small) - (a.m_small < b.m_small);
+    return cmp(a.exact().value, b.exact().value);
 }
 
 unsigned long ScaledValue::bit_length() const
 {
-    if (!m_value || sgn(m_value->value) == 0)
+    if (m_form == Form::unknown || sign() == 0)
         return 0;
-    return static_cast<unsigned long>(mpz_sizeinbase(m_value->value.get_mpz_t(), 2));
+    if (m_form == Form::small) {
+        unsigned long long magnitude = m_small < 0 ? 0ULL - static_cast<unsigned long long>(m_small)
+                                                   : static_cast<unsigned long long>(m_small);
+        return static_cast<unsigned long>(64 - __builtin_clzll(magnitude));
+    }
+    return static_cast<unsigned long>(mpz_sizeinbase(m_big->value.get_mpz_t(), 2));
 }
 
 unsigned long ScaledValue::to_ulong(unsigned long fallback) const
 {
-    if (!m_value || sgn(m_value->value) < 0 || !m_value->value.fits_ulong_p())
+    if (m_form == Form::unknown || sign() < 0)
         return fallback;
-    return m_value->value.get_ui();
+    if (m_form == Form::small)
+        return static_cast<unsigned long long>(m_small) <= std::numeric_limits<unsigned long>::max()
+                   ? static_cast<unsigned long>(m_small)
+                   : fallback;
+    return m_big->value.fits_ulong_p() ? m_big->value.get_ui() : fallback;
 }
 
 }  // namespace catalog

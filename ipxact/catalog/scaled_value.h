@@ -20,8 +20,8 @@ namespace catalog {
 /// name, hexadecimal digits without a prefix, an empty text) is not checkable: the value is not
 /// guessed. Values are exact whatever their size, so comparisons never overflow.
 ///
-/// Copies are cheap enough for rules (one heap integer each); the type keeps its arithmetic
-/// library out of this header.
+/// A value that fits in 64 bits is held and computed inline; a larger one is one heap integer. The
+/// type keeps its arithmetic library out of this header.
 class ScaledValue {
 public:
     /// Not checkable.
@@ -38,7 +38,7 @@ public:
     static ScaledValue parse(std::string_view text);
 
     /// Whether the value is known.
-    bool checkable() const { return m_value != nullptr; }
+    bool checkable() const { return m_form != Form::unknown; }
     /// -1, 0 or 1 by sign; 0 when not checkable.
     int sign() const;
     /// Decimal text of the value, "?" when not checkable.
@@ -66,8 +66,15 @@ public:
 
 private:
     struct Number;
-    explicit ScaledValue(std::unique_ptr<Number> value);
-    std::unique_ptr<Number> m_value;
+    enum class Form : unsigned char { unknown, small, big };
+    /// The value of an exact integer, held inline when it fits.
+    static ScaledValue of(const Number& exact);
+    /// A known value as an exact integer, whichever way it is held.
+    Number exact() const;
+
+    Form m_form = Form::unknown;
+    long long m_small = 0;         // the value when m_form is small
+    std::unique_ptr<Number> m_big;  // the value when m_form is big
 };
 
 }  // namespace catalog

@@ -206,3 +206,29 @@ TEST(ScaledValues, ArithmeticAndComparisonStayExactPastSixtyFourBits)
     EXPECT_EQ(ScaledValue(-5).sign(), -1);
     EXPECT_EQ(ScaledValue(-5).to_hex(), "-0x5");
 }
+
+// Values that fit in 64 bits are computed inline and larger ones exactly; results that cross from
+// one to the other must come out the same as if every value were exact.
+TEST(ScaledValues, ResultsCrossingSixtyFourBitsStayExact)
+{
+    ScaledValue largest = ScaledValue::parse("0x7fffffffffffffff");
+    ScaledValue smallest = ScaledValue::parse("-0x8000000000000000");
+    EXPECT_EQ(smallest.to_string(), "-9223372036854775808");
+    EXPECT_EQ(smallest.to_hex(), "-0x8000000000000000");
+    EXPECT_EQ(smallest.bit_length(), 64u);
+    EXPECT_EQ((largest + ScaledValue(1)).to_hex(), "0x8000000000000000");
+    EXPECT_EQ((smallest - ScaledValue(1)).to_string(), "-9223372036854775809");
+    EXPECT_EQ((largest * largest).to_string(), "85070591730234615847396907784232501249");
+    EXPECT_EQ(ScaledValue::compare(largest + ScaledValue(1), ScaledValue::power_of_two(63)), 0);
+    EXPECT_LT(ScaledValue::compare(largest, ScaledValue::power_of_two(63)), 0);
+    EXPECT_GT(ScaledValue::compare(ScaledValue(0), smallest), 0);
+    // back below 64 bits after passing above them
+    EXPECT_EQ(((largest + largest) - largest).to_string(), "9223372036854775807");
+    EXPECT_EQ(ScaledValue::power_of_two(63).to_ulong(0), 9223372036854775808ul);
+    EXPECT_EQ(ScaledValue::parse("0x3FFFFFFFFFFFFFk").to_hex(), "0xfffffffffffffc00");
+    EXPECT_EQ(ScaledValue::parse("0x40000000000000k").to_hex(), "0x10000000000000000");
+    EXPECT_EQ(ScaledValue::parse("18446744073709551616").to_hex(), "0x10000000000000000");
+    EXPECT_EQ(ScaledValue::ceil_div(ScaledValue(-33), ScaledValue(8)).to_string(), "-4");
+    EXPECT_EQ(ScaledValue::ceil_div(ScaledValue::power_of_two(70), ScaledValue(3)).to_string(),
+              "393530540239137101142");
+}

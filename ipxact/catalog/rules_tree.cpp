@@ -252,6 +252,8 @@ struct RulesTree::Impl {
 
     bool passes_predicate(const Item* item, const Step& step) const;
     void apply(const Step& step, const Item* context, std::vector<const Item*>& out) const;
+    // Appends the descendants of `context` that pass the attribute predicate of `step`, in order.
+    void keep_holders(const Step& step, const Item* context, std::vector<const Item*>& out) const;
 };
 
 namespace {
@@ -480,6 +482,10 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
                 keep(child);
             return;
         }
+        if (!step.any_of.empty()) {
+            keep_holders(step, context, out);
+            return;
+        }
         for (uint32_t order = context->order + 1; order < context->end; ++order)
             if (items[order].kind == Item::Kind::element)
                 keep(&items[order]);
@@ -505,6 +511,28 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
     for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
         if (named(*it))
             keep(*it);
+}
+
+void RulesTree::Impl::keep_holders(const Step& step, const Item* context, std::vector<const Item*>& out) const
+{
+    // Only an element that carries one of the predicate's attributes can pass it, and the
+    // attribute index names those elements without every descendant being looked at.
+    size_t first_kept = out.size();
+    for (const Step::AttributeTest& test : step.any_of) {
+        uint32_t local = lookup(test.local);
+        uint32_t ns = lookup(test.ns);
+        if (local == kNoName || ns == kNoName)
+            continue;
+        const std::vector<const Item*>& list = attributes_named[local];
+        auto first = std::upper_bound(list.begin(), list.end(), context->order,
+                                      [](uint32_t order, const Item* item) { return order < item->order; });
+        for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
+            if ((*it)->ns_id == ns && (*it)->parent != context && passes_predicate((*it)->parent, step))
+                out.push_back((*it)->parent);
+    }
+    // An element carrying more than one of the attributes was found once for each.
+    std::sort(out.begin() + static_cast<std::ptrdiff_t>(first_kept), out.end(), in_order);
+    out.erase(std::unique(out.begin() + static_cast<std::ptrdiff_t>(first_kept), out.end()), out.end());
 }
 
 std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node context) const

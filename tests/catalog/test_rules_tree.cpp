@@ -144,6 +144,11 @@ TEST_F(RulesTreeTest, AttributesStandForTheirValuesAtTheirElementsPaths)
     EXPECT_EQ(paths("//*[@spirit:resolve='user' or @spirit:dependency]"),
               (std::vector<std::string>{std::string(kRegs) + "/register/size", std::string(kRegs) + "/register/field/bitWidth"}));
     EXPECT_TRUE(paths("//*[@spirit:resolve='generated']").empty());
+    // elements carrying both attributes come once; the context's own attributes do not select it
+    RulesTree::Node ctrl = tree.select("//spirit:register").front();
+    EXPECT_EQ(paths(".//*[@spirit:id or @spirit:resolve]", ctrl),
+              (std::vector<std::string>{std::string(kRegs) + "/register/size", std::string(kRegs) + "/register/field/bitWidth"}));
+    EXPECT_TRUE(paths(".//*[@spirit:id]", tree.select("//*[@spirit:id]").front()).empty());
     RulesTree::Node size = tree.select("//*[@spirit:resolve]").front();
     EXPECT_EQ(RulesTree::attribute(size, "id"), "ctrl_size");
     EXPECT_TRUE(RulesTree::has_attribute(size, "resolve"));

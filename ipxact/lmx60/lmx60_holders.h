@@ -4,6 +4,7 @@
 #define IPXACT_LMX60_LMX60_HOLDERS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <type_traits>
 #include <typeinfo>
@@ -77,7 +78,13 @@ private:
     T m_value;
 };
 
+// Values of class type (texts, big integers, dates) are held behind a pointer when optional; the
+// others (flags, numbers) in place.
 template <class T>
+constexpr bool is_boxed_value = !std::is_trivially_copyable_v<T>;
+
+// An optional value held in place.
+template <class T, bool Boxed = is_boxed_value<T>>
 class ct_simple_optional {
 public:
     ct_simple_optional() : m_value(), m_is_set(false) {}
@@ -88,8 +95,9 @@ public:
         m_value = value;
         m_is_set = true;
     }
-    // Keeps a default value visible through get() while the member stays unset.
-    void set_default(const T& value) { m_value = value; }
+    // Keeps a default value visible through get() while the member stays unset. `lasting` must
+    // outlive the holder (the generated classes pass statics of their own).
+    void set_default(const T* lasting) { m_value = *lasting; }
     bool is_set() const { return m_is_set; }
     void unset() { m_is_set = false; }
     bool operator==(const ct_simple_optional& other) const
@@ -106,6 +114,99 @@ public:
 private:
     T m_value;
     bool m_is_set;
+};
+
+// An optional value of class type. Most of them are absent from most objects (every configurable
+// element carries a dozen optional attributes and sets one or two), so the holder is one word: a
+// pointer to the value, null while there is none, with the presence flag and whether the holder
+// owns the value in its two low bits. A schema default is not copied into each object: the holder
+// points at the generated class's lasting copy until the value is changed.
+template <class T>
+class ct_simple_optional<T, true> {
+public:
+    ct_simple_optional() = default;
+    ~ct_simple_optional() { release(); }
+    ct_simple_optional(const ct_simple_optional& other)
+        : m_bits(other.owns() ? reinterpret_cast<uintptr_t>(new T(*other.pointer())) | (other.m_bits & kFlags)
+                              : other.m_bits)
+    {
+    }
+    ct_simple_optional& operator=(const ct_simple_optional& other)
+    {
+        ct_simple_optional copy(other);
+        swap(copy);
+        return *this;
+    }
+    ct_simple_optional(ct_simple_optional&& other) noexcept : m_bits(other.m_bits) { other.m_bits = 0; }
+    ct_simple_optional& operator=(ct_simple_optional&& other) noexcept
+    {
+        ct_simple_optional moved(std::move(other));
+        swap(moved);
+        return *this;
+    }
+
+    const T& get() const
+    {
+        const T* value = pointer();
+        return value ? *value : empty();
+    }
+    // The value to change in place; from here on the holder has a copy of its own.
+    T& get() { return own(); }
+    void set(const T& value)
+    {
+        own() = value;
+        m_bits |= kSet;
+    }
+    void set(T&& value)
+    {
+        own() = std::move(value);
+        m_bits |= kSet;
+    }
+    // Keeps a default value visible through get() while the member stays unset. `lasting` must
+    // outlive the holder (the generated classes pass statics of their own).
+    void set_default(const T* lasting)
+    {
+        release();
+        m_bits = reinterpret_cast<uintptr_t>(lasting) | (m_bits & kSet);
+    }
+    bool is_set() const { return (m_bits & kSet) != 0; }
+    void unset() { m_bits &= ~kSet; }
+    bool operator==(const ct_simple_optional& other) const
+    {
+        return is_set() == other.is_set() && (!is_set() || detail::same_value(get(), other.get()));
+    }
+    void swap(ct_simple_optional& other) noexcept { std::swap(m_bits, other.m_bits); }
+
+private:
+    static_assert(alignof(T) >= 4, "the two low bits of a value's address hold the holder's flags");
+    static constexpr uintptr_t kSet = 1;
+    static constexpr uintptr_t kOwned = 2;
+    static constexpr uintptr_t kFlags = kSet | kOwned;
+
+    static const T& empty()
+    {
+        static const T value{};
+        return value;
+    }
+    T* pointer() const { return reinterpret_cast<T*>(m_bits & ~kFlags); }
+    bool owns() const { return (m_bits & kOwned) != 0; }
+    T& own()
+    {
+        if (!owns()) {
+            const T* current = pointer();
+            T* copy = current ? new T(*current) : new T();
+            m_bits = reinterpret_cast<uintptr_t>(copy) | kOwned | (m_bits & kSet);
+        }
+        return *pointer();
+    }
+    void release()
+    {
+        if (owns())
+            delete pointer();
+        m_bits &= kSet;
+    }
+
+    uintptr_t m_bits = 0;
 };
 
 template <class T> using ct_simple_pod_single = ct_simple_single<T>;

@@ -80,7 +80,8 @@ bool HIPGSAlternateRegisterDefinitionGroup::operator==(const HIPGSAlternateRegis
 
 void HIPGSAlternateRegisterDefinitionGroup::init()
 {
-    m_Volatile.set_default(false);
+    static const bool kVolatileDefault(false);
+    m_Volatile.set_default(&kVolatileDefault);
 }
 
 bool HIPGSAlternateRegisterDefinitionGroup::isOccursOk() const

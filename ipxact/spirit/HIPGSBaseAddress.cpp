@@ -114,9 +114,12 @@ bool HIPGSBaseAddress::operator==(const HIPGSBaseAddress& other) const
 
 void HIPGSBaseAddress::init()
 {
-    m_FormatAttr.set_default("long");
-    m_RangeTypeAttr.set_default("float");
-    m_PromptAttr.set_default("Base Address:");
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kPromptAttrDefault("Base Address:");
+    m_PromptAttr.set_default(&kPromptAttrDefault);
 }
 
 bool HIPGSBaseAddress::isOccursOk() const

@@ -184,9 +184,12 @@ bool HIPGSBaseAddress2::operator==(const HIPGSBaseAddress2& other) const
 
 void HIPGSBaseAddress2::init()
 {
-    m_FormatAttr.set_default("long");
-    m_RangeTypeAttr.set_default("float");
-    m_PromptAttr.set_default("Base Address:");
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kPromptAttrDefault("Base Address:");
+    m_PromptAttr.set_default(&kPromptAttrDefault);
 }
 
 bool HIPGSBaseAddress2::isOccursOk() const

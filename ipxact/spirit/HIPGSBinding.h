@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <ipxact/lmx60/c_any_info.h>
@@ -282,14 +283,14 @@ struct holder_io<lmx60::ct_simple_single<V>> {
     static void clear(H& h) { h = H(); }
 };
 
-template <class V>
-struct holder_io<lmx60::ct_simple_optional<V>> {
-    using H = lmx60::ct_simple_optional<V>;
+template <class V, bool Boxed>
+struct holder_io<lmx60::ct_simple_optional<V, Boxed>> {
+    using H = lmx60::ct_simple_optional<V, Boxed>;
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
-        V value = h.get();
+        V value = std::as_const(h).get();
         if (read_value(r, m, value))
-            h.set(value);
+            h.set(std::move(value));
     }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
     {
@@ -297,7 +298,7 @@ struct holder_io<lmx60::ct_simple_optional<V>> {
             write_value(w, m, h.get());
     }
     static size_t count(const H& h) { return h.is_set() ? 1 : 0; }
-    static void create(H& h) { h.set(h.get()); }
+    static void create(H& h) { h.set(std::as_const(h).get()); }
     static void clear(H& h) { h.unset(); }
 };
 

@@ -114,7 +114,8 @@ bool HIPGSBitSteering::operator==(const HIPGSBitSteering& other) const
 
 void HIPGSBitSteering::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
     m_BitSteering.set("off");
 }
 

@@ -118,7 +118,8 @@ bool HIPGSBusInterfaceType::operator==(const HIPGSBusInterfaceType& other) const
 
 void HIPGSBusInterfaceType::init()
 {
-    m_ConnectionRequired.set_default(false);
+    static const bool kConnectionRequiredDefault(false);
+    m_ConnectionRequired.set_default(&kConnectionRequiredDefault);
 }
 
 bool HIPGSBusInterfaceType::isOccursOk() const

@@ -118,9 +118,12 @@ bool HIPGSClockPulseDuration::operator==(const HIPGSClockPulseDuration& other) c
 
 void HIPGSClockPulseDuration::init()
 {
-    m_FormatAttr.set_default("float");
-    m_RangeTypeAttr.set_default("float");
-    m_UnitsAttr.set_default("ns");
+    static const std::string kFormatAttrDefault("float");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kUnitsAttrDefault("ns");
+    m_UnitsAttr.set_default(&kUnitsAttrDefault);
 }
 
 bool HIPGSClockPulseDuration::isOccursOk() const

@@ -118,9 +118,12 @@ bool HIPGSClockPulseOffset::operator==(const HIPGSClockPulseOffset& other) const
 
 void HIPGSClockPulseOffset::init()
 {
-    m_FormatAttr.set_default("float");
-    m_RangeTypeAttr.set_default("float");
-    m_UnitsAttr.set_default("ns");
+    static const std::string kFormatAttrDefault("float");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kUnitsAttrDefault("ns");
+    m_UnitsAttr.set_default(&kUnitsAttrDefault);
 }
 
 bool HIPGSClockPulseOffset::isOccursOk() const

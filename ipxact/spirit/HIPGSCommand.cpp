@@ -114,7 +114,8 @@ bool HIPGSCommand::operator==(const HIPGSCommand& other) const
 
 void HIPGSCommand::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSCommand::isOccursOk() const

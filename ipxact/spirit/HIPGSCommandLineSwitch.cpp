@@ -114,7 +114,8 @@ bool HIPGSCommandLineSwitch::operator==(const HIPGSCommandLineSwitch& other) con
 
 void HIPGSCommandLineSwitch::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSCommandLineSwitch::isOccursOk() const

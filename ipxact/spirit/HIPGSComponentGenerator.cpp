@@ -170,8 +170,10 @@ bool HIPGSComponentGenerator::operator==(const HIPGSComponentGenerator& other) c
 
 void HIPGSComponentGenerator::init()
 {
-    m_HiddenAttr.set_default(false);
-    m_ScopeAttr.set_default("instance");
+    static const bool kHiddenAttrDefault(false);
+    m_HiddenAttr.set_default(&kHiddenAttrDefault);
+    static const std::string kScopeAttrDefault("instance");
+    m_ScopeAttr.set_default(&kScopeAttrDefault);
 }
 
 bool HIPGSComponentGenerator::isOccursOk() const

@@ -68,8 +68,10 @@ bool HIPGSConnection::operator==(const HIPGSConnection& other) const
 
 void HIPGSConnection::init()
 {
-    m_MaxConnections.set_default(lmx60::c_big_int("0"));
-    m_MinConnections.set_default(lmx60::c_big_int("1"));
+    static const lmx60::c_big_int kMaxConnectionsDefault(lmx60::c_big_int("0"));
+    m_MaxConnections.set_default(&kMaxConnectionsDefault);
+    static const lmx60::c_big_int kMinConnectionsDefault(lmx60::c_big_int("1"));
+    m_MinConnections.set_default(&kMinConnectionsDefault);
 }
 
 bool HIPGSConnection::isOccursOk() const

@@ -154,7 +154,8 @@ bool HIPGSConstraintSet::operator==(const HIPGSConstraintSet& other) const
 
 void HIPGSConstraintSet::init()
 {
-    m_ConstraintSetIdAttr.set_default("default");
+    static const std::string kConstraintSetIdAttrDefault("default");
+    m_ConstraintSetIdAttr.set_default(&kConstraintSetIdAttrDefault);
 }
 
 bool HIPGSConstraintSet::isOccursOk() const

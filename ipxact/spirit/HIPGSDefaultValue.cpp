@@ -184,8 +184,10 @@ bool HIPGSDefaultValue::operator==(const HIPGSDefaultValue& other) const
 
 void HIPGSDefaultValue::init()
 {
-    m_FormatAttr.set_default("long");
-    m_RangeTypeAttr.set_default("float");
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSDefaultValue::isOccursOk() const

@@ -76,7 +76,8 @@ bool HIPGSEnumeratedValue::operator==(const HIPGSEnumeratedValue& other) const
 
 void HIPGSEnumeratedValue::init()
 {
-    m_UsageAttr.set_default("read-write");
+    static const std::string kUsageAttrDefault("read-write");
+    m_UsageAttr.set_default(&kUsageAttrDefault);
 }
 
 bool HIPGSEnumeratedValue::isOccursOk() const

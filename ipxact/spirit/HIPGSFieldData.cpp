@@ -88,7 +88,8 @@ bool HIPGSFieldData::operator==(const HIPGSFieldData& other) const
 
 void HIPGSFieldData::init()
 {
-    m_Volatile.set_default(false);
+    static const bool kVolatileDefault(false);
+    m_Volatile.set_default(&kVolatileDefault);
 }
 
 bool HIPGSFieldData::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSFileBuilderCommand::operator==(const HIPGSFileBuilderCommand& other) c
 
 void HIPGSFileBuilderCommand::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSFileBuilderCommand::isOccursOk() const

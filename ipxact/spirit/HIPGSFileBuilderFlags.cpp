@@ -114,7 +114,8 @@ bool HIPGSFileBuilderFlags::operator==(const HIPGSFileBuilderFlags& other) const
 
 void HIPGSFileBuilderFlags::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSFileBuilderFlags::isOccursOk() const

@@ -114,8 +114,10 @@ bool HIPGSFileBuilderReplaceDefaultFlags::operator==(const HIPGSFileBuilderRepla
 
 void HIPGSFileBuilderReplaceDefaultFlags::init()
 {
-    m_FormatAttr.set_default("bool");
-    m_RangeTypeAttr.set_default("int");
+    static const std::string kFormatAttrDefault("bool");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("int");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSFileBuilderReplaceDefaultFlags::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSFileBuilderTypeCommand::operator==(const HIPGSFileBuilderTypeCommand& 
 
 void HIPGSFileBuilderTypeCommand::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSFileBuilderTypeCommand::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSFileBuilderTypeFlags::operator==(const HIPGSFileBuilderTypeFlags& othe
 
 void HIPGSFileBuilderTypeFlags::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSFileBuilderTypeFlags::isOccursOk() const

@@ -114,8 +114,10 @@ bool HIPGSFileBuilderTypeReplaceDefaultFlags::operator==(const HIPGSFileBuilderT
 
 void HIPGSFileBuilderTypeReplaceDefaultFlags::init()
 {
-    m_FormatAttr.set_default("bool");
-    m_RangeTypeAttr.set_default("int");
+    static const std::string kFormatAttrDefault("bool");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("int");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSFileBuilderTypeReplaceDefaultFlags::isOccursOk() const

@@ -118,7 +118,8 @@ bool HIPGSFlags::operator==(const HIPGSFlags& other) const
 
 void HIPGSFlags::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSFlags::isOccursOk() const

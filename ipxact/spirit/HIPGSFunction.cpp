@@ -88,7 +88,8 @@ bool HIPGSFunction::operator==(const HIPGSFunction& other) const
 
 void HIPGSFunction::init()
 {
-    m_ReplicateAttr.set_default(false);
+    static const bool kReplicateAttrDefault(false);
+    m_ReplicateAttr.set_default(&kReplicateAttrDefault);
 }
 
 bool HIPGSFunction::isOccursOk() const

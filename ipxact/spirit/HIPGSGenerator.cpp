@@ -162,7 +162,8 @@ bool HIPGSGenerator::operator==(const HIPGSGenerator& other) const
 
 void HIPGSGenerator::init()
 {
-    m_HiddenAttr.set_default(false);
+    static const bool kHiddenAttrDefault(false);
+    m_HiddenAttr.set_default(&kHiddenAttrDefault);
 }
 
 bool HIPGSGenerator::isOccursOk() const

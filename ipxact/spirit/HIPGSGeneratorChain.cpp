@@ -162,7 +162,8 @@ bool HIPGSGeneratorChain::operator==(const HIPGSGeneratorChain& other) const
 
 void HIPGSGeneratorChain::init()
 {
-    m_HiddenAttr.set_default(false);
+    static const bool kHiddenAttrDefault(false);
+    m_HiddenAttr.set_default(&kHiddenAttrDefault);
 }
 
 bool HIPGSGeneratorChain::isOccursOk() const

@@ -74,7 +74,8 @@ bool HIPGSGeneratorChainSelector::operator==(const HIPGSGeneratorChainSelector& 
 
 void HIPGSGeneratorChainSelector::init()
 {
-    m_UniqueAttr.set_default(false);
+    static const bool kUniqueAttrDefault(false);
+    m_UniqueAttr.set_default(&kUniqueAttrDefault);
 }
 
 bool HIPGSGeneratorChainSelector::isOccursOk() const

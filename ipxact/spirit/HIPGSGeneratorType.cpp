@@ -97,7 +97,8 @@ bool HIPGSGeneratorType::operator==(const HIPGSGeneratorType& other) const
 
 void HIPGSGeneratorType::init()
 {
-    m_HiddenAttr.set_default(false);
+    static const bool kHiddenAttrDefault(false);
+    m_HiddenAttr.set_default(&kHiddenAttrDefault);
 }
 
 bool HIPGSGeneratorType::isOccursOk() const

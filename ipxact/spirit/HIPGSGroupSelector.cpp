@@ -138,7 +138,8 @@ bool HIPGSGroupSelector::operator==(const HIPGSGroupSelector& other) const
 
 void HIPGSGroupSelector::init()
 {
-    m_MultipleGroupSelectionOperatorAttr.set_default("or");
+    static const std::string kMultipleGroupSelectionOperatorAttrDefault("or");
+    m_MultipleGroupSelectionOperatorAttr.set_default(&kMultipleGroupSelectionOperatorAttrDefault);
 }
 
 bool HIPGSGroupSelector::isOccursOk() const

@@ -87,7 +87,8 @@ bool HIPGSInstanceGeneratorType::operator==(const HIPGSInstanceGeneratorType& ot
 
 void HIPGSInstanceGeneratorType::init()
 {
-    m_ScopeAttr.set_default("instance");
+    static const std::string kScopeAttrDefault("instance");
+    m_ScopeAttr.set_default(&kScopeAttrDefault);
 }
 
 bool HIPGSInstanceGeneratorType::isOccursOk() const

@@ -67,7 +67,8 @@ bool HIPGSIsIncludeFile::operator==(const HIPGSIsIncludeFile& other) const
 
 void HIPGSIsIncludeFile::init()
 {
-    m_ExternalDeclarationsAttr.set_default(false);
+    static const bool kExternalDeclarationsAttrDefault(false);
+    m_ExternalDeclarationsAttr.set_default(&kExternalDeclarationsAttrDefault);
 }
 
 bool HIPGSIsIncludeFile::isOccursOk() const

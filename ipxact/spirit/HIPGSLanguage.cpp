@@ -67,7 +67,8 @@ bool HIPGSLanguage::operator==(const HIPGSLanguage& other) const
 
 void HIPGSLanguage::init()
 {
-    m_StrictAttr.set_default(false);
+    static const bool kStrictAttrDefault(false);
+    m_StrictAttr.set_default(&kStrictAttrDefault);
 }
 
 bool HIPGSLanguage::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSLinker::operator==(const HIPGSLinker& other) const
 
 void HIPGSLinker::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSLinker::isOccursOk() const

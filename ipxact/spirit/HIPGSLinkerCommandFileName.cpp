@@ -114,7 +114,8 @@ bool HIPGSLinkerCommandFileName::operator==(const HIPGSLinkerCommandFileName& ot
 
 void HIPGSLinkerCommandFileName::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSLinkerCommandFileName::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSLinkerFlags::operator==(const HIPGSLinkerFlags& other) const
 
 void HIPGSLinkerFlags::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSLinkerFlags::isOccursOk() const

@@ -138,7 +138,8 @@ bool HIPGSLoadConstraint::operator==(const HIPGSLoadConstraint& other) const
 
 void HIPGSLoadConstraint::init()
 {
-    m_Count.set_default(lmx60::c_big_int("3"));
+    static const lmx60::c_big_int kCountDefault(lmx60::c_big_int("3"));
+    m_Count.set_default(&kCountDefault);
 }
 
 bool HIPGSLoadConstraint::isOccursOk() const

@@ -67,7 +67,8 @@ bool HIPGSLogicalName::operator==(const HIPGSLogicalName& other) const
 
 void HIPGSLogicalName::init()
 {
-    m_DefaultAttr.set_default(false);
+    static const bool kDefaultAttrDefault(false);
+    m_DefaultAttr.set_default(&kDefaultAttrDefault);
 }
 
 bool HIPGSLogicalName::isOccursOk() const

@@ -114,8 +114,10 @@ bool HIPGSLogicalPortVectorLeft::operator==(const HIPGSLogicalPortVectorLeft& ot
 
 void HIPGSLogicalPortVectorLeft::init()
 {
-    m_FormatAttr.set_default("long");
-    m_RangeTypeAttr.set_default("float");
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSLogicalPortVectorLeft::isOccursOk() const

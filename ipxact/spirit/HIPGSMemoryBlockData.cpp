@@ -76,7 +76,8 @@ bool HIPGSMemoryBlockData::operator==(const HIPGSMemoryBlockData& other) const
 
 void HIPGSMemoryBlockData::init()
 {
-    m_Volatile.set_default(false);
+    static const bool kVolatileDefault(false);
+    m_Volatile.set_default(&kVolatileDefault);
 }
 
 bool HIPGSMemoryBlockData::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSName::operator==(const HIPGSName& other) const
 
 void HIPGSName::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSName::isOccursOk() const

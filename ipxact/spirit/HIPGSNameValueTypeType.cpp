@@ -78,7 +78,8 @@ bool HIPGSNameValueTypeType::operator==(const HIPGSNameValueTypeType& other) con
 
 void HIPGSNameValueTypeType::init()
 {
-    m_UsageTypeAttr.set_default("nontyped");
+    static const std::string kUsageTypeAttrDefault("nontyped");
+    m_UsageTypeAttr.set_default(&kUsageTypeAttrDefault);
 }
 
 bool HIPGSNameValueTypeType::isOccursOk() const

@@ -76,7 +76,8 @@ bool HIPGSPortTransactionalType::operator==(const HIPGSPortTransactionalType& ot
 
 void HIPGSPortTransactionalType::init()
 {
-    m_AllLogicalInitiativesAllowedAttr.set_default(false);
+    static const bool kAllLogicalInitiativesAllowedAttrDefault(false);
+    m_AllLogicalInitiativesAllowedAttr.set_default(&kAllLogicalInitiativesAllowedAttrDefault);
 }
 
 bool HIPGSPortTransactionalType::isOccursOk() const

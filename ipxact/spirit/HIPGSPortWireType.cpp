@@ -89,7 +89,8 @@ bool HIPGSPortWireType::operator==(const HIPGSPortWireType& other) const
 
 void HIPGSPortWireType::init()
 {
-    m_AllLogicalDirectionsAllowedAttr.set_default(false);
+    static const bool kAllLogicalDirectionsAllowedAttrDefault(false);
+    m_AllLogicalDirectionsAllowedAttr.set_default(&kAllLogicalDirectionsAllowedAttrDefault);
 }
 
 bool HIPGSPortWireType::isOccursOk() const

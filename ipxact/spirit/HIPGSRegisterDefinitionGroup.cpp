@@ -84,7 +84,8 @@ bool HIPGSRegisterDefinitionGroup::operator==(const HIPGSRegisterDefinitionGroup
 
 void HIPGSRegisterDefinitionGroup::init()
 {
-    m_Volatile.set_default(false);
+    static const bool kVolatileDefault(false);
+    m_Volatile.set_default(&kVolatileDefault);
 }
 
 bool HIPGSRegisterDefinitionGroup::isOccursOk() const

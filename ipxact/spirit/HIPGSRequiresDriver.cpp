@@ -137,7 +137,8 @@ bool HIPGSRequiresDriver::operator==(const HIPGSRequiresDriver& other) const
 
 void HIPGSRequiresDriver::init()
 {
-    m_DriverTypeAttr.set_default("any");
+    static const std::string kDriverTypeAttrDefault("any");
+    m_DriverTypeAttr.set_default(&kDriverTypeAttrDefault);
     m_RequiresDriver.set(false);
 }
 

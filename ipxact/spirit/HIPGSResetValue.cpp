@@ -114,8 +114,10 @@ bool HIPGSResetValue::operator==(const HIPGSResetValue& other) const
 
 void HIPGSResetValue::init()
 {
-    m_FormatAttr.set_default("long");
-    m_RangeTypeAttr.set_default("float");
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSResetValue::isOccursOk() const

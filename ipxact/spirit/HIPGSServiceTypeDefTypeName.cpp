@@ -71,8 +71,10 @@ bool HIPGSServiceTypeDefTypeName::operator==(const HIPGSServiceTypeDefTypeName& 
 
 void HIPGSServiceTypeDefTypeName::init()
 {
-    m_ConstrainedAttr.set_default(false);
-    m_ImplicitAttr.set_default(false);
+    static const bool kConstrainedAttrDefault(false);
+    m_ConstrainedAttr.set_default(&kConstrainedAttrDefault);
+    static const bool kImplicitAttrDefault(false);
+    m_ImplicitAttr.set_default(&kImplicitAttrDefault);
 }
 
 bool HIPGSServiceTypeDefTypeName::isOccursOk() const

@@ -67,7 +67,8 @@ bool HIPGSServiceTypeTypeName::operator==(const HIPGSServiceTypeTypeName& other)
 
 void HIPGSServiceTypeTypeName::init()
 {
-    m_ImplicitAttr.set_default(false);
+    static const bool kImplicitAttrDefault(false);
+    m_ImplicitAttr.set_default(&kImplicitAttrDefault);
 }
 
 bool HIPGSServiceTypeTypeName::isOccursOk() const

@@ -114,8 +114,10 @@ bool HIPGSSingleShotDuration::operator==(const HIPGSSingleShotDuration& other) c
 
 void HIPGSSingleShotDuration::init()
 {
-    m_FormatAttr.set_default("float");
-    m_RangeTypeAttr.set_default("float");
+    static const std::string kFormatAttrDefault("float");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
 }
 
 bool HIPGSSingleShotDuration::isOccursOk() const

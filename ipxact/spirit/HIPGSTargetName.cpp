@@ -114,7 +114,8 @@ bool HIPGSTargetName::operator==(const HIPGSTargetName& other) const
 
 void HIPGSTargetName::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSTargetName::isOccursOk() const

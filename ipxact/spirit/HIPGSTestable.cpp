@@ -67,7 +67,8 @@ bool HIPGSTestable::operator==(const HIPGSTestable& other) const
 
 void HIPGSTestable::init()
 {
-    m_TestConstraintAttr.set_default("unconstrained");
+    static const std::string kTestConstraintAttrDefault("unconstrained");
+    m_TestConstraintAttr.set_default(&kTestConstraintAttrDefault);
 }
 
 bool HIPGSTestable::isOccursOk() const

@@ -145,7 +145,8 @@ bool HIPGSTimingConstraint::operator==(const HIPGSTimingConstraint& other) const
 
 void HIPGSTimingConstraint::init()
 {
-    m_ClockEdgeAttr.set_default("rise");
+    static const std::string kClockEdgeAttrDefault("rise");
+    m_ClockEdgeAttr.set_default(&kClockEdgeAttrDefault);
 }
 
 bool HIPGSTimingConstraint::isOccursOk() const

@@ -68,7 +68,8 @@ bool HIPGSTransactionalPort::operator==(const HIPGSTransactionalPort& other) con
 
 void HIPGSTransactionalPort::init()
 {
-    m_Presence.set_default("optional");
+    static const std::string kPresenceDefault("optional");
+    m_Presence.set_default(&kPresenceDefault);
 }
 
 bool HIPGSTransactionalPort::isOccursOk() const

@@ -67,7 +67,8 @@ bool HIPGSTypeName::operator==(const HIPGSTypeName& other) const
 
 void HIPGSTypeName::init()
 {
-    m_ConstrainedAttr.set_default(false);
+    static const bool kConstrainedAttrDefault(false);
+    m_ConstrainedAttr.set_default(&kConstrainedAttrDefault);
 }
 
 bool HIPGSTypeName::isOccursOk() const

@@ -114,7 +114,8 @@ bool HIPGSValue::operator==(const HIPGSValue& other) const
 
 void HIPGSValue::init()
 {
-    m_FormatAttr.set_default("string");
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
 }
 
 bool HIPGSValue::isOccursOk() const

@@ -84,7 +84,8 @@ bool HIPGSWhiteboxElementType::operator==(const HIPGSWhiteboxElementType& other)
 
 void HIPGSWhiteboxElementType::init()
 {
-    m_Driveable.set_default(false);
+    static const bool kDriveableDefault(false);
+    m_Driveable.set_default(&kDriveableDefault);
 }
 
 bool HIPGSWhiteboxElementType::isOccursOk() const

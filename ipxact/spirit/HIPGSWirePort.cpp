@@ -76,8 +76,10 @@ bool HIPGSWirePort::operator==(const HIPGSWirePort& other) const
 
 void HIPGSWirePort::init()
 {
-    m_Presence.set_default("optional");
-    m_Direction.set_default("out");
+    static const std::string kPresenceDefault("optional");
+    m_Presence.set_default(&kPresenceDefault);
+    static const std::string kDirectionDefault("out");
+    m_Direction.set_default(&kDirectionDefault);
 }
 
 bool HIPGSWirePort::isOccursOk() const

@@ -67,7 +67,8 @@ bool HIPGSWireTypeDefTypeName::operator==(const HIPGSWireTypeDefTypeName& other)
 
 void HIPGSWireTypeDefTypeName::init()
 {
-    m_ConstrainedAttr.set_default(false);
+    static const bool kConstrainedAttrDefault(false);
+    m_ConstrainedAttr.set_default(&kConstrainedAttrDefault);
 }
 
 bool HIPGSWireTypeDefTypeName::isOccursOk() const

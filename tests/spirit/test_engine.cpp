@@ -56,7 +56,11 @@ const lmx60::s_ns_map kSpiritOnly[] = {{kSpiritNamespaceId, "spirit", kSpiritNam
 const auto* const kCollapse = &lmx60::validation_spec_collapse;
 
 struct Entry : Bound<Entry> {
-    Entry() { unit.set_default("mm"); }
+    Entry()
+    {
+        static const std::string kUnitDefault("mm");
+        unit.set_default(&kUnitDefault);
+    }
     lmx60::ct_simple_single<long long> value;
     lmx60::ct_simple_single<std::string> key;
     lmx60::ct_simple_optional<std::string> unit;

@@ -428,7 +428,10 @@ EQUALITY_END = "$line$;"
 ALWAYS_EQUAL = """\
 (void)other;
 return true;"""
-DEFAULT = "$field$.$store$($literal$);"
+DEFAULT = "$field$.set($literal$);"
+# An optional member's default lives once per class and the holder points at it.
+OPTIONAL_DEFAULT = """static const $type$ $name$($literal$);
+$field$.set_default(&$name$);"""
 EVENT_ROW = "{$ns_id$, $name$, $length$, $event$},"
 FIRST_SET = "static const int32_t $name$_first_events_$index$[] = {$events$0};"
 FIRST_EVENT = "$event$, "
@@ -715,6 +718,10 @@ def field_name(member):
     return "m_" + member.stem
 
 
+def default_name(member):
+    return "k" + member.stem + "Default"
+
+
 def guard(name):
     return name.upper()
 
@@ -954,8 +961,11 @@ class ClassEmitter:
 
     def default_line(self, m):
         """Stores the schema default; an optional member keeps its presence flag clear."""
-        store = "set_default" if "optional" in cpp_types.holder(m) else "set"
-        return render(DEFAULT, field=field_name(m), store=store, literal=cpp_types.literal(m.value_type, m.default))
+        literal = cpp_types.literal(m.value_type, m.default)
+        if "optional" in cpp_types.holder(m):
+            return render(OPTIONAL_DEFAULT, type=cpp_types.value_type(m), name=default_name(m), field=field_name(m),
+                          literal=literal)
+        return render(DEFAULT, field=field_name(m), literal=literal)
 
     def document_definitions(self):
         if not self.is_document():

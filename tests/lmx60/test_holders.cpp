@@ -1,0 +1,94 @@
+// The optional holders keep a class-typed value behind one word; these tests pin down that they
+// still behave as values: deep copies, defaults seen while unset, moves that leave an empty holder.
+#include <ipxact/lmx60/c_big_int.h>
+#include <ipxact/lmx60/lmx60_holders.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace {
+
+using Text = lmx60::ct_simple_optional<std::string>;
+
+const std::string kDefault("long");
+
+TEST(OptionalHolder, ShowsItsDefaultUntilSetAndKeepsItsFlagApart)
+{
+    Text text;
+    EXPECT_FALSE(text.is_set());
+    EXPECT_EQ(text.get(), "");
+    text.set_default(&kDefault);
+    EXPECT_FALSE(text.is_set());
+    EXPECT_EQ(&std::as_const(text).get(), &kDefault);  // the default is shared, not copied into each holder
+    EXPECT_EQ(text.get(), "long");
+    text.set("float");
+    EXPECT_TRUE(text.is_set());
+    EXPECT_EQ(text.get(), "float");
+    EXPECT_EQ(kDefault, "long");
+    text.unset();
+    EXPECT_FALSE(text.is_set());
+    EXPECT_EQ(sizeof(Text), sizeof(void*));
+
+    lmx60::ct_simple_optional<lmx60::c_big_int> number;
+    EXPECT_EQ(number.get().text(), "0");
+    number.set(lmx60::c_big_int("123456789012345678901234567890"));
+    EXPECT_EQ(number.get().text(), "123456789012345678901234567890");
+}
+
+TEST(OptionalHolder, CopiesAreDeepAndChangingOneLeavesTheOtherAndTheDefault)
+{
+    Text original;
+    original.set_default(&kDefault);
+    Text copy(original);
+    copy.get() += "er";  // a change in place takes a copy of the default first
+    EXPECT_EQ(copy.get(), "longer");
+    EXPECT_EQ(original.get(), "long");
+    EXPECT_EQ(kDefault, "long");
+    EXPECT_FALSE(copy.is_set());
+
+    original.set("set");
+    Text assigned;
+    assigned = original;
+    original.set("changed");
+    EXPECT_TRUE(assigned.is_set());
+    EXPECT_EQ(assigned.get(), "set");
+    const Text& same = assigned;
+    assigned = same;  // assigning a holder to itself keeps its value
+    EXPECT_EQ(assigned.get(), "set");
+}
+
+TEST(OptionalHolder, MovesLeaveAnEmptyUnsetHolderAndSwapsExchangeEverything)
+{
+    Text source;
+    source.set(std::string(100, 'x'));
+    Text target(std::move(source));
+    EXPECT_EQ(target.get(), std::string(100, 'x'));
+    EXPECT_TRUE(target.is_set());
+    EXPECT_FALSE(source.is_set());  // NOLINT(bugprone-use-after-move): the moved-from state is defined
+    EXPECT_EQ(source.get(), "");
+
+    Text other;
+    other.set_default(&kDefault);
+    target.swap(other);
+    EXPECT_FALSE(target.is_set());
+    EXPECT_EQ(target.get(), "long");
+    EXPECT_TRUE(other.is_set());
+    EXPECT_EQ(other.get(), std::string(100, 'x'));
+}
+
+TEST(OptionalHolder, EqualityComparesPresenceThenValue)
+{
+    Text withDefault, plain, set, setToo;
+    withDefault.set_default(&kDefault);
+    EXPECT_TRUE(withDefault == plain);  // neither is set: what they would show does not matter
+    set.set("a");
+    setToo.set("a");
+    EXPECT_TRUE(set == setToo);
+    EXPECT_FALSE(set == plain);
+    setToo.set("b");
+    EXPECT_FALSE(set == setToo);
+}
+
+}  // namespace

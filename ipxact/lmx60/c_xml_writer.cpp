@@ -104,9 +104,15 @@ int c_xml_writer::current_line() const
 
 void c_xml_writer::indent()
 {
+    // One append per line: the indentation of the deepest level so far is kept whole.
     const std::string& tab = defaults().tab;
-    for (size_t i = 0; i < m_open.size(); ++i)
-        m_buffer += tab;
+    size_t width = m_open.size() * tab.size();
+    if (m_indentation.size() < width) {
+        m_indentation.clear();
+        for (size_t i = 0; i < m_open.size() + 8; ++i)
+            m_indentation += tab;
+    }
+    m_buffer.append(m_indentation, 0, width);
 }
 
 void c_xml_writer::close_start_tag()

@@ -130,6 +130,7 @@ private:
     c_xml_event_sink* m_sink = nullptr;  // null when writing text
     bool m_sink_failed = false;
     std::string m_buffer;
+    std::string m_indentation;  // the tab, repeated for the deepest level written so far
     size_t m_flushed_line_breaks = 0;
     std::vector<open_element> m_open;
     std::vector<std::pair<std::string, std::string>> m_ns_scope;  // prefix, uri

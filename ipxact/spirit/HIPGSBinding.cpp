@@ -689,7 +689,8 @@ bool occurs_ok(const HIPGSBase& obj, const ClassInfo& info)
         const MemberInfo& member = info.members[i];
         if (info.content == ContentKind::choice && is_content(member))
             continue;
-        if ((member.min_occurs > 0 && member.ops->count(obj) < member.min_occurs) || !member.ops->is_writable(obj))
+        if ((member.min_occurs > 0 && member.ops->count(obj) < member.min_occurs) ||
+            (member.ops->may_be_unwritable && !member.ops->is_writable(obj)))
             return false;
     }
     return true;

@@ -58,7 +58,12 @@ public:
     virtual HIPGSBase* object(HIPGSBase& owner) const = 0;
     virtual const HIPGSBase* object(const HIPGSBase& owner) const = 0;
 
+    // Whether is_writable() can ever say false; most holders are always writable, and checking an
+    // object before it is written then costs no call per member.
+    const bool may_be_unwritable;
+
 protected:
+    constexpr explicit MemberOps(bool mayBeUnwritable) : may_be_unwritable(mayBeUnwritable) {}
     ~MemberOps() = default;
 };
 
@@ -536,6 +541,12 @@ bool holds_writable(const lmx60::ct_simple_list_optional<V>& h)
     return !h.is_set() || h.size() > 0;
 }
 
+template <class H>
+constexpr bool holder_may_be_unwritable = false;
+
+template <class V>
+constexpr bool holder_may_be_unwritable<lmx60::ct_simple_list_optional<V>> = true;
+
 template <auto Member>
 class member_ops final : public MemberOps {
     using C = typename member_pointer_traits<decltype(Member)>::owner;
@@ -543,6 +554,7 @@ class member_ops final : public MemberOps {
     using io = holder_io<H>;
 
 public:
+    constexpr member_ops() : MemberOps(holder_may_be_unwritable<H>) {}
     void read(lmx60::c_xml_reader& r, HIPGSBase& o, const MemberInfo& m) const override
     {
         io::read(r, static_cast<C&>(o).*Member, m);

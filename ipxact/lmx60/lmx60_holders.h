@@ -215,28 +215,55 @@ template <class T> using ct_simple_pod_optional = ct_simple_optional<T>;
 template <class T> using ct_simple_non_pod_optional = ct_simple_optional<T>;
 
 // Repeated simple values (an element that occurs many times) and list-valued simple types alike.
+// Most objects hold none (every configurable element may carry a configGroups list and attributes
+// of other namespaces), so the values are held behind one pointer, null while there are none.
 template <class T>
 class ct_simple_multi {
 public:
-    size_t size() const { return m_items.size(); }
-    const T& get(size_t index) const { return m_items.at(index); }
-    T& get(size_t index) { return m_items.at(index); }
-    void append(const T& value) { m_items.push_back(value); }
-    void insert(size_t index, const T& value) { m_items.insert(m_items.begin() + clamp(index), value); }
+    ct_simple_multi() = default;
+    ct_simple_multi(const ct_simple_multi& other)
+        : m_items(other.m_items ? new std::vector<T>(*other.m_items) : nullptr)
+    {
+    }
+    ct_simple_multi& operator=(const ct_simple_multi& other)
+    {
+        ct_simple_multi copy(other);
+        swap(copy);
+        return *this;
+    }
+    ct_simple_multi(ct_simple_multi&&) noexcept = default;
+    ct_simple_multi& operator=(ct_simple_multi&&) noexcept = default;
+
+    size_t size() const { return m_items ? m_items->size() : 0; }
+    const T& get(size_t index) const { return items().at(index); }
+    T& get(size_t index) { return items().at(index); }
+    void append(const T& value) { items().push_back(value); }
+    void insert(size_t index, const T& value) { items().insert(items().begin() + clamp(index), value); }
     void erase(size_t index)
     {
-        if (index < m_items.size())
-            m_items.erase(m_items.begin() + index);
+        if (index < size())
+            m_items->erase(m_items->begin() + index);
     }
-    void clear() { m_items.clear(); }
-    const std::vector<T>& items() const { return m_items; }
-    std::vector<T>& items() { return m_items; }
-    bool operator==(const ct_simple_multi& other) const { return detail::same_values(m_items, other.m_items); }
+    void clear() { m_items.reset(); }
+    const std::vector<T>& items() const { return m_items ? *m_items : empty(); }
+    // The values to change in place; from here on the holder has a list of its own.
+    std::vector<T>& items()
+    {
+        if (!m_items)
+            m_items.reset(new std::vector<T>());
+        return *m_items;
+    }
+    bool operator==(const ct_simple_multi& other) const { return detail::same_values(items(), other.items()); }
     void swap(ct_simple_multi& other) noexcept { m_items.swap(other.m_items); }
 
 private:
-    size_t clamp(size_t index) const { return index < m_items.size() ? index : m_items.size(); }
-    std::vector<T> m_items;
+    static const std::vector<T>& empty()
+    {
+        static const std::vector<T> none;
+        return none;
+    }
+    size_t clamp(size_t index) const { return index < size() ? index : size(); }
+    std::unique_ptr<std::vector<T>> m_items;
 };
 
 template <class T> using ct_simple_non_pod_multi = ct_simple_multi<T>;

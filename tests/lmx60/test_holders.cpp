@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -89,6 +91,35 @@ TEST(OptionalHolder, EqualityComparesPresenceThenValue)
     EXPECT_FALSE(set == plain);
     setToo.set("b");
     EXPECT_FALSE(set == setToo);
+}
+
+TEST(MultiHolder, StartsEmptyInOneWordAndCopiesDeeply)
+{
+    lmx60::ct_simple_multi<std::string> list;
+    EXPECT_EQ(sizeof(list), sizeof(void*));
+    EXPECT_EQ(list.size(), 0u);
+    EXPECT_TRUE(std::as_const(list).items().empty());
+    EXPECT_THROW(std::as_const(list).get(0), std::out_of_range);
+    list.insert(5, "b");  // past the end: appended
+    list.insert(0, "a");
+    list.append("c");
+    lmx60::ct_simple_multi<std::string> copy(list);
+    copy.get(1) = "B";
+    copy.erase(0);
+    EXPECT_EQ(list.items(), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(copy.items(), (std::vector<std::string>{"B", "c"}));
+    EXPECT_FALSE(list == copy);
+    copy.clear();
+    lmx60::ct_simple_multi<std::string> none;
+    EXPECT_TRUE(copy == none);  // cleared and never filled are the same
+    copy.erase(3);              // erasing from nothing does nothing
+    EXPECT_EQ(copy.size(), 0u);
+
+    lmx60::ct_simple_list_optional<std::string> present;
+    present.set_present();
+    EXPECT_TRUE(present.is_set());
+    EXPECT_EQ(present.size(), 0u);
+    EXPECT_FALSE(present == lmx60::ct_simple_list_optional<std::string>());
 }
 
 }  // namespace

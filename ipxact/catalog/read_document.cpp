@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -72,12 +73,6 @@ const VendorReference kVendorReferences[] = {
     {"componentType", true, kind_bit(DocumentKind::component)},
 };
 
-// Vendor blocks that can hold vendor references. Inside spirit:vendorExtensions they are kept
-// whole (open content or a typed slot read apart), so the document's own reading does not walk
-// them; a document holding one is scanned once more for them.
-const char* const kBlocksWithReferences[] = {"subCoreRef", "coreExtensions", "busInterfaceInfo", "packagingInfo",
-                                             "parameterAbstractionMaps", "parameterAbstractionDefinition"};
-
 template <class Table>
 const auto* find_local(const Table& table, const char* local)
 {
@@ -120,8 +115,8 @@ private:
 // Watches the elements a reader moves onto: notes their lines and the references among them.
 class Observer {
 public:
-    Observer(lmx60::c_xml_reader& reader, LineIndex& lines, std::vector<Reference>& references, bool vendorOnly)
-        : m_reader(reader), m_builder(lines), m_lines(lines), m_references(references), m_vendor_only(vendorOnly)
+    Observer(lmx60::c_xml_reader& reader, LineIndex& lines, std::vector<Reference>& references)
+        : m_reader(reader), m_builder(lines), m_lines(lines), m_references(references)
     {
     }
 
@@ -133,28 +128,53 @@ public:
             m_root_ns = ns;
             m_root_local = local;
         }
-        if (ns == NamespaceOf::spirit) {
-            if (!m_vendor_only)
-                spirit_reference(local, line);
-            m_last_spirit_local = local;
-            m_last_spirit_level = level;
-        } else if (ns == NamespaceOf::vorlix) {
-            vendor_reference(local, line);
-            if (m_root_ns == NamespaceOf::spirit && level == m_last_spirit_level + 1 &&
-                std::strcmp(m_last_spirit_local, "vendorExtensions") == 0)
-                for (const char* block : kBlocksWithReferences)
-                    if (std::strcmp(block, local) == 0)
-                        m_vendor_blocks = true;
+        if (ns == NamespaceOf::spirit)
+            spirit_reference(local, line);
+        else if (ns == NamespaceOf::vorlix)
+            vendor_reference(local, line, std::string());
+    }
+
+    // An element inside a vendor block that reading keeps whole. The index stops at the block, so
+    // a reference inside gets the block's node, and a path that goes on below it, each step with
+    // its position among the siblings of its name as the index writes it.
+    void captured(size_t level, const char* uri, const char* local, int line)
+    {
+        if (m_builder.current() != m_block) {
+            m_block = m_builder.current();
+            m_inner.clear();
+            m_block_children.clear();
         }
+        while (!m_inner.empty() && m_inner.back().level >= level)
+            m_inner.pop_back();
+        std::vector<std::pair<std::string, size_t>>& siblings =
+            m_inner.empty() ? m_block_children : m_inner.back().children;
+        auto seen = std::find_if(siblings.begin(), siblings.end(), [&](const auto& s) { return s.first == local; });
+        size_t position = seen == siblings.end() ? (siblings.emplace_back(local, 1), 1) : ++seen->second;
+        m_inner.push_back({level, local, position, {}});
+        if (m_namespace(uri) != NamespaceOf::vorlix || !find_local(kVendorReferences, local))
+            return;
+        std::string below;
+        for (const InnerElement& inner : m_inner) {
+            below += "/" + inner.local;
+            if (inner.position > 1)
+                below += "[" + std::to_string(inner.position) + "]";
+        }
+        vendor_reference(local, line, below);
     }
 
     void finish() { m_builder.finish(); }
     LineIndex::Node current() const { return m_builder.current(); }
     NamespaceOf::Which root_ns() const { return m_root_ns; }
     const std::string& root_local() const { return m_root_local; }
-    bool saw_vendor_blocks() const { return m_vendor_blocks; }
 
 private:
+    struct InnerElement {
+        size_t level;
+        std::string local;
+        size_t position;
+        std::vector<std::pair<std::string, size_t>> children;  // name, how many so far
+    };
+
     void spirit_reference(const char* local, int line)
     {
         Vlnv target;
@@ -172,10 +192,11 @@ private:
         } else if (const SpiritTarget* known = find_local(kSpiritTargets, local)) {
             kinds = known->kinds;
         }
-        add(std::move(target), false, std::string("spirit:") + local, kinds, line);
+        add(std::move(target), false, std::string("spirit:") + local, kinds, line, std::string());
     }
 
-    void vendor_reference(const char* local, int line)
+    // `below`: the rest of the path past the indexed element, for an element inside a vendor block.
+    void vendor_reference(const char* local, int line, const std::string& below)
     {
         const VendorReference* known = find_local(kVendorReferences, local);
         if (!known)
@@ -185,10 +206,10 @@ private:
         m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "library", &target.library);
         m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "name", &target.name);
         m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "version", &target.version);
-        add(std::move(target), known->pattern, std::string("vorlix:") + local, known->kinds, line);
+        add(std::move(target), known->pattern, std::string("vorlix:") + local, known->kinds, line, below);
     }
 
-    void add(Vlnv target, bool pattern, std::string element, KindSet kinds, int line)
+    void add(Vlnv target, bool pattern, std::string element, KindSet kinds, int line, const std::string& below)
     {
         Reference reference;
         reference.target = std::move(target);
@@ -197,7 +218,7 @@ private:
         reference.expected = kinds;
         reference.node = m_builder.current();
         reference.line = line;
-        reference.path = m_lines.path(reference.node);
+        reference.path = m_lines.path(reference.node) + below;
         m_references.push_back(std::move(reference));
     }
 
@@ -205,13 +226,13 @@ private:
     LineIndex::Builder m_builder;
     const LineIndex& m_lines;
     std::vector<Reference>& m_references;
-    bool m_vendor_only;
     NamespaceOf m_namespace;
     NamespaceOf::Which m_root_ns = NamespaceOf::none;
     std::string m_root_local;
-    const char* m_last_spirit_local = "";
-    size_t m_last_spirit_level = 0;
-    bool m_vendor_blocks = false;
+    // Where the observer stands inside the vendor block being captured.
+    LineIndex::Node m_block = LineIndex::npos;
+    std::vector<std::pair<std::string, size_t>> m_block_children;
+    std::vector<InnerElement> m_inner;
 };
 
 Finding read_finding(const std::string& file, int line, std::string path, lmx60::elmx_error code,
@@ -222,50 +243,6 @@ Finding read_finding(const std::string& file, int line, std::string path, lmx60:
     if (!item.empty())
         message += " (" + item + ")";
     return Finding{"read.fault", Severity::error, file, line, std::move(path), std::move(message)};
-}
-
-// Walks every element of the document once more, without objects, for the vendor references
-// inside vendor blocks, which the first reading keeps whole.
-void scan_vendor_blocks(const std::string& file, const std::string_view* text, Document& document,
-                        std::vector<Reference>& out)
-{
-    std::unique_ptr<lmx60::c_xml_reader> reader;
-    if (text)
-        reader.reset(new lmx60::c_xml_reader_memory(text->data(), text->size(), file));
-    else
-        reader.reset(new lmx60::c_xml_reader_file(file.c_str()));
-    reader->set_ns_map(HIPGSpirit::ns_map_reader);
-    // Text is met where the walk does not expect it (inside leaf elements); only parser faults stop.
-    reader->set_error_handler([](lmx60::elmx_error code, const std::string&, int) {
-        return code == lmx60::ELMX_UNEXPECTED_TEXT ? lmx60::ELMX_OK : code;
-    });
-    LineIndex full;
-    std::vector<Reference> found;
-    Observer observer(*reader, full, found, true);
-    reader->set_element_observer([&observer](size_t level, const char* uri, const char* local, int line) {
-        observer.element(level, uri, local, line);
-    });
-    HIPGSpirit::reading_code([&] {
-        reader->read_document_element();
-        for (size_t steps = reader->token_count();;) {
-            if (reader->current() == lmx60::c_xml_reader::tok_start)
-                reader->enter();
-            else if (reader->current() == lmx60::c_xml_reader::tok_end && reader->nesting_level() > 1)
-                reader->advance();
-            else
-                break;
-            if (reader->token_count() == steps)
-                break;
-            steps = reader->token_count();
-        }
-        return lmx60::ELMX_OK;
-    });
-    observer.finish();
-    for (Reference& reference : found) {
-        // The document's own index stops at the vendor block; the path and line stay exact.
-        reference.node = document.lines().find_nearest(reference.path);
-        out.push_back(std::move(reference));
-    }
 }
 
 // The identifier of a document whose class has the versioned identifier group, found through the
@@ -317,10 +294,13 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
             document->m_size = static_cast<uint64_t>(status.st_size);
     }
 
-    Observer observer(*reader, document->m_lines, document->m_references, false);
+    Observer observer(*reader, document->m_lines, document->m_references);
     std::vector<Finding> faults;
     reader->set_element_observer([&observer](size_t level, const char* uri, const char* local, int line) {
         observer.element(level, uri, local, line);
+    });
+    reader->set_captured_observer([&observer](size_t level, const char* uri, const char* local, int line) {
+        observer.captured(level, uri, local, line);
     });
     reader->set_error_handler([&](lmx60::elmx_error code, const std::string& item, int line) {
         faults.push_back(read_finding(file, line, document->m_lines.path(observer.current()), code, item));
@@ -365,8 +345,6 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
     if (!document->m_has_vlnv)
         document->m_vlnv = Vlnv();
 
-    if (observer.saw_vendor_blocks())
-        scan_vendor_blocks(file, text, *document, document->m_references);
     document->m_references.shrink_to_fit();
     return document;
 }

@@ -996,6 +996,17 @@ size_t c_xml_reader::write_start_tag(const token_record& start, std::string* xml
     return declarationsEnd;
 }
 
+void c_xml_reader::observe_captured(const token_record& start)
+{
+    const size_t attributes = m_current_attributes;
+    const size_t attributeCount = m_current_attribute_count;
+    m_current_attributes = start.first;
+    m_current_attribute_count = start.count;
+    m_captured_observer(m_scope_marks.size(), start.uri, start.local, start.line);
+    m_current_attributes = attributes;
+    m_current_attribute_count = attributeCount;
+}
+
 void c_xml_reader::capture_element(c_any_info* out)
 {
     const std::string uri = element_ns_uri();
@@ -1039,6 +1050,8 @@ void c_xml_reader::capture_element(c_any_info* out)
             write_start_tag(*record, &xml, &added, rootMark);
             open.emplace_back(record->prefix, record->local);
             tagOpen = true;
+            if (m_captured_observer)
+                observe_captured(*record);
             break;
         case token_kind::text:
             append_xml_escaped(xml, arena_text(record->first), record->count, false);

@@ -98,6 +98,9 @@ public:
     // Lets a host note where elements stand (a line index for its own diagnostics) while a document
     // is read into objects.
     void set_element_observer(element_observer observer) { m_observer = std::move(observer); }
+    // Told of each element inside an element captured whole (capture_element), which the element
+    // observer does not see; during the call find_attribute() answers for that inner element.
+    void set_captured_observer(element_observer observer) { m_captured_observer = std::move(observer); }
     const s_debug_error& get_debug_error() const { return m_debug; }
     void get_error_message(std::string* text) const { *text = m_debug.to_string(); }
 
@@ -223,6 +226,7 @@ private:
     void take_element(const token_record& start);
     const char* find_in_scope(const char* prefix, size_t from, size_t to, bool* found) const;
     size_t write_start_tag(const token_record& start, std::string* xml, std::vector<ns_binding>* added, size_t rootMark);
+    void observe_captured(const token_record& start);
 
     void fail_from_parser();
     void refuse_entity_reference(int documentLine);
@@ -282,6 +286,7 @@ private:
     s_debug_error m_debug;
     reader_error_handler m_handler;
     element_observer m_observer;
+    element_observer m_captured_observer;
     std::string m_leading_bytes;
     parser_fault m_fault;  // the fault the read stopped on
 };

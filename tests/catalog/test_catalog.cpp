@@ -343,18 +343,25 @@ TEST(CatalogReferences, VendorReferencesInsideVendorBlocksAndPatterns)
                                     "      <spirit:vendorExtensions>\n        <vorlix:subCoreRef>\n"
                                     "          <vorlix:componentRef vorlix:vendor=\"acme.example.com\" vorlix:library=\"ip\"\n"
                                     "              vorlix:name=\"leaf\" vorlix:version=\"1.0\"/>\n"
-                                    "        </vorlix:subCoreRef>\n      </spirit:vendorExtensions>\n"
+                                    "        </vorlix:subCoreRef>\n"
+                                    "        <vorlix:subCoreRef><vorlix:componentRef vorlix:vendor=\"acme.example.com\" "
+                                    "vorlix:library=\"ip\" vorlix:name=\"leaf2\" vorlix:version=\"1.0\"/></vorlix:subCoreRef>\n"
+                                    "      </spirit:vendorExtensions>\n"
                                     "    </spirit:fileSet>\n  </spirit:fileSets>\n</spirit:component>\n");
     const Document* top = catalog.find(acme("ip", "top"));
     ASSERT_NE(top, nullptr);
     ASSERT_TRUE(top->read_cleanly());
-    ASSERT_EQ(top->references().size(), 1u);
+    ASSERT_EQ(top->references().size(), 2u);
     const Reference& sub = top->references()[0];
     EXPECT_EQ(sub.element, "vorlix:componentRef");
     EXPECT_EQ(sub.target, acme("ip", "leaf"));
     // A start tag over several lines is placed where it ends, as the parser reports it.
     EXPECT_EQ(sub.line, 13);
     EXPECT_EQ(sub.path, "component/fileSets/fileSet/vendorExtensions/subCoreRef/componentRef");
+    const Reference& second = top->references()[1];
+    EXPECT_EQ(second.target, acme("ip", "leaf2"));
+    EXPECT_EQ(second.line, 15);
+    EXPECT_EQ(second.path, "component/fileSets/fileSet/vendorExtensions/subCoreRef[2]/componentRef");
     EXPECT_EQ(catalog.resolve(sub), nullptr);
     catalog.add_text("leaf.xml", component("leaf", "apb"));
     EXPECT_NE(catalog.resolve(top->references()[0]), nullptr);

@@ -2,11 +2,11 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <unordered_map>
 
 #include <ipxact/lmx60/c_xml_reader.h>
 #include <ipxact/lmx60/lmx60_error.h>
@@ -146,10 +146,9 @@ public:
         }
         while (!m_inner.empty() && m_inner.back().level >= level)
             m_inner.pop_back();
-        std::vector<std::pair<std::string, size_t>>& siblings =
-            m_inner.empty() ? m_block_children : m_inner.back().children;
-        auto seen = std::find_if(siblings.begin(), siblings.end(), [&](const auto& s) { return s.first == local; });
-        size_t position = seen == siblings.end() ? (siblings.emplace_back(local, 1), 1) : ++seen->second;
+        // Counted by name in a hash table: a hostile block may hold very many names side by side.
+        Counts& siblings = m_inner.empty() ? m_block_children : m_inner.back().children;
+        size_t position = ++siblings[local];
         m_inner.push_back({level, local, position, {}});
         if (m_namespace(uri) != NamespaceOf::vorlix || !find_local(kVendorReferences, local))
             return;
@@ -168,11 +167,12 @@ public:
     const std::string& root_local() const { return m_root_local; }
 
 private:
+    using Counts = std::unordered_map<std::string, size_t>;  // elements met so far, by name
     struct InnerElement {
         size_t level;
         std::string local;
         size_t position;
-        std::vector<std::pair<std::string, size_t>> children;  // name, how many so far
+        Counts children;
     };
 
     void spirit_reference(const char* local, int line)
@@ -231,7 +231,7 @@ private:
     std::string m_root_local;
     // Where the observer stands inside the vendor block being captured.
     LineIndex::Node m_block = LineIndex::npos;
-    std::vector<std::pair<std::string, size_t>> m_block_children;
+    Counts m_block_children;
     std::vector<InnerElement> m_inner;
 };
 

@@ -1,5 +1,6 @@
 #include <ipxact/catalog/line_index.h>
 
+#include <atomic>
 #include <cstring>
 
 namespace ipxact {
@@ -50,14 +51,45 @@ LineIndex::Node LineIndex::parent(Node node) const
 
 LineIndex::Node LineIndex::child(Node parent, std::string_view local, size_t position) const
 {
+    return child_at_depth(parent, local, position, 0);
+}
+
+LineIndex::Node LineIndex::child_at_depth(Node parent, std::string_view local, size_t position, size_t depth) const
+{
     if (parent >= m_nodes.size())
         return npos;
-    for (Node at = parent + 1; at < m_nodes[parent].end; at = m_nodes[at].end) {
-        if (m_names[m_nodes[at].name] != local)
+    // Names are compared by id: the few distinct names once, then each sibling by a number.
+    uint32_t name = 0;
+    while (name < m_names.size() && m_names[name] != local)
+        ++name;
+    if (name == m_names.size())
+        return npos;
+    // Findings come in document order, so the n-th child of a name is mostly asked for right after
+    // an earlier one: the search resumes where this thread's last one at that depth of a path
+    // ended, and a run of findings among many siblings costs linear time, not quadratic.
+    struct Search {
+        uint64_t serial = 0;
+        Node parent = npos;
+        uint32_t name = 0;
+        size_t position = 0;
+        Node found = npos;
+    };
+    thread_local Search searches[32];
+    Search& last = searches[depth % 32];
+    Node at = parent + 1;
+    size_t remaining = position;
+    if (last.serial == m_serial && last.parent == parent && last.name == name && last.position <= position) {
+        at = last.found;
+        remaining = position - last.position;
+    }
+    for (; at < m_nodes[parent].end; at = m_nodes[at].end) {
+        if (m_nodes[at].name != name)
             continue;
-        if (position == 0)
+        if (remaining == 0) {
+            last = Search{m_serial, parent, name, position, at};
             return at;
-        --position;
+        }
+        --remaining;
     }
     return npos;
 }
@@ -118,7 +150,7 @@ LineIndex::Node LineIndex::find_nearest(std::string_view path) const
     if (m_nodes.empty())
         return npos;
     Node at = npos;
-    while (!path.empty()) {
+    for (size_t depth = 0; !path.empty(); ++depth) {
         size_t slash = path.find('/');
         std::string_view step = path.substr(0, slash);
         path = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
@@ -130,7 +162,7 @@ LineIndex::Node LineIndex::find_nearest(std::string_view path) const
         if (at == npos)
             next = position == 0 && m_names[m_nodes[0].name] == local ? 0 : npos;
         else
-            next = child(at, local, position);
+            next = child_at_depth(at, local, position, depth);
         if (next == npos)
             return at;
         at = next;
@@ -148,8 +180,10 @@ size_t LineIndex::memory_bytes() const
 
 LineIndex::Builder::Builder(LineIndex& index) : m_index(index)
 {
+    static std::atomic<uint64_t> builds{0};
     m_index.m_nodes.clear();
     m_index.m_names.clear();
+    m_index.m_serial = ++builds;
 }
 
 uint32_t LineIndex::Builder::name_id(const char* local)

@@ -96,8 +96,12 @@ private:
         uint32_t line;
         uint32_t name;
     };
+    // child() for the `depth`-th step of a path.
+    Node child_at_depth(Node parent, std::string_view local, size_t position, size_t depth) const;
+
     std::vector<Entry> m_nodes;
     std::vector<std::string> m_names;
+    uint64_t m_serial = 0;  // which build this is, process-wide: child() resumes searches by it
 };
 
 }  // namespace catalog

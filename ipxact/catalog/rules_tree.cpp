@@ -39,13 +39,13 @@ struct RulesTree::Item {
     uint32_t end = 0;    // one past the order of the last item of its subtree
     uint32_t local_id = 0;
     uint32_t ns_id = 0;
+    uint32_t position = 1;  // elements: 1-based, among the siblings of the same local name
     const char* local = "";
     const char* ns = "";
     const Item* parent = nullptr;
     const Item* first_child = nullptr;  // elements only
     const Item* last_child = nullptr;
     const Item* next_sibling = nullptr;  // for attributes: the element's next attribute
-    const Item* prev_sibling = nullptr;
     const Item* first_attribute = nullptr;
     std::string_view value;  // an attribute's value, an element's own text
 };
@@ -307,6 +307,7 @@ public:
         link_child(element);
         element->local_id = m_impl.intern(any.get_local_name());
         element->ns_id = m_impl.intern(any.get_namespace());
+        place(element);
         element->end = element->order + 1;
     }
     void end_element() override
@@ -365,7 +366,6 @@ private:
         element->parent = parent;
         if (parent->last_child) {
             const_cast<Item*>(parent->last_child)->next_sibling = element;
-            element->prev_sibling = parent->last_child;
         } else {
             parent->first_child = element;
         }
@@ -407,10 +407,27 @@ private:
                           : resolve(std::string_view(q.text).substr(0, q.prefix_length));
     }
     // Resolves the names of the element whose start tag has just been completed.
+    // Counts the element among its parent's children of the same local name (whatever their
+    // namespace, as the line index does). Per name, the counts of the open parents that have such
+    // children are kept innermost last, so that placing an element takes constant time however
+    // many siblings it has. An element is open while its end is 0.
+    void place(Item* element)
+    {
+        if (m_counts.size() <= element->local_id)
+            m_counts.resize(element->local_id + 1);
+        std::vector<std::pair<const Item*, uint32_t>>& counts = m_counts[element->local_id];
+        while (!counts.empty() && counts.back().first != element->parent && counts.back().first->end != 0)
+            counts.pop_back();
+        if (!counts.empty() && counts.back().first == element->parent)
+            element->position = ++counts.back().second;
+        else
+            counts.emplace_back(element->parent, 1);
+    }
     void settle()
     {
         if (m_pending_element) {
             name(m_pending_element, m_pending_qname, false);
+            place(m_pending_element);
             m_pending_element = nullptr;
         }
         for (const auto& pending : m_pending_attributes)
@@ -424,6 +441,7 @@ private:
     std::vector<std::pair<std::string, uint32_t>> m_scope;  // prefix, namespace id
     std::vector<size_t> m_scope_marks;
     std::unordered_map<const char*, QualifiedName*> m_qnames;
+    std::vector<std::vector<std::pair<const Item*, uint32_t>>> m_counts;  // by local name id: open parent, children so far
     std::deque<QualifiedName> m_split;
     Item* m_pending_element = nullptr;
     const char* m_pending_qname = nullptr;
@@ -667,16 +685,11 @@ std::string RulesTree::path(Node node)
         chain.push_back(e);
     std::string joined;
     for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-        // The line index counts siblings of the same local name, whatever their namespace.
-        size_t position = 1;
-        for (Node s = (*it)->prev_sibling; s; s = s->prev_sibling)
-            if (s->local == (*it)->local)
-                ++position;
         if (!joined.empty())
             joined += '/';
         joined += (*it)->local;
-        if (position != 1)
-            joined += "[" + std::to_string(position) + "]";
+        if ((*it)->position != 1)
+            joined += "[" + std::to_string((*it)->position) + "]";
     }
     return joined;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include <ipxact/catalog/catalog.h>
@@ -211,6 +212,48 @@ TEST(CatalogLineIndex, PathsAndLinesOfElementsWithSiblingPositions)
     EXPECT_EQ(lines.child(maps, "memoryMap", 1), lines.find("component/memoryMaps/memoryMap[2]"));
     EXPECT_EQ(lines.parent(second), lines.find("component/memoryMaps/memoryMap[2]"));
     EXPECT_LE(lines.memory_bytes(), lines.size() * 16 + 1024);
+}
+
+// Paths are looked up in document order, among many siblings, by rule after rule and document after
+// document: each answer must be the element itself whatever was asked before.
+TEST(CatalogLineIndex, ManySiblingsOfOneNameAreFoundInAnyOrderAcrossDocuments)
+{
+    auto registers = [](int count) {
+        std::string text = std::string("<?xml version=\"1.0\"?>\n<spirit:component ") + spirit_ns() + ">\n" +
+                           vlnv_elements("acme.example.com", "ip", "regs" + std::to_string(count), "1.0") +
+                           "  <spirit:memoryMaps><spirit:memoryMap><spirit:name>m</spirit:name>\n"
+                           "  <spirit:addressBlock><spirit:name>b</spirit:name><spirit:baseAddress>0</spirit:baseAddress>"
+                           "<spirit:range>4096</spirit:range><spirit:width>32</spirit:width>\n";
+        for (int i = 0; i < count; ++i)
+            text += "  <spirit:register><spirit:name>r</spirit:name><spirit:addressOffset>0</spirit:addressOffset>"
+                    "<spirit:size>8</spirit:size></spirit:register>\n";
+        return text + "  </spirit:addressBlock></spirit:memoryMap></spirit:memoryMaps>\n</spirit:component>\n";
+    };
+    Catalog catalog;
+    const LineIndex& many = catalog.add_text("many.xml", registers(300)).lines();
+    const LineIndex& few = catalog.add_text("few.xml", registers(3)).lines();
+    const std::string block = "component/memoryMaps/memoryMap/addressBlock/register";
+    auto line_of = [&](const LineIndex& lines, int position) {
+        return lines.line(lines.find(block + "[" + std::to_string(position) + "]"));
+    };
+    // register n stands on line 8 + n
+    for (int position : {2, 3, 150, 151, 300, 5, 299, 1, 300})
+        EXPECT_EQ(line_of(many, position), 8 + position) << position;
+    EXPECT_EQ(line_of(few, 3), 11);
+    EXPECT_EQ(line_of(many, 4), 12);
+    EXPECT_EQ(few.find(block + "[4]"), LineIndex::npos);
+    EXPECT_EQ(line_of(many, 301), 0);
+
+    // every one of many same-named siblings reported, each at its own line
+    std::vector<Finding> found = with_rule(catalog.check(), "names.unique");
+    ASSERT_EQ(found.size(), 301u);  // 299 in the large document, 2 in the small one
+    std::set<int> lines;
+    for (const Finding& finding : found)
+        if (finding.file == "many.xml")
+            lines.insert(finding.line);
+    EXPECT_EQ(lines.size(), 299u);
+    EXPECT_EQ(*lines.begin(), 10);
+    EXPECT_EQ(*lines.rbegin(), 308);
 }
 
 // ---- references ----

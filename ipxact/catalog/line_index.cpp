@@ -119,14 +119,41 @@ std::string LineIndex::path(Node node) const
         text += m_names[entry.name];
         if (entry.parent == npos)
             continue;
-        size_t position = 1;
-        for (Node at = entry.parent + 1; at < *it; at = m_nodes[at].end)
-            if (m_nodes[at].name == entry.name)
-                ++position;
+        size_t position = position_among_siblings(*it, static_cast<size_t>(it - chain.rbegin()));
         if (position > 1)
             text += '[' + std::to_string(position) + ']';
     }
     return text;
+}
+
+size_t LineIndex::position_among_siblings(Node node, size_t depth) const
+{
+    // Paths are asked for in document order (the references of a document, one after another), so
+    // the count resumes from this thread's last one at that depth under the same parent.
+    struct Count {
+        uint64_t serial = 0;
+        Node parent = npos;
+        uint32_t name = 0;
+        Node node = npos;
+        size_t position = 0;
+    };
+    thread_local Count counts[32];
+    Count& last = counts[depth % 32];
+    const Entry& entry = m_nodes[node];
+    Node at = entry.parent + 1;
+    size_t position = 1;
+    if (last.serial == m_serial && last.parent == entry.parent && last.name == entry.name && last.node <= node) {
+        if (last.node == node)
+            return last.position;
+        // last.node is the last.position-th; count on from the sibling after it
+        at = m_nodes[last.node].end;
+        position = last.position + 1;
+    }
+    for (; at < node; at = m_nodes[at].end)
+        if (m_nodes[at].name == entry.name)
+            ++position;
+    last = Count{m_serial, entry.parent, entry.name, node, position};
+    return position;
 }
 
 LineIndex::Node LineIndex::find(std::string_view path) const

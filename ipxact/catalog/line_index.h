@@ -96,6 +96,8 @@ private:
         uint32_t line;
         uint32_t name;
     };
+    // 1-based, among the siblings of the same name; `depth` is the node's in the tree.
+    size_t position_among_siblings(Node node, size_t depth) const;
     // child() for the `depth`-th step of a path.
     Node child_at_depth(Node parent, std::string_view local, size_t position, size_t depth) const;
 

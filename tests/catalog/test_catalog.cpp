@@ -239,6 +239,10 @@ TEST(CatalogLineIndex, ManySiblingsOfOneNameAreFoundInAnyOrderAcrossDocuments)
     // register n stands on line 8 + n
     for (int position : {2, 3, 150, 151, 300, 5, 299, 1, 300})
         EXPECT_EQ(line_of(many, position), 8 + position) << position;
+    for (int position : {2, 3, 4, 200, 199, 300, 1, 2})
+        EXPECT_EQ(many.path(many.find(block + "[" + std::to_string(position) + "]")),
+                  position == 1 ? block : block + "[" + std::to_string(position) + "]");
+    EXPECT_EQ(few.path(few.find(block + "[3]")), block + "[3]");
     EXPECT_EQ(line_of(few, 3), 11);
     EXPECT_EQ(line_of(many, 4), 12);
     EXPECT_EQ(few.find(block + "[4]"), LineIndex::npos);

@@ -67,6 +67,12 @@ bool is_hex_digit(char c)
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
+// |value|, which for the most negative value does not fit in a long long.
+unsigned long long magnitude_of(long long value)
+{
+    return value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+}
+
 // The power of two a multiplier letter stands for, 0 for a character that is none.
 unsigned multiplier_bits(char c)
 {
@@ -163,47 +169,45 @@ std::string ScaledValue::to_hex() const
     if (m_form == Form::unknown)
         return "?";
     if (m_form == Form::small) {
-        unsigned long long magnitude = m_small < 0 ? 0ULL - static_cast<unsigned long long>(m_small)
-                                                   : static_cast<unsigned long long>(m_small);
         char digits[17];
-        std::snprintf(digits, sizeof digits, "%llx", magnitude);
+        std::snprintf(digits, sizeof digits, "%llx", magnitude_of(m_small));
         return (m_small < 0 ? "-0x" : "0x") + std::string(digits);
     }
     mpz_class magnitude = abs(m_big->value);
     return (sgn(m_big->value) < 0 ? "-0x" : "0x") + magnitude.get_str(16);
 }
 
-ScaledValue operator+(const ScaledValue& a, const ScaledValue& b)
+template <class Inline, class Exact>
+ScaledValue ScaledValue::combine(const ScaledValue& a, const ScaledValue& b, Inline inline_op, Exact exact_op)
 {
     if (!a.checkable() || !b.checkable())
         return ScaledValue();
-    long long sum;
-    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
-        !__builtin_add_overflow(a.m_small, b.m_small, &sum))
-        return ScaledValue(sum);
-    return ScaledValue::of({a.exact().value + b.exact().value});
+    long long result;
+    // The inline operation says true when the result overflows 64 bits.
+    if (a.m_form == Form::small && b.m_form == Form::small && !inline_op(a.m_small, b.m_small, &result))
+        return ScaledValue(result);
+    return of({exact_op(a.exact().value, b.exact().value)});
+}
+
+ScaledValue operator+(const ScaledValue& a, const ScaledValue& b)
+{
+    return ScaledValue::combine(
+        a, b, [](long long x, long long y, long long* r) { return __builtin_add_overflow(x, y, r); },
+        [](const mpz_class& x, const mpz_class& y) { return mpz_class(x + y); });
 }
 
 ScaledValue operator-(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.checkable() || !b.checkable())
-        return ScaledValue();
-    long long difference;
-    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
-        !__builtin_sub_overflow(a.m_small, b.m_small, &difference))
-        return ScaledValue(difference);
-    return ScaledValue::of({a.exact().value - b.exact().value});
+    return ScaledValue::combine(
+        a, b, [](long long x, long long y, long long* r) { return __builtin_sub_overflow(x, y, r); },
+        [](const mpz_class& x, const mpz_class& y) { return mpz_class(x - y); });
 }
 
 ScaledValue operator*(const ScaledValue& a, const ScaledValue& b)
 {
-    if (!a.checkable() || !b.checkable())
-        return ScaledValue();
-    long long product;
-    if (a.m_form == ScaledValue::Form::small && b.m_form == ScaledValue::Form::small &&
-        !__builtin_mul_overflow(a.m_small, b.m_small, &product))
-        return ScaledValue(product);
-    return ScaledValue::of({a.exact().value * b.exact().value});
+    return ScaledValue::combine(
+        a, b, [](long long x, long long y, long long* r) { return __builtin_mul_overflow(x, y, r); },
+        [](const mpz_class& x, const mpz_class& y) { return mpz_class(x * y); });
 }
 
 ScaledValue ScaledValue::ceil_div(const ScaledValue& a, const ScaledValue& b)
@@ -240,9 +244,7 @@ unsigned long ScaledValue::bit_length() const
     if (m_form == Form::unknown || sign() == 0)
         return 0;
     if (m_form == Form::small) {
-        unsigned long long magnitude = m_small < 0 ? 0ULL - static_cast<unsigned long long>(m_small)
-                                                   : static_cast<unsigned long long>(m_small);
-        return static_cast<unsigned long>(64 - __builtin_clzll(magnitude));
+        return static_cast<unsigned long>(64 - __builtin_clzll(magnitude_of(m_small)));
     }
     return static_cast<unsigned long>(mpz_sizeinbase(m_big->value.get_mpz_t(), 2));
 }

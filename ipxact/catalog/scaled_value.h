@@ -71,6 +71,9 @@ private:
     static ScaledValue of(const Number& exact);
     /// A known value as an exact integer, whichever way it is held.
     Number exact() const;
+    /// a op b: inline while the result fits in 64 bits, exactly past that.
+    template <class Inline, class Exact>
+    static ScaledValue combine(const ScaledValue& a, const ScaledValue& b, Inline inline_op, Exact exact_op);
 
     Form m_form = Form::unknown;
     long long m_small = 0;         // the value when m_form is small

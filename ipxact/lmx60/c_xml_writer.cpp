@@ -123,19 +123,25 @@ void c_xml_writer::close_start_tag()
     m_start_tag_open = false;
 }
 
+void c_xml_writer::start_line_in_parent()
+{
+    // A child closes its parent's start tag and begins a line of its own, indented to its depth.
+    if (!m_open.empty()) {
+        if (m_start_tag_open) {
+            close_start_tag();
+            m_buffer += defaults().nl;
+        }
+        m_open.back().has_children = true;
+    }
+    indent();
+}
+
 void c_xml_writer::start_element(const char* qname)
 {
     if (m_sink) {
         m_sink->start_element(qname);
     } else {
-        if (!m_open.empty()) {
-            if (m_start_tag_open) {
-                close_start_tag();
-                m_buffer += defaults().nl;
-            }
-            m_open.back().has_children = true;
-        }
-        indent();
+        start_line_in_parent();
         m_buffer += '<';
         m_buffer += qname;
     }
@@ -308,14 +314,7 @@ void c_xml_writer::any_element(const c_any_info& any)
         m_sink->any_element(any);
         return;
     }
-    if (!m_open.empty()) {
-        if (m_start_tag_open) {
-            close_start_tag();
-            m_buffer += defaults().nl;
-        }
-        m_open.back().has_children = true;
-    }
-    indent();
+    start_line_in_parent();
     m_buffer += any.get_xml();
     m_buffer += defaults().nl;
 }

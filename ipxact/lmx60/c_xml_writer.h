@@ -114,6 +114,7 @@ public:
 private:
     void close_start_tag();
     void indent();
+    void start_line_in_parent();
     bool write_escaped(const std::string& value, bool inAttribute, bool markupEscaped = false);
     bool write_value(const std::string& value, bool inAttribute, text_converter convert);
     void write_ns_declarations(const s_ns_map* map);

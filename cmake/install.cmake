@@ -69,7 +69,7 @@ set(CPACK_PACKAGE_CONTACT "ipxact maintainers <ipxact@vorlix.com>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
     "IP-XACT (IEEE 1685-2009) data binding: typed objects, reading and writing, the ipxact tool")
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libxml2 (>= 2.9), libgmp10, libstdc++6, libc6")
-if(IPXACT_CLI_MIMALLOC)
+if(IPXACT_MIMALLOC)
   string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libmimalloc2.0")
 endif()
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <ipxact/lmx60/lmx60_error.h>
+#include <ipxact/lmx60/lmx60_storage.h>
 
 namespace lmx60 {
 
@@ -127,7 +128,7 @@ public:
     ct_simple_optional() = default;
     ~ct_simple_optional() { release(); }
     ct_simple_optional(const ct_simple_optional& other)
-        : m_bits(other.owns() ? reinterpret_cast<uintptr_t>(new T(*other.pointer())) | (other.m_bits & kFlags)
+        : m_bits(other.owns() ? reinterpret_cast<uintptr_t>(storage_new<T>(*other.pointer())) | (other.m_bits & kFlags)
                               : other.m_bits)
     {
     }
@@ -194,7 +195,7 @@ private:
     {
         if (!owns()) {
             const T* current = pointer();
-            T* copy = current ? new T(*current) : new T();
+            T* copy = current ? storage_new<T>(*current) : storage_new<T>();
             m_bits = reinterpret_cast<uintptr_t>(copy) | kOwned | (m_bits & kSet);
         }
         return *pointer();
@@ -202,7 +203,7 @@ private:
     void release()
     {
         if (owns())
-            delete pointer();
+            storage_delete(pointer());
         m_bits &= kSet;
     }
 
@@ -442,7 +443,7 @@ public:
     void swap(ct_complex_multi& other) noexcept { m_items.swap(other.m_items); }
 
 private:
-    std::vector<std::unique_ptr<T>> m_items;
+    std::vector<std::unique_ptr<T>, storage_allocator<std::unique_ptr<T>>> m_items;
 };
 
 }  // namespace lmx60

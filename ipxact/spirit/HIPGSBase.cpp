@@ -8,6 +8,7 @@
 #include <ipxact/common/HEXAll.h>
 #include <ipxact/common/HPAParamMgr.h>
 #include <ipxact/lmx60/lmx60_frontends.h>
+#include <ipxact/lmx60/lmx60_storage.h>
 #include <ipxact/spirit/HIPGSBinding.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
 
@@ -84,6 +85,16 @@ void report_failure(const std::stringstream& document, lmx60::elmx_error code, i
 }
 
 }  // namespace
+
+void* HIPGSBase::operator new(std::size_t size)
+{
+    return lmx60::storage_allocate(size);
+}
+
+void HIPGSBase::operator delete(void* object) noexcept
+{
+    lmx60::storage_release(object);
+}
 
 HIPGSBase::~HIPGSBase() = default;
 

@@ -3,6 +3,7 @@
 #ifndef IPXACT_SPIRIT_HIPGSBASE_H
 #define IPXACT_SPIRIT_HIPGSBASE_H
 
+#include <cstddef>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -18,6 +19,10 @@ struct ClassInfo;
 
 class HIPGSBase {
 public:
+    // Bound objects live in the runtime's storage for small blocks (lmx60_storage.h).
+    static void* operator new(std::size_t size);
+    static void operator delete(void* object) noexcept;
+
     virtual ~HIPGSBase();
     virtual HIPGSBase* cloneObj() const = 0;
     virtual HIPGSBase* newObj() const = 0;

@@ -6,8 +6,7 @@ namespace lmx60 {
 
 void custom_vtostring(std::string& out, const std::string& in)
 {
-    std::string hostText = HI18N::convertFromUTF8(in);
-    vtostring(out, hostText);
+    out = HI18N::convertFromUTF8(in);
 }
 
 std::ostream& custom_output_convert_to_xml(std::ostream& os, const std::string& in)

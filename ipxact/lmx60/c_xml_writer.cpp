@@ -232,7 +232,7 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
     m_buffer += '"';
 }
 
-elmx_error c_xml_writer::attribute(const char* qname, const std::string& value, text_converter convert)
+elmx_error c_xml_writer::attribute(const char* qname, const std::string& value)
 {
     if (m_sink) {
         m_sink->attribute(qname, value);
@@ -242,14 +242,14 @@ elmx_error c_xml_writer::attribute(const char* qname, const std::string& value, 
     m_buffer += defaults().attribute_tab;
     m_buffer += qname;
     m_buffer += "=\"";
-    bool clean = write_value(value, true, convert);
+    bool clean = write_escaped(value, true);
     m_buffer += '"';
     if (!clean)
         return capture_error(ELMX_BAD_CHARACTER, qname, __FILE__, __LINE__);
     return ELMX_OK;
 }
 
-elmx_error c_xml_writer::text(const std::string& value, const char* item, text_converter convert)
+elmx_error c_xml_writer::text(const std::string& value, const char* item)
 {
     if (m_sink) {
         m_start_tag_open = false;
@@ -257,36 +257,20 @@ elmx_error c_xml_writer::text(const std::string& value, const char* item, text_c
         return ELMX_OK;
     }
     close_start_tag();
-    bool clean = write_value(value, false, convert);
+    bool clean = write_escaped(value, false);
     if (m_buffer.size() > kFlushThreshold)
         flush();
     return clean ? ELMX_OK : capture_error(ELMX_BAD_CHARACTER, item ? item : "", __FILE__, __LINE__);
 }
 
-bool c_xml_writer::write_value(const std::string& value, bool inAttribute, text_converter convert)
-{
-    if (!convert)
-        return write_escaped(value, inAttribute);
-    m_converted.str(std::string());
-    m_converted.clear();
-    convert(m_converted, value);
-    return write_escaped(m_converted.str(), inAttribute, true);
-}
-
-// `markupEscaped`: the value comes from a conversion hook that escaped it as character data already;
-// only what an attribute needs besides (quotes, tabs, line breaks) is escaped here, and every
-// character is still checked.
-bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute, bool markupEscaped)
+bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
 {
     const unsigned char* p = reinterpret_cast<const unsigned char*>(value.data());
     const unsigned char* end = p + value.size();
     const unsigned char* run = p;
     while (p < end) {
         unsigned char c = *p;
-        const char* replacement = xml_escape(static_cast<char>(c), inAttribute);
-        if (markupEscaped && xml_escape(static_cast<char>(c), false))
-            replacement = nullptr;  // escaped by the hook already
-        if (replacement) {
+        if (const char* replacement = xml_escape(static_cast<char>(c), inAttribute)) {
             m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
             m_buffer += replacement;
             run = ++p;

@@ -70,12 +70,9 @@ public:
     // Element frame. The first element written also gets the declarations of the selected map.
     void start_element(const char* qname);
     void end_element(const char* qname);
-    // A value may go out through a text conversion hook, which writes it escaped as character data
-    // onto a stream (custom_output_convert_to_xml); the writer then checks what the hook wrote and, in
-    // an attribute, escapes what an attribute needs besides. Without one the writer escapes the value.
-    using text_converter = std::ostream& (*)(std::ostream& os, const std::string& value);
-    elmx_error attribute(const char* qname, const std::string& value, text_converter convert = nullptr);
-    elmx_error text(const std::string& value, const char* item, text_converter convert = nullptr);
+    // A value is UTF-8 text; the writer escapes it and checks every character.
+    elmx_error attribute(const char* qname, const std::string& value);
+    elmx_error text(const std::string& value, const char* item);
     // A captured element, written as it was read.
     void any_element(const c_any_info& any);
     // One simple member as an element of its own, offering `map` for it; nothing when the member holds
@@ -115,8 +112,7 @@ private:
     void close_start_tag();
     void indent();
     void start_line_in_parent();
-    bool write_escaped(const std::string& value, bool inAttribute, bool markupEscaped = false);
-    bool write_value(const std::string& value, bool inAttribute, text_converter convert);
+    bool write_escaped(const std::string& value, bool inAttribute);
     void write_ns_declarations(const s_ns_map* map);
     bool outermost_start_tag_open() const { return m_start_tag_open && m_open.size() == 1; }
     // The output line being written, counted from 1, so that a fault can say where it happened.
@@ -143,7 +139,6 @@ private:
     int m_expected_type = 0;
     s_debug_error m_debug;
     writer_error_handler m_handler;
-    std::ostringstream m_converted;  // reused by every converted value
 };
 
 }  // namespace lmx60

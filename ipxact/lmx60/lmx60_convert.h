@@ -1,6 +1,6 @@
 // Text conversion between string members and XML text. The runtime's own conversions are
-// vtostring and output_convert_to_xml; the binding supplies the custom_ hooks that every string
-// value passes through, so that a host working in another encoding converts in one place.
+// vtostring and output_convert_to_xml; the binding supplies the custom_ hook that every string
+// value read passes through, so that a host working in another encoding converts in one place.
 #ifndef IPXACT_LMX60_LMX60_CONVERT_H
 #define IPXACT_LMX60_LMX60_CONVERT_H
 
@@ -19,7 +19,6 @@ std::ostream& output_convert_to_xml(std::ostream& os, double value);
 
 // Defined by the binding library.
 void custom_vtostring(std::string& out, const std::string& in);
-std::ostream& custom_output_convert_to_xml(std::ostream& os, const std::string& in);
 
 }  // namespace lmx60
 

@@ -843,22 +843,21 @@ bool read_list_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::
 
 void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& value)
 {
-    write_text(writer, member, value, lmx60::custom_output_convert_to_xml);
+    write_text(writer, member, HI18N::convertToUTF8(value));
 }
 
-void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text,
-                lmx60::c_xml_writer::text_converter convert)
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text)
 {
     switch (member.kind) {
     case MemberKind::attribute:
-        writer.attribute(member.qname, text, convert);
+        writer.attribute(member.qname, text);
         break;
     case MemberKind::simple_content:
-        writer.text(text, member.qname, convert);
+        writer.text(text, member.qname);
         break;
     default:
         writer.start_element(member.qname);
-        writer.text(text, member.qname, convert);
+        writer.text(text, member.qname);
         writer.end_element(member.qname);
         break;
     }

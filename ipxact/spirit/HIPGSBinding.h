@@ -209,9 +209,9 @@ void missing_required_child(const MemberInfo& member);
 
 // The text of a simple value: the attribute value, or the element's character content.
 void take_text(lmx60::c_xml_reader& reader, const MemberInfo& member, std::string* text);
-// Through `convert` when given (the text conversion hook of string values); escaped by the writer otherwise.
-void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text,
-                lmx60::c_xml_writer::text_converter convert = nullptr);
+// A value's text as an attribute, as character content or as an element of its own; UTF-8, escaped
+// by the writer.
+void write_text(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& text);
 void write_empty_element(lmx60::c_xml_writer& writer, const MemberInfo& member);
 void write_any(lmx60::c_xml_writer& writer, const lmx60::c_any_info& any);
 void write_any_attribute(lmx60::c_xml_writer& writer, const lmx60::c_any_attribute& attribute);
@@ -263,8 +263,8 @@ bool read_value(lmx60::c_xml_reader& reader, const MemberInfo& member, V& value)
     return true;
 }
 
-// A string member goes out through the text conversion hook (custom_output_convert_to_xml), as it
-// came in through the reading hook.
+// A string member goes out through the host's conversion to UTF-8, as it came in through the
+// reading hook.
 void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const std::string& value);
 
 template <class V>

@@ -1,4 +1,5 @@
-// Every string value passes through the host's text conversion on its way in and out.
+// Every string value read passes through the host's text conversion; on the way out, the binding's
+// writing calls the host's conversion to UTF-8 directly (detail::write_value).
 #include <ipxact/common/HI18N.h>
 #include <ipxact/lmx60/lmx60_convert.h>
 
@@ -7,12 +8,6 @@ namespace lmx60 {
 void custom_vtostring(std::string& out, const std::string& in)
 {
     out = HI18N::convertFromUTF8(in);
-}
-
-std::ostream& custom_output_convert_to_xml(std::ostream& os, const std::string& in)
-{
-    std::string utf8 = HI18N::convertToUTF8(in);
-    return output_convert_to_xml(os, utf8);
 }
 
 }  // namespace lmx60

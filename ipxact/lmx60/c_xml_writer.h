@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <vector>
 

@@ -20,8 +20,8 @@ namespace lmx60 {
 namespace {
 
 // No network, no DTD loading, no entity substitution: a document can only ever reach its own bytes.
-// CDATA is merged into text.
-const int kParserOptions = XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_COMPACT;
+// CDATA sections come to their own callback, which checks them and merges them into text.
+const int kParserOptions = XML_PARSE_NONET | XML_PARSE_COMPACT;
 
 // Pieces of this size keep the tokens waiting for the engine to a few hundred, whatever the document;
 // small pieces also keep the token buffers in cache and out of the allocator's large blocks.
@@ -190,6 +190,29 @@ struct c_xml_reader::sax_events {
         reader->push_text(as_text(text), static_cast<size_t>(length));
     }
 
+    // libxml2's incremental parser checks that a CDATA section holds characters XML allows, but
+    // takes a character's overlong UTF-8 form (0xC1 0xB9 for 'y') as the character; such bytes are
+    // not UTF-8, and a document holding them is not well-formed.
+    static void cdata(void* context, const xmlChar* text, int length)
+    {
+        c_xml_reader* reader = owner(context);
+        if (reader) {
+            // The parser stands on the line where this piece of the section begins.
+            int line = reader->parser_line();
+            const unsigned char* end = text + length;
+            for (const unsigned char* p = text; p < end;) {
+                size_t character = xml_char_length(p, end);
+                if (character == 0) {
+                    reader->stop_with_fault(XML_ERR_INVALID_ENCODING, line, "Input is not proper UTF-8 in a CDATA section");
+                    return;
+                }
+                line += *p == '\n' ? 1 : 0;
+                p += character;
+            }
+        }
+        characters(context, text, length);
+    }
+
     static void reference(void* context, const xmlChar* name)
     {
         c_xml_reader* reader = owner(context);
@@ -265,7 +288,7 @@ struct c_xml_reader::sax_events {
             h.endElementNs = end_element;
             h.characters = characters;
             h.ignorableWhitespace = characters;
-            h.cdataBlock = characters;
+            h.cdataBlock = cdata;
             h.reference = reference;
             h.comment = comment;
             h.processingInstruction = instruction;
@@ -465,10 +488,11 @@ void c_xml_reader::push_fault(int code, int line, const std::string& message)
     m_input_done = true;
 }
 
-// libxml2's tree builder enforces these limits; without a tree they are ours to keep.
-void c_xml_reader::refuse_beyond_limit(const char* message)
+// Ends the parse with a fault of our own: the limits libxml2's tree builder enforces (without a tree
+// they are ours to keep), and what its incremental parser lets through.
+void c_xml_reader::stop_with_fault(int code, int line, const char* message)
 {
-    push_fault(XML_ERR_INTERNAL_ERROR, parser_line(), message);
+    push_fault(code, line, message);
     xmlParserCtxtPtr parser = as_parser(m_parser);
     parser->disableSAX = 1;
     parser->instate = XML_PARSER_EOF;
@@ -520,7 +544,7 @@ void c_xml_reader::push_start(const char* local, const char* prefix, const char*
 {
     const int line = parser_line();
     if (m_open_lines.size() > xmlParserMaxDepth) {
-        refuse_beyond_limit("Excessive depth in document: 256 use XML_PARSE_HUGE option");
+        stop_with_fault(XML_ERR_INTERNAL_ERROR, line, "Excessive depth in document: 256 use XML_PARSE_HUGE option");
         return;
     }
     token_record record{};
@@ -574,7 +598,7 @@ void c_xml_reader::push_text(const char* text, size_t length)
         m_tokens.back().offset = parser_offset();
     }
     if (m_tokens.back().count > XML_MAX_TEXT_LENGTH)
-        refuse_beyond_limit("huge text node");
+        stop_with_fault(XML_ERR_INTERNAL_ERROR, parser_line(), "huge text node");
 }
 
 // ---- Consuming tokens -------------------------------------------------------------------------------

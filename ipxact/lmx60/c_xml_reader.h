@@ -208,7 +208,7 @@ private:
     void push_end();
     void push_text(const char* text, size_t length);
     void push_fault(int code, int line, const std::string& message);
-    void refuse_beyond_limit(const char* message);
+    void stop_with_fault(int code, int line, const char* message);
     void append_attribute_value(const char* value, size_t length);
     void append_resolved(std::string* out, const char* value, size_t length);
     // A namespace name as the document means it: libxml2 hands one containing "&" over with the

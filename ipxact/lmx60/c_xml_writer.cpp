@@ -25,32 +25,6 @@ layout& defaults()
 
 const size_t kFlushThreshold = 1 << 16;
 
-// Length of the UTF-8 sequence at `p` if it encodes a character XML 1.0 allows, else 0.
-size_t valid_utf8_char(const unsigned char* p, const unsigned char* end)
-{
-    unsigned char lead = p[0];
-    size_t length;
-    unsigned long code;
-    if (lead < 0x80)
-        return (lead >= 0x20 || lead == '\t' || lead == '\n' || lead == '\r') ? 1 : 0;
-    if ((lead & 0xE0) == 0xC0) { length = 2; code = lead & 0x1F; }
-    else if ((lead & 0xF0) == 0xE0) { length = 3; code = lead & 0x0F; }
-    else if ((lead & 0xF8) == 0xF0) { length = 4; code = lead & 0x07; }
-    else return 0;
-    if (static_cast<size_t>(end - p) < length)
-        return 0;
-    for (size_t i = 1; i < length; ++i) {
-        if ((p[i] & 0xC0) != 0x80)
-            return 0;
-        code = (code << 6) | (p[i] & 0x3F);
-    }
-    static const unsigned long kMinimum[5] = {0, 0, 0x80, 0x800, 0x10000};
-    if (code < kMinimum[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE ||
-        code == 0xFFFF)
-        return 0;
-    return length;
-}
-
 }  // namespace
 
 void c_xml_writer::set_default_nl(const std::string& text) { defaults().nl = text; }
@@ -280,7 +254,7 @@ bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
             ++p;
             continue;
         }
-        size_t length = valid_utf8_char(p, end);
+        size_t length = xml_char_length(p, end);
         if (length == 0) {
             m_buffer.append(reinterpret_cast<const char*>(run), static_cast<size_t>(p - run));
             return false;

@@ -68,6 +68,10 @@ inline const char* xml_escape(char c, bool inAttribute)
     }
 }
 
+// Length of the UTF-8 sequence at `p` (before `end`) if it encodes a character XML 1.0 allows, in
+// its shortest form; 0 otherwise.
+size_t xml_char_length(const unsigned char* p, const unsigned char* end);
+
 // Appends `length` bytes of `text` with xml_escape's references in place of the characters.
 void append_xml_escaped(std::string& out, const char* text, size_t length, bool inAttribute);
 

@@ -245,6 +245,8 @@ TEST(Encoding, BytesThatAreNotUtf8AreRefusedAtTheirLine)
     const sample samples[] = {
         {"lone continuation byte", "\x80"},
         {"overlong slash", "\xC0\xAF"},
+        {"overlong letter in two bytes", "\xC1\xB9"},
+        {"overlong letter in three bytes", "\xE0\x81\xB9"},
         {"encoded surrogate", "\xED\xA0\x80"},
         {"beyond U+10FFFF", "\xF4\x90\x80\x80"},
         {"sequence cut short", "\xE2\x82"},
@@ -254,12 +256,28 @@ TEST(Encoding, BytesThatAreNotUtf8AreRefusedAtTheirLine)
         expect_refused(std::string(s.what) + " in text",
                        component("\n<spirit:description>a" + s.bytes + "b</spirit:description>\n"), 7,
                        lmx60::ELMX_ENCODING_ERROR);
+        expect_refused(std::string(s.what) + " in a CDATA section",
+                       component("\n<spirit:description><![CDATA[a" + s.bytes + "b]]></spirit:description>\n"), 7,
+                       lmx60::ELMX_ENCODING_ERROR);
         expect_refused(std::string(s.what) + " in an attribute",
                        component("<spirit:parameters>\n<spirit:parameter spirit:prompt=\"" + s.bytes +
                                  "\"><spirit:name>p</spirit:name><spirit:value>1</spirit:value>"
                                  "</spirit:parameter>\n</spirit:parameters>\n"),
                        7, lmx60::ELMX_ENCODING_ERROR);
     }
+    expect_refused("overlong letter two lines into a CDATA section",
+                   component("\n<spirit:description><![CDATA[a\nb\nc\xC1\xB9]]></spirit:description>\n"), 9,
+                   lmx60::ELMX_ENCODING_ERROR);
+}
+
+TEST(Encoding, CdataSectionsWithCharactersOfEveryUtf8LengthRead)
+{
+    // e-acute, euro sign, a character beyond the basic plane; long enough to reach the parser in pieces.
+    std::string section;
+    for (int i = 0; i < 2000; ++i)
+        section += "line \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80\n";
+    EXPECT_EQ(hostile::read_document(component("\n<spirit:description><![CDATA[" + section + "]]></spirit:description>\n")).code,
+              lmx60::ELMX_OK);
 }
 
 TEST(Encoding, ByteOrderMarkContradictingTheDeclarationIsRefused)

@@ -9,7 +9,7 @@
 
 #include <ipxact/catalog/document.h>
 #include <ipxact/lmx60/c_any_info.h>
-#include <ipxact/lmx60/lmx60_frontends.h>
+#include <ipxact/spirit/HIPGSStructure.h>
 #include <ipxact/spirit/HIPGSTop.h>
 
 namespace ipxact {
@@ -47,7 +47,7 @@ struct RulesTree::Item {
     const Item* last_child = nullptr;
     const Item* next_sibling = nullptr;  // for attributes: the element's next attribute
     const Item* first_attribute = nullptr;
-    std::string_view value;  // an attribute's value, an element's own text
+    HIPGSpirit::ValueSite value;  // an attribute's value, an element's own text: read when asked for
 };
 
 namespace {
@@ -209,15 +209,20 @@ bool in_order(RulesTree::Node a, RulesTree::Node b)
     return a->order < b->order;
 }
 
+std::string value_of(RulesTree::Node node)
+{
+    std::string value;
+    HIPGSpirit::value_text(node->value, value);
+    return value;
+}
+
 constexpr uint32_t kNoName = 0xFFFFFFFFu;
 
 }  // namespace
 
 struct RulesTree::Impl {
     std::deque<Item> items;  // in document order; stable addresses while the tree grows
-    std::string text_store;  // every value, one after another
-    std::vector<std::pair<uint32_t, uint32_t>> value_spans;  // per item: offset and length in text_store
-    std::deque<std::string> names;                           // interned names and namespaces, by id
+    std::deque<std::string> names;  // interned names and namespaces, by id
     std::unordered_map<std::string_view, uint32_t> name_ids;
     std::vector<std::vector<const Item*>> elements_named;    // by local name id, in document order
     std::vector<std::vector<const Item*>> attributes_named;  // by local name id, in document order
@@ -258,32 +263,22 @@ struct RulesTree::Impl {
 
 namespace {
 
-// Builds the items from the writer's events. Prefixes are bound after their element starts, so an
-// element's names are resolved once its start tag is complete.
-class TreeBuilder : public lmx60::c_xml_event_sink {
+// Builds the items from a walk over the objects. Names come from the binding's tables, so the same
+// few pointers come again and again: they are interned once per tree by address.
+class TreeBuilder : public HIPGSpirit::StructureVisitor {
 public:
-    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl)
-    {
-        add(Item::Kind::document);
-        m_no_namespace = m_impl.intern("");
-    }
+    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { add(Item::Kind::document); }
 
-    void start_element(const char* qname) override
+    void start_element(const char* ns, const char* local) override
     {
-        settle();
         Item* element = add(Item::Kind::element);
         link_child(element);
+        name(element, ns, local);
+        place(element);
         m_open.push_back(element);
-        m_pending_element = element;
-        m_pending_qname = qname;
         m_last_attribute = nullptr;
-        m_scope_marks.push_back(m_scope.size());
     }
-    void namespace_declaration(const char* prefix, const char* uri) override
-    {
-        m_scope.emplace_back(prefix, m_impl.intern(uri));
-    }
-    void attribute(const char* qname, const std::string& value) override
+    void attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value) override
     {
         Item* attribute = add(Item::Kind::attribute);
         attribute->parent = m_open.back();
@@ -292,45 +287,32 @@ public:
         else
             m_open.back()->first_attribute = attribute;
         m_last_attribute = attribute;
-        set_value(attribute, value);
-        m_pending_attributes.emplace_back(attribute, qname);
+        name(attribute, ns, local);
+        attribute->value = value;
     }
-    void text(const std::string& value) override
+    void text(const HIPGSpirit::ValueSite& value) override { m_open.back()->value = value; }
+    void kept_element(const lmx60::c_any_info& any) override
     {
-        settle();
-        set_value(m_open.back(), value);
-    }
-    void any_element(const lmx60::c_any_info& any) override
-    {
-        settle();
         Item* element = add(Item::Kind::element);
         link_child(element);
-        element->local_id = m_impl.intern(any.get_local_name());
-        element->ns_id = m_impl.intern(any.get_namespace());
+        name(element, any.get_namespace().c_str(), any.get_local_name().c_str());
         place(element);
         element->end = element->order + 1;
     }
     void end_element() override
     {
-        settle();
         Item* element = m_open.back();
         element->end = static_cast<uint32_t>(m_impl.items.size());
         m_open.pop_back();
-        m_scope.resize(m_scope_marks.back());
-        m_scope_marks.pop_back();
     }
 
-    // After the walk: names and values point into the finished stores, and the name indexes are
-    // filled.
+    // After the walk: names point into the finished store, and the name indexes are filled.
     void finish()
     {
-        settle();
         m_impl.items.front().end = static_cast<uint32_t>(m_impl.items.size());
         m_impl.elements_named.resize(m_impl.names.size());
         m_impl.attributes_named.resize(m_impl.names.size());
         for (Item& item : m_impl.items) {
-            const auto& span = m_impl.value_spans[item.order];
-            item.value = std::string_view(m_impl.text_store).substr(span.first, span.second);
             item.local = m_impl.names[item.local_id].c_str();
             item.ns = m_impl.names[item.ns_id].c_str();
             if (item.kind == Item::Kind::element)
@@ -343,21 +325,12 @@ public:
 private:
     using Item = RulesTree::Item;
 
-    // A qualified name as met: the writer passes the same few names (its tables' own) again and
-    // again, so they are split and interned once per tree.
-    struct QualifiedName {
-        std::string text;
-        size_t prefix_length;
-        uint32_t local_id;
-    };
-
     Item* add(Item::Kind kind)
     {
         m_impl.items.emplace_back();
         Item* item = &m_impl.items.back();
         item->kind = kind;
         item->order = static_cast<uint32_t>(m_impl.items.size() - 1);
-        m_impl.value_spans.emplace_back(0, 0);
         return item;
     }
     void link_child(Item* element)
@@ -371,42 +344,18 @@ private:
         }
         parent->last_child = element;
     }
-    void set_value(Item* item, const std::string& value)
+    uint32_t intern(const char* text)
     {
-        m_impl.value_spans[item->order] = {static_cast<uint32_t>(m_impl.text_store.size()),
-                                           static_cast<uint32_t>(value.size())};
-        m_impl.text_store += value;
+        uint32_t& known = m_by_address[text];
+        if (known == 0)
+            known = m_impl.intern(text) + 1;
+        return known - 1;
     }
-    const QualifiedName& split(const char* qname)
+    void name(Item* item, const char* ns, const char* local)
     {
-        QualifiedName*& known = m_qnames[qname];
-        if (!known || known->text != qname) {
-            std::string_view q(qname);
-            size_t colon = q.find(':');
-            m_split.push_back({std::string(q), colon == q.npos ? 0 : colon,
-                               m_impl.intern(colon == q.npos ? q : q.substr(colon + 1))});
-            known = &m_split.back();
-        }
-        return *known;
+        item->local_id = intern(local);
+        item->ns_id = intern(ns);
     }
-    // The namespace a prefix is bound to where the builder stands.
-    uint32_t resolve(std::string_view prefix) const
-    {
-        for (auto it = m_scope.rbegin(); it != m_scope.rend(); ++it)
-            if (it->first == prefix)
-                return it->second;
-        return m_no_namespace;
-    }
-    void name(Item* item, const char* qname, bool isAttribute)
-    {
-        const QualifiedName& q = split(qname);
-        item->local_id = q.local_id;
-        // An attribute without a prefix is in no namespace; an element without one is in the default.
-        item->ns_id = (isAttribute && q.prefix_length == 0)
-                          ? m_no_namespace
-                          : resolve(std::string_view(q.text).substr(0, q.prefix_length));
-    }
-    // Resolves the names of the element whose start tag has just been completed.
     // Counts the element among its parent's children of the same local name (whatever their
     // namespace, as the line index does). Per name, the counts of the open parents that have such
     // children are kept innermost last, so that placing an element takes constant time however
@@ -423,30 +372,12 @@ private:
         else
             counts.emplace_back(element->parent, 1);
     }
-    void settle()
-    {
-        if (m_pending_element) {
-            name(m_pending_element, m_pending_qname, false);
-            place(m_pending_element);
-            m_pending_element = nullptr;
-        }
-        for (const auto& pending : m_pending_attributes)
-            name(pending.first, pending.second, true);
-        m_pending_attributes.clear();
-    }
 
     RulesTree::Impl& m_impl;
-    uint32_t m_no_namespace = 0;
     std::vector<Item*> m_open{&m_impl.items.front()};
-    std::vector<std::pair<std::string, uint32_t>> m_scope;  // prefix, namespace id
-    std::vector<size_t> m_scope_marks;
-    std::unordered_map<const char*, QualifiedName*> m_qnames;
+    std::unordered_map<const char*, uint32_t> m_by_address;  // name id + 1 by the name's address
     std::vector<std::vector<std::pair<const Item*, uint32_t>>> m_counts;  // by local name id: open parent, children so far
-    std::deque<QualifiedName> m_split;
-    Item* m_pending_element = nullptr;
-    const char* m_pending_qname = nullptr;
     Item* m_last_attribute = nullptr;
-    std::vector<std::pair<Item*, const char*>> m_pending_attributes;
 };
 
 }  // namespace
@@ -454,11 +385,9 @@ private:
 RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
 {
     TreeBuilder builder(*m_impl);
-    lmx60::c_xml_writer writer(builder);
-    const HIPGSpirit::HIPGSTop& top = document.top();
-    lmx60::elmx_error result = lmx60::run_marshal([&] { return top.marshal(writer, nullptr); });
+    HIPGSpirit::walk_structure(document.top(), builder);
     builder.finish();
-    m_impl->ok = result == lmx60::ELMX_OK && writer.flush() == lmx60::ELMX_OK && m_impl->items.front().first_child;
+    m_impl->ok = m_impl->items.front().first_child != nullptr;
 }
 
 RulesTree::~RulesTree() = default;
@@ -479,7 +408,7 @@ bool RulesTree::Impl::passes_predicate(const Item* item, const Step& step) const
         return true;
     for (const Step::AttributeTest& test : step.any_of)
         for (const Item* a = item->first_attribute; a; a = a->next_sibling)
-            if (test.local == a->local && test.ns == a->ns && (!test.compare || a->value == test.equals))
+            if (test.local == a->local && test.ns == a->ns && (!test.compare || value_of(a) == test.equals))
                 return true;
     return false;
 }
@@ -698,7 +627,7 @@ namespace {
 
 void append_text(RulesTree::Node element, std::string& out)
 {
-    out.append(element->value.data(), element->value.size());
+    HIPGSpirit::value_text(element->value, out);
     for (RulesTree::Node child = element->first_child; child; child = child->next_sibling)
         append_text(child, out);
 }
@@ -710,7 +639,7 @@ std::string RulesTree::text(Node node)
     if (!node)
         return std::string();
     if (node->kind == Item::Kind::attribute || !node->first_child)
-        return std::string(trimmed(node->value));
+        return std::string(trimmed(value_of(node)));
     std::string all;
     append_text(node, all);
     return std::string(trimmed(all));
@@ -733,7 +662,7 @@ RulesTree::Node spirit_attribute(RulesTree::Node element, const char* local)
 std::string RulesTree::attribute(Node element, const char* local)
 {
     Node found = spirit_attribute(element, local);
-    return found ? std::string(found->value) : std::string();
+    return found ? value_of(found) : std::string();
 }
 
 bool RulesTree::has_attribute(Node element, const char* local)

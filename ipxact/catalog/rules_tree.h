@@ -16,10 +16,11 @@ namespace catalog {
 
 class Document;
 
-/// The elements, attributes and values of a document's objects, taken from them by the binding's
-/// own writing walk with no text written or parsed. What a rule sees is what the objects hold (the
-/// binding's reading already applied), and the element paths match the document's line index, so
-/// findings get the line of the element in the file. A vendor element kept whole inside
+/// The elements, attributes and values of a document's objects, laid out by the binding's structure
+/// walk (the writer's order, nothing written); a value is read from its object when a rule asks
+/// for it. What a rule sees is what the objects hold (the binding's reading already applied), and
+/// the element paths match the document's line index, so findings get the line of the element in
+/// the file. A vendor element kept whole inside
 /// `spirit:vendorExtensions` is one node without children, as it is in the line index.
 ///
 /// Rules whose checks are structural (names unique among siblings, references inside a document)

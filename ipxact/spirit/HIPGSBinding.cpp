@@ -8,6 +8,7 @@
 #include <ipxact/lmx60/lmx60_convert.h>
 #include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
+#include <ipxact/spirit/HIPGSStructure.h>
 
 namespace HIPGSpirit {
 
@@ -736,7 +737,158 @@ bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info)
     return false;
 }
 
+// ---- the structure walk: the writing loops' order, with nothing written ----
+
+namespace {
+
+const char* namespace_uri(int32_t nsId)
+{
+    switch (nsId) {
+    case kSpiritNamespaceId: return kSpiritNamespaceUri;
+    case kVorlixNamespaceId: return kVorlixNamespaceUri;
+    case kXsiNamespaceId: return kXsiNamespaceUri;
+    default: return "";
+    }
+}
+
+std::string_view local_part(const std::string& qname)
+{
+    size_t colon = qname.find(':');
+    return colon == std::string::npos ? std::string_view(qname) : std::string_view(qname).substr(colon + 1);
+}
+
+class StructureWalk {
+public:
+    explicit StructureWalk(StructureVisitor& visitor) : m_visitor(visitor) {}
+
+    // An element's own attributes and content, inside its start.
+    void element(const HIPGSBase& obj, const ClassInfo& info)
+    {
+        for (uint32_t i = 0; i < info.member_count; ++i) {
+            const MemberInfo& member = info.members[i];
+            if (member.kind == MemberKind::attribute && member.ns_id != kXsiNamespaceId) {
+                if (member.ops->count(obj) > 0)
+                    m_visitor.attribute(namespace_uri(member.ns_id), member.name, ValueSite{&obj, &member, 0});
+            } else if (member.kind == MemberKind::any_attribute) {
+                for (size_t n = member.ops->count(obj), k = 0; k < n; ++k)
+                    if (const lmx60::c_any_attribute* kept = member.ops->item(obj, k).attribute)
+                        // The local name is a view into the kept qname, which ends where the name does.
+                        m_visitor.attribute(kept->ns_uri.c_str(), local_part(kept->qname).data(),
+                                            ValueSite{&obj, &member, static_cast<uint32_t>(k)});
+            }
+        }
+        if (info.content != ContentKind::simple) {
+            members(obj, info);
+            return;
+        }
+        for (uint32_t i = 0; i < info.member_count; ++i)
+            if (info.members[i].kind == MemberKind::simple_content && info.members[i].ops->count(obj) > 0)
+                m_visitor.text(ValueSite{&obj, &info.members[i], 0});
+    }
+
+    // The content elements, as write_members orders them.
+    void members(const HIPGSBase& obj, const ClassInfo& info)
+    {
+        switch (info.content) {
+        case ContentKind::choice:
+            if (const MemberInfo* chosen =
+                    alternative_member(info, BindingAccess::choice_id(static_cast<const HIPGSChoiceContent&>(obj))))
+                member(obj, *chosen);
+            return;
+        case ContentKind::all: {
+            std::vector<bool> done(info.member_count, false);
+            for (uint16_t index : BindingAccess::read_order(static_cast<const HIPGSAllContent&>(obj)))
+                if (index < info.member_count && !done[index] && info.members[index].ops->count(obj) > 0) {
+                    done[index] = true;
+                    member(obj, info.members[index]);
+                }
+            for (uint32_t i = 0; i < info.member_count; ++i)
+                if (is_content(info.members[i]) && !done[i])
+                    member(obj, info.members[i]);
+            return;
+        }
+        default:
+            for (uint32_t i = 0; i < info.member_count; ++i) {
+                if (has_slot_after(info, i))
+                    vendor_extensions(obj, info.members[i], info.members[i + 1]);
+                else if (is_content(info.members[i]))
+                    member(obj, info.members[i]);
+            }
+            return;
+        }
+    }
+
+    void member(const HIPGSBase& obj, const MemberInfo& member)
+    {
+        for (size_t n = member.ops->count(obj), k = 0; k < n; ++k) {
+            MemberItem item = member.ops->item(obj, k);
+            if (item.element) {
+                m_visitor.kept_element(*item.element);
+                continue;
+            }
+            const ClassInfo* info = item.object ? item.object->getClassInfo() : nullptr;
+            if (is_in_place(member) || (info && !info->local_name)) {
+                if (info)
+                    members(*item.object, *info);
+                continue;
+            }
+            m_visitor.start_element(namespace_uri(member.ns_id), member.name);
+            if (info)
+                element(*item.object, *info);
+            else if (!item.object)
+                m_visitor.text(ValueSite{&obj, &member, static_cast<uint32_t>(k)});
+            m_visitor.end_element();
+        }
+    }
+
+    // spirit:vendorExtensions with its typed slot first, as write_vendor_extensions writes it: the
+    // element only when it holds something.
+    void vendor_extensions(const HIPGSBase& obj, const MemberInfo& extensions, const MemberInfo& slot)
+    {
+        const HIPGSBase* open = extensions.ops->count(obj) > 0 ? extensions.ops->item(obj, 0).object : nullptr;
+        const ClassInfo* openInfo = open ? open->getClassInfo() : nullptr;
+        size_t kept = 0;
+        for (uint32_t i = 0; openInfo && i < openInfo->member_count; ++i)
+            if (openInfo->members[i].kind == MemberKind::any_element)
+                kept += openInfo->members[i].ops->count(*open);
+        if (slot.ops->count(obj) == 0 && kept == 0)
+            return;
+        m_visitor.start_element(namespace_uri(extensions.ns_id), extensions.name);
+        member(obj, slot);
+        for (uint32_t i = 0; openInfo && i < openInfo->member_count; ++i)
+            if (openInfo->members[i].kind == MemberKind::any_element)
+                member(*open, openInfo->members[i]);
+        m_visitor.end_element();
+    }
+
+private:
+    StructureVisitor& m_visitor;
+};
+
+}  // namespace
+
+bool value_text(const ValueSite& site, std::string& text)
+{
+    return site.owner && site.member && site.member->ops->text(*site.owner, site.index, text);
+}
+
+void walk_structure(const HIPGSBase& root, StructureVisitor& visitor)
+{
+    const ClassInfo* info = root.getClassInfo();
+    if (!info)
+        return;
+    StructureWalk walk(visitor);
+    if (!info->local_name) {
+        walk.members(root, *info);
+        return;
+    }
+    visitor.start_element(namespace_uri(info->ns_id), info->local_name);
+    walk.element(root, *info);
+    visitor.end_element();
+}
+
 namespace detail {
+
 
 void read_inline(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
 {

@@ -41,6 +41,14 @@ constexpr uint32_t kUnbounded = 0xFFFFFFFFu;
 struct MemberInfo;
 struct ClassInfo;
 
+// One occurrence of a member as a walk over the objects meets it: a child object, or an element or
+// attribute kept as read; all null for a simple value, whose text MemberOps::text gives.
+struct MemberItem {
+    const HIPGSBase* object = nullptr;
+    const lmx60::c_any_info* element = nullptr;
+    const lmx60::c_any_attribute* attribute = nullptr;
+};
+
 // Reads and writes one member of an object; made once per member from the member's holder type.
 class MemberOps {
 public:
@@ -57,6 +65,11 @@ public:
     // The child object of a single complex member, or null (absent, or not such a member).
     virtual HIPGSBase* object(HIPGSBase& owner) const = 0;
     virtual const HIPGSBase* object(const HIPGSBase& owner) const = 0;
+    // Occurrence `index` (below count()) of a complex or open-content member.
+    virtual MemberItem item(const HIPGSBase& owner, size_t index) const = 0;
+    // Appends the text occurrence `index` of a simple member is written as (UTF-8, not escaped);
+    // false for a member without text (complex, open content, an empty element).
+    virtual bool text(const HIPGSBase& owner, size_t index, std::string& text) const = 0;
 
     // Whether is_writable() can ever say false; most holders are always writable, and checking an
     // object before it is written then costs no call per member.
@@ -278,9 +291,30 @@ void write_value(lmx60::c_xml_writer& writer, const MemberInfo& member, const V&
 template <class H>
 struct holder_io;
 
+// What the holders of simple values have no occurrences of, and complex holders no text of.
+struct without_items {
+    template <class H>
+    static MemberItem item(const H&, size_t)
+    {
+        return {};
+    }
+};
+struct without_text {
+    template <class H>
+    static bool text(const H&, size_t, std::string&)
+    {
+        return false;
+    }
+};
+
 template <class V>
-struct holder_io<lmx60::ct_simple_single<V>> {
+struct holder_io<lmx60::ct_simple_single<V>> : without_items {
     using H = lmx60::ct_simple_single<V>;
+    static bool text(const H& h, size_t, std::string& t)
+    {
+        format_value(h.get(), t);
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m) { read_value(r, m, h.get()); }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m) { write_value(w, m, h.get()); }
     static size_t count(const H&) { return 1; }
@@ -289,8 +323,15 @@ struct holder_io<lmx60::ct_simple_single<V>> {
 };
 
 template <class V, bool Boxed>
-struct holder_io<lmx60::ct_simple_optional<V, Boxed>> {
+struct holder_io<lmx60::ct_simple_optional<V, Boxed>> : without_items {
     using H = lmx60::ct_simple_optional<V, Boxed>;
+    static bool text(const H& h, size_t, std::string& t)
+    {
+        if (!h.is_set())
+            return false;
+        format_value(h.get(), t);
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         V value = std::as_const(h).get();
@@ -308,8 +349,15 @@ struct holder_io<lmx60::ct_simple_optional<V, Boxed>> {
 };
 
 template <class V>
-struct holder_io<lmx60::ct_simple_multi<V>> {
+struct holder_io<lmx60::ct_simple_multi<V>> : without_items {
     using H = lmx60::ct_simple_multi<V>;
+    static bool text(const H& h, size_t index, std::string& t)
+    {
+        if (index >= h.size())
+            return false;
+        format_value(h.items()[index], t);
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         V value{};
@@ -327,8 +375,15 @@ struct holder_io<lmx60::ct_simple_multi<V>> {
 };
 
 template <>
-struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_info>> {
+struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_info>> : without_text {
     using H = lmx60::ct_simple_multi<lmx60::c_any_info>;
+    static MemberItem item(const H& h, size_t index)
+    {
+        MemberItem item;
+        if (index < h.size())
+            item.element = &h.items()[index];
+        return item;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo&)
     {
         lmx60::c_any_info any;
@@ -348,6 +403,20 @@ struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_info>> {
 template <>
 struct holder_io<lmx60::ct_simple_multi<lmx60::c_any_attribute>> {
     using H = lmx60::ct_simple_multi<lmx60::c_any_attribute>;
+    static MemberItem item(const H& h, size_t index)
+    {
+        MemberItem item;
+        if (index < h.size())
+            item.attribute = &h.items()[index];
+        return item;
+    }
+    static bool text(const H& h, size_t index, std::string& t)
+    {
+        if (index >= h.size())
+            return false;
+        t += h.items()[index].value;
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo&)
     {
         h.append({r.attribute_ns_uri(), r.attribute_qname(), r.attribute_value()});
@@ -378,21 +447,34 @@ void read_list(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     }
 }
 
-template <class V, class H>
-void write_list(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+template <class H>
+void append_list(const H& h, std::string& joined)
 {
-    std::string joined;
     for (size_t i = 0; i < h.size(); ++i) {
         if (i)
             joined += ' ';
         format_value(h.get(i), joined);
     }
+}
+
+template <class V, class H>
+void write_list(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m)
+{
+    std::string joined;
+    append_list(h, joined);
     write_text(w, m, joined);
 }
 
 template <class V>
-struct holder_io<lmx60::ct_simple_list_optional<V>> {
+struct holder_io<lmx60::ct_simple_list_optional<V>> : without_items {
     using H = lmx60::ct_simple_list_optional<V>;
+    static bool text(const H& h, size_t, std::string& t)
+    {
+        if (!h.is_set())
+            return false;
+        append_list(h, t);
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         read_list<V>(r, h, m);
@@ -412,8 +494,13 @@ struct holder_io<lmx60::ct_simple_list_optional<V>> {
 };
 
 template <class V>
-struct holder_io<lmx60::ct_simple_list_single<V>> {
+struct holder_io<lmx60::ct_simple_list_single<V>> : without_items {
     using H = lmx60::ct_simple_list_single<V>;
+    static bool text(const H& h, size_t, std::string& t)
+    {
+        append_list(h, t);
+        return true;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m) { read_list<V>(r, h, m); }
     static void write(lmx60::c_xml_writer& w, const H& h, const MemberInfo& m) { write_list<V>(w, h, m); }
     static size_t count(const H&) { return 1; }
@@ -422,7 +509,7 @@ struct holder_io<lmx60::ct_simple_list_single<V>> {
 };
 
 template <class T>
-struct holder_io<lmx60::ct_empty_single<T>> {
+struct holder_io<lmx60::ct_empty_single<T>> : without_items, without_text {
     using H = lmx60::ct_empty_single<T>;
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
@@ -464,8 +551,14 @@ void write_complex(lmx60::c_xml_writer& w, const T& child, const MemberInfo& m)
 }
 
 template <class T>
-struct holder_io<lmx60::ct_complex_single<T>> {
+struct holder_io<lmx60::ct_complex_single<T>> : without_text {
     using H = lmx60::ct_complex_single<T>;
+    static MemberItem item(const H& h, size_t)
+    {
+        MemberItem item;
+        item.object = h.get_ptr();
+        return item;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         bool fresh = !h.is_set();
@@ -487,8 +580,15 @@ struct holder_io<lmx60::ct_complex_single<T>> {
 };
 
 template <class T>
-struct holder_io<lmx60::ct_complex_multi<T>> {
+struct holder_io<lmx60::ct_complex_multi<T>> : without_text {
     using H = lmx60::ct_complex_multi<T>;
+    static MemberItem item(const H& h, size_t index)
+    {
+        MemberItem item;
+        if (index < h.size())
+            item.object = &h.get(index);
+        return item;
+    }
     static void read(lmx60::c_xml_reader& r, H& h, const MemberInfo& m)
     {
         HIPGSBase* derived = create_derived(r, T::s_class_info);
@@ -571,6 +671,14 @@ public:
     const HIPGSBase* object(const HIPGSBase& o) const override
     {
         return single_child<H>::get(static_cast<const C&>(o).*Member);
+    }
+    MemberItem item(const HIPGSBase& o, size_t index) const override
+    {
+        return io::item(static_cast<const C&>(o).*Member, index);
+    }
+    bool text(const HIPGSBase& o, size_t index, std::string& t) const override
+    {
+        return io::text(static_cast<const C&>(o).*Member, index, t);
     }
 
     static const member_ops instance;

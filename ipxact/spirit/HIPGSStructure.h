@@ -1,0 +1,53 @@
+// The elements and attributes that bound objects would be written as, walked without writing: for
+// tools that look at a whole document by element name (checks, indexes) and need neither text nor
+// escaping, only the values they ask for.
+#ifndef IPXACT_SPIRIT_HIPGSSTRUCTURE_H
+#define IPXACT_SPIRIT_HIPGSSTRUCTURE_H
+
+#include <cstdint>
+#include <string>
+
+#include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/spirit/HIPGSBase.h>
+
+namespace HIPGSpirit {
+
+struct MemberInfo;
+
+// Where a simple value is held: occurrence `index` of `member` of `owner`. Valid while the object
+// lives and is not changed.
+struct ValueSite {
+    const HIPGSBase* owner = nullptr;
+    const MemberInfo* member = nullptr;
+    uint32_t index = 0;
+};
+
+// Appends the text the value would be written as (UTF-8, not escaped); false when the site holds
+// no text (an empty element, a site of no value).
+bool value_text(const ValueSite& site, std::string& text);
+
+// What walk_structure meets, in the order the writer would write it: an element's attributes come
+// after its start and before its content. Names are namespace URIs ("" for none) and local names,
+// valid while the objects live.
+class StructureVisitor {
+public:
+    virtual void start_element(const char* ns, const char* local) = 0;
+    virtual void attribute(const char* ns, const char* local, const ValueSite& value) = 0;
+    // The text of the element last started.
+    virtual void text(const ValueSite& value) = 0;
+    // An element kept whole as it was read (open content); it has no children in the walk.
+    virtual void kept_element(const lmx60::c_any_info& element) = 0;
+    virtual void end_element() = 0;
+
+protected:
+    ~StructureVisitor() = default;
+};
+
+// Walks what `root` holds: a document held in place (HIPGSTop), or an object of a global element's
+// class, which is then the first element. Schema hints (xsi) are not part of the walk; choices walk
+// their current alternative, and content read in any order walks in the order read, as written.
+void walk_structure(const HIPGSBase& root, StructureVisitor& visitor);
+
+}  // namespace HIPGSpirit
+
+#endif

@@ -9,6 +9,7 @@
 
 #include <ipxact/catalog/document.h>
 #include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/spirit/HIPGSBinding.h>
 #include <ipxact/spirit/HIPGSStructure.h>
 #include <ipxact/spirit/HIPGSTop.h>
 
@@ -28,10 +29,77 @@ std::string_view trimmed(std::string_view s)
     return s.substr(first, s.find_last_not_of(space) - first + 1);
 }
 
+// The names and namespaces that trees and path steps use, with one id each for the whole process,
+// so that a step's names are known in every tree without a lookup per tree.
+class Names {
+public:
+    static Names& instance()
+    {
+        static Names names;
+        return names;
+    }
+    uint32_t id(std::string_view text)
+    {
+        std::lock_guard<std::mutex> lock(m_guard);
+        auto found = m_ids.find(text);
+        if (found != m_ids.end())
+            return found->second;
+        m_texts.emplace_back(text);
+        auto id = static_cast<uint32_t>(m_texts.size() - 1);
+        m_ids.emplace(m_texts.back(), id);
+        return id;
+    }
+    // Valid for the life of the process.
+    const char* text(uint32_t id)
+    {
+        std::lock_guard<std::mutex> lock(m_guard);
+        return m_texts[id].c_str();
+    }
+
+private:
+    std::mutex m_guard;
+    std::deque<std::string> m_texts;  // stable addresses as the table grows
+    std::unordered_map<std::string_view, uint32_t> m_ids;
+};
+
+struct NameId {
+    uint32_t id;
+    const char* text;
+};
+
+// A name whose text never changes at its address (the binding's tables, literals): known again by
+// the address in each thread without taking the table's lock.
+NameId lasting_name(const char* text)
+{
+    thread_local std::unordered_map<const char*, NameId> known;
+    auto found = known.find(text);
+    if (found != known.end())
+        return found->second;
+    Names& names = Names::instance();
+    uint32_t id = names.id(text);
+    NameId name{id, names.text(id)};
+    known.emplace(text, name);
+    return name;
+}
+
+// A name held by an object (an element or attribute kept as read), which may be gone later.
+NameId passing_name(std::string_view text)
+{
+    Names& names = Names::instance();
+    uint32_t id = names.id(text);
+    return NameId{id, names.text(id)};
+}
+
+uint32_t spirit_namespace_id()
+{
+    static const uint32_t id = Names::instance().id(kSpiritNamespace);
+    return id;
+}
+
 }  // namespace
 
 // Elements and attributes in document order: an element, then its attributes, then its children.
-// Names and namespaces are interned per tree: equal names have equal ids and equal pointers.
+// Names and namespaces are known by their process-wide ids.
 struct RulesTree::Item {
     enum class Kind : uint8_t { document, element, attribute };
     Kind kind = Kind::document;
@@ -41,10 +109,8 @@ struct RulesTree::Item {
     uint32_t ns_id = 0;
     uint32_t position = 1;  // elements: 1-based, among the siblings of the same local name
     const char* local = "";
-    const char* ns = "";
     const Item* parent = nullptr;
-    const Item* first_child = nullptr;  // elements only
-    const Item* last_child = nullptr;
+    const Item* first_child = nullptr;   // elements only
     const Item* next_sibling = nullptr;  // for attributes: the element's next attribute
     const Item* first_attribute = nullptr;
     HIPGSpirit::ValueSite value;  // an attribute's value, an element's own text: read when asked for
@@ -57,12 +123,12 @@ struct Step {
     enum class Test : uint8_t { self, name, any_element, attribute };
     bool descendant = false;  // reached through "//"
     Test test = Test::name;
-    std::string ns;
-    std::string local;
+    uint32_t ns = 0;  // name ids
+    uint32_t local = 0;
     // Attribute tests joined by "or"; a test without `equals` asks only that the attribute be there.
     struct AttributeTest {
-        std::string ns;
-        std::string local;
+        uint32_t ns = 0;
+        uint32_t local = 0;
         bool compare = false;
         std::string equals;
     };
@@ -77,19 +143,19 @@ struct Path {
 // The alternatives of an expression; empty when the expression is outside the supported form.
 using Expression = std::vector<Path>;
 
-bool parse_name(std::string_view text, std::string* ns, std::string* local)
+bool parse_name(std::string_view text, uint32_t* ns, uint32_t* local)
 {
     size_t colon = text.find(':');
     if (colon == std::string_view::npos) {
-        ns->clear();
-        *local = std::string(text);
+        *ns = Names::instance().id("");
+        *local = Names::instance().id(text);
         return !text.empty();
     }
-    if (text.substr(0, colon) != "spirit")
+    if (text.substr(0, colon) != "spirit" || colon + 1 == text.size())
         return false;
-    *ns = kSpiritNamespace;
-    *local = std::string(text.substr(colon + 1));
-    return !local->empty();
+    *ns = spirit_namespace_id();
+    *local = Names::instance().id(text.substr(colon + 1));
+    return true;
 }
 
 bool parse_predicate(std::string_view text, Step& step)
@@ -209,6 +275,14 @@ bool in_order(RulesTree::Node a, RulesTree::Node b)
     return a->order < b->order;
 }
 
+// The first of a run of items in document order that comes after `context`.
+const RulesTree::Item* const* after(const RulesTree::Item* const* begin, const RulesTree::Item* const* end,
+                                    RulesTree::Node context)
+{
+    return std::upper_bound(begin, end, context->order,
+                            [](uint32_t order, const RulesTree::Item* item) { return order < item->order; });
+}
+
 std::string value_of(RulesTree::Node node)
 {
     std::string value;
@@ -216,44 +290,94 @@ std::string value_of(RulesTree::Node node)
     return value;
 }
 
-constexpr uint32_t kNoName = 0xFFFFFFFFu;
+// The items, in blocks that double in size, so that they keep their addresses while the tree grows
+// and a small document does not pay for a large block.
+class ItemStore {
+public:
+    RulesTree::Item& add()
+    {
+        if (m_count == m_capacity) {
+            size_t size = size_t{kFirstBlock} << m_blocks.size();
+            m_blocks.emplace_back(new RulesTree::Item[size]);
+            m_capacity += static_cast<uint32_t>(size);
+        }
+        uint32_t order = m_count++;
+        return block_of(order)[order - start_of(m_blocks.size() - 1)];
+    }
+    const RulesTree::Item& operator[](uint32_t order) const
+    {
+        size_t block = block_index(order);
+        return m_blocks[block][order - start_of(block)];
+    }
+    RulesTree::Item& front() { return m_blocks.front()[0]; }
+    const RulesTree::Item& front() const { return m_blocks.front()[0]; }
+    uint32_t size() const { return m_count; }
+
+    template <class Visit>
+    void for_each(Visit visit)
+    {
+        for (size_t block = 0; block < m_blocks.size(); ++block) {
+            uint32_t first = start_of(block);
+            uint32_t last = std::min<uint32_t>(m_count, first + (kFirstBlock << block));
+            for (uint32_t order = first; order < last; ++order)
+                visit(m_blocks[block][order - first]);
+        }
+    }
+
+private:
+    static constexpr uint32_t kFirstBlock = 64;
+    // Block k holds kFirstBlock << k items and starts at kFirstBlock * (2^k - 1).
+    static uint32_t start_of(size_t block) { return kFirstBlock * ((uint32_t{1} << block) - 1); }
+    static size_t block_index(uint32_t order)
+    {
+        return static_cast<size_t>(31 - __builtin_clz(order / kFirstBlock + 1));
+    }
+    RulesTree::Item* block_of(uint32_t order) { return m_blocks[block_index(order)].get(); }
+
+    std::vector<std::unique_ptr<RulesTree::Item[]>> m_blocks;
+    uint32_t m_count = 0;
+    uint32_t m_capacity = 0;
+};
+
+// The items of each name in document order: one array, in runs by name id.
+class ByName {
+public:
+    template <class Keep>
+    void fill(ItemStore& items, uint32_t names, Keep keep)
+    {
+        m_start.assign(names + 2, 0);
+        items.for_each([&](const RulesTree::Item& item) {
+            if (keep(item))
+                ++m_start[item.local_id + 2];
+        });
+        for (size_t id = 2; id < m_start.size(); ++id)
+            m_start[id] += m_start[id - 1];
+        m_items.resize(m_start.back());
+        items.for_each([&](const RulesTree::Item& item) {
+            if (keep(item))
+                m_items[m_start[item.local_id + 1]++] = &item;
+        });
+    }
+    // The items named `id`, in document order.
+    std::pair<const RulesTree::Item* const*, const RulesTree::Item* const*> named(uint32_t id) const
+    {
+        if (id + 1 >= m_start.size())
+            return {nullptr, nullptr};
+        return {m_items.data() + m_start[id], m_items.data() + m_start[id + 1]};
+    }
+
+private:
+    std::vector<uint32_t> m_start;  // by name id: where its run begins (after fill)
+    std::vector<const RulesTree::Item*> m_items;
+};
 
 }  // namespace
 
 struct RulesTree::Impl {
-    std::deque<Item> items;  // in document order; stable addresses while the tree grows
-    std::deque<std::string> names;  // interned names and namespaces, by id
-    std::unordered_map<std::string_view, uint32_t> name_ids;
-    std::vector<std::vector<const Item*>> elements_named;    // by local name id, in document order
-    std::vector<std::vector<const Item*>> attributes_named;  // by local name id, in document order
-    // The ids of a step's names in this tree (kNoName: no item has it). Rules of one document run
-    // in one thread, so the memo needs no guard.
-    mutable std::unordered_map<const Step*, std::pair<uint32_t, uint32_t>> step_names;
+    ItemStore items;  // in document order
+    ByName elements_named;
+    ByName attributes_named;
     bool ok = false;
-
-    uint32_t intern(std::string_view s)
-    {
-        auto found = name_ids.find(s);
-        if (found != name_ids.end())
-            return found->second;
-        names.emplace_back(s);
-        auto id = static_cast<uint32_t>(names.size() - 1);
-        name_ids.emplace(names.back(), id);
-        return id;
-    }
-    uint32_t lookup(const std::string& s) const
-    {
-        auto found = name_ids.find(s);
-        return found == name_ids.end() ? kNoName : found->second;
-    }
-    // Local name and namespace ids of a step's test; kNoName when the tree has no such name.
-    std::pair<uint32_t, uint32_t> names_of(const Step& step) const
-    {
-        auto found = step_names.find(&step);
-        if (found == step_names.end())
-            found = step_names.emplace(&step, std::make_pair(lookup(step.local), lookup(step.ns))).first;
-        return found->second;
-    }
 
     bool passes_predicate(const Item* item, const Step& step) const;
     void apply(const Step& step, const Item* context, std::vector<const Item*>& out) const;
@@ -263,98 +387,96 @@ struct RulesTree::Impl {
 
 namespace {
 
-// Builds the items from a walk over the objects. Names come from the binding's tables, so the same
-// few pointers come again and again: they are interned once per tree by address.
+// Builds the items from a walk over the objects.
 class TreeBuilder : public HIPGSpirit::StructureVisitor {
 public:
-    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { add(Item::Kind::document); }
+    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { m_open.push_back({&add(Item::Kind::document), nullptr}); }
 
     void start_element(const char* ns, const char* local) override
     {
-        Item* element = add(Item::Kind::element);
-        link_child(element);
-        name(element, ns, local);
-        place(element);
-        m_open.push_back(element);
-        m_last_attribute = nullptr;
+        element(cached_name(ns), cached_name(local));
     }
     void attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value) override
     {
-        Item* attribute = add(Item::Kind::attribute);
-        attribute->parent = m_open.back();
+        bool kept = value.member && value.member->kind == HIPGSpirit::MemberKind::any_attribute;
+        Item& attribute = add(Item::Kind::attribute);
+        Item* holder = m_open.back().element;
+        attribute.parent = holder;
         if (m_last_attribute)
-            m_last_attribute->next_sibling = attribute;
+            m_last_attribute->next_sibling = &attribute;
         else
-            m_open.back()->first_attribute = attribute;
-        m_last_attribute = attribute;
-        name(attribute, ns, local);
-        attribute->value = value;
+            holder->first_attribute = &attribute;
+        m_last_attribute = &attribute;
+        name(attribute, kept ? passing_name(ns) : cached_name(ns), kept ? passing_name(local) : cached_name(local));
+        attribute.value = value;
     }
-    void text(const HIPGSpirit::ValueSite& value) override { m_open.back()->value = value; }
+    void text(const HIPGSpirit::ValueSite& value) override { m_open.back().element->value = value; }
     void kept_element(const lmx60::c_any_info& any) override
     {
-        Item* element = add(Item::Kind::element);
-        link_child(element);
-        name(element, any.get_namespace().c_str(), any.get_local_name().c_str());
-        place(element);
-        element->end = element->order + 1;
+        element(passing_name(any.get_namespace()), passing_name(any.get_local_name()));
+        end_element();
     }
     void end_element() override
     {
-        Item* element = m_open.back();
-        element->end = static_cast<uint32_t>(m_impl.items.size());
+        m_open.back().element->end = m_impl.items.size();
         m_open.pop_back();
     }
 
-    // After the walk: names point into the finished store, and the name indexes are filled.
+    // After the walk: the name indexes are filled.
     void finish()
     {
-        m_impl.items.front().end = static_cast<uint32_t>(m_impl.items.size());
-        m_impl.elements_named.resize(m_impl.names.size());
-        m_impl.attributes_named.resize(m_impl.names.size());
-        for (Item& item : m_impl.items) {
-            item.local = m_impl.names[item.local_id].c_str();
-            item.ns = m_impl.names[item.ns_id].c_str();
-            if (item.kind == Item::Kind::element)
-                m_impl.elements_named[item.local_id].push_back(&item);
-            else if (item.kind == Item::Kind::attribute)
-                m_impl.attributes_named[item.local_id].push_back(&item);
-        }
+        m_impl.items.front().end = m_impl.items.size();
+        m_impl.elements_named.fill(m_impl.items, m_names,
+                                   [](const Item& item) { return item.kind == Item::Kind::element; });
+        m_impl.attributes_named.fill(m_impl.items, m_names,
+                                     [](const Item& item) { return item.kind == Item::Kind::attribute; });
     }
 
 private:
     using Item = RulesTree::Item;
+    struct Open {
+        Item* element;
+        Item* last_child;
+    };
 
-    Item* add(Item::Kind kind)
+    // lasting_name() behind a small table of this walk's own: a document names the same few hundred
+    // names again and again.
+    NameId cached_name(const char* text)
     {
-        m_impl.items.emplace_back();
-        Item* item = &m_impl.items.back();
-        item->kind = kind;
-        item->order = static_cast<uint32_t>(m_impl.items.size() - 1);
+        CachedName& slot = m_cache[(reinterpret_cast<uintptr_t>(text) >> 3) % kCacheSize];
+        if (slot.key != text)
+            slot = {text, lasting_name(text)};
+        return slot.name;
+    }
+
+    Item& add(Item::Kind kind)
+    {
+        Item& item = m_impl.items.add();
+        item.kind = kind;
+        item.order = m_impl.items.size() - 1;
         return item;
     }
-    void link_child(Item* element)
+    void element(NameId ns, NameId local)
     {
-        Item* parent = m_open.back();
-        element->parent = parent;
-        if (parent->last_child) {
-            const_cast<Item*>(parent->last_child)->next_sibling = element;
-        } else {
-            parent->first_child = element;
-        }
-        parent->last_child = element;
+        Item& element = add(Item::Kind::element);
+        Open& parent = m_open.back();
+        element.parent = parent.element;
+        if (parent.last_child)
+            parent.last_child->next_sibling = &element;
+        else
+            parent.element->first_child = &element;
+        parent.last_child = &element;
+        name(element, ns, local);
+        place(&element);
+        m_open.push_back({&element, nullptr});
+        m_last_attribute = nullptr;
     }
-    uint32_t intern(const char* text)
+    void name(Item& item, NameId ns, NameId local)
     {
-        uint32_t& known = m_by_address[text];
-        if (known == 0)
-            known = m_impl.intern(text) + 1;
-        return known - 1;
-    }
-    void name(Item* item, const char* ns, const char* local)
-    {
-        item->local_id = intern(local);
-        item->ns_id = intern(ns);
+        item.local_id = local.id;
+        item.local = local.text;
+        item.ns_id = ns.id;
+        m_names = std::max(m_names, std::max(local.id, ns.id) + 1);
     }
     // Counts the element among its parent's children of the same local name (whatever their
     // namespace, as the line index does). Per name, the counts of the open parents that have such
@@ -373,11 +495,18 @@ private:
             counts.emplace_back(element->parent, 1);
     }
 
+    struct CachedName {
+        const char* key;
+        NameId name;
+    };
+    static constexpr size_t kCacheSize = 509;
+
     RulesTree::Impl& m_impl;
-    std::vector<Item*> m_open{&m_impl.items.front()};
-    std::unordered_map<const char*, uint32_t> m_by_address;  // name id + 1 by the name's address
+    CachedName m_cache[kCacheSize] = {};
+    std::vector<Open> m_open;
     std::vector<std::vector<std::pair<const Item*, uint32_t>>> m_counts;  // by local name id: open parent, children so far
     Item* m_last_attribute = nullptr;
+    uint32_t m_names = 0;  // one past the largest name id met
 };
 
 }  // namespace
@@ -408,7 +537,7 @@ bool RulesTree::Impl::passes_predicate(const Item* item, const Step& step) const
         return true;
     for (const Step::AttributeTest& test : step.any_of)
         for (const Item* a = item->first_attribute; a; a = a->next_sibling)
-            if (test.local == a->local && test.ns == a->ns && (!test.compare || value_of(a) == test.equals))
+            if (test.local == a->local_id && test.ns == a->ns_id && (!test.compare || value_of(a) == test.equals))
                 return true;
     return false;
 }
@@ -438,10 +567,7 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
                 keep(&items[order]);
         return;
     }
-    std::pair<uint32_t, uint32_t> ids = names_of(step);
-    if (ids.first == kNoName || ids.second == kNoName)
-        return;
-    auto named = [&](const Item* item) { return item->local_id == ids.first && item->ns_id == ids.second; };
+    auto named = [&](const Item* item) { return item->local_id == step.local && item->ns_id == step.ns; };
     if (!step.descendant) {
         const Item* first = step.test == Step::Test::attribute ? context->first_attribute : context->first_child;
         for (const Item* item = first; item; item = item->next_sibling)
@@ -451,11 +577,8 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
     }
     // Every descendant (and, for attributes, the context's own): the items of that name ordered
     // between the context and the end of its subtree.
-    const std::vector<const Item*>& list =
-        (step.test == Step::Test::attribute ? attributes_named : elements_named)[ids.first];
-    auto first = std::upper_bound(list.begin(), list.end(), context->order,
-                                  [](uint32_t order, const Item* item) { return order < item->order; });
-    for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
+    auto [begin, end] = (step.test == Step::Test::attribute ? attributes_named : elements_named).named(step.local);
+    for (auto it = after(begin, end, context); it != end && (*it)->order < context->end; ++it)
         if (named(*it))
             keep(*it);
 }
@@ -466,15 +589,9 @@ void RulesTree::Impl::keep_holders(const Step& step, const Item* context, std::v
     // attribute index names those elements without every descendant being looked at.
     size_t first_kept = out.size();
     for (const Step::AttributeTest& test : step.any_of) {
-        uint32_t local = lookup(test.local);
-        uint32_t ns = lookup(test.ns);
-        if (local == kNoName || ns == kNoName)
-            continue;
-        const std::vector<const Item*>& list = attributes_named[local];
-        auto first = std::upper_bound(list.begin(), list.end(), context->order,
-                                      [](uint32_t order, const Item* item) { return order < item->order; });
-        for (auto it = first; it != list.end() && (*it)->order < context->end; ++it)
-            if ((*it)->ns_id == ns && (*it)->parent != context && passes_predicate((*it)->parent, step))
+        auto [begin, end] = attributes_named.named(test.local);
+        for (auto it = after(begin, end, context); it != end && (*it)->order < context->end; ++it)
+            if ((*it)->ns_id == test.ns && (*it)->parent != context && passes_predicate((*it)->parent, step))
                 out.push_back((*it)->parent);
     }
     // An element carrying more than one of the attributes was found once for each.
@@ -525,11 +642,9 @@ namespace {
 RulesTree::Node first_along(const RulesTree::Impl& impl, const std::vector<Step>& steps, size_t step,
                             RulesTree::Node from)
 {
-    std::pair<uint32_t, uint32_t> ids = impl.names_of(steps[step]);
-    if (ids.first == kNoName || ids.second == kNoName)
-        return nullptr;
     for (RulesTree::Node child = from->first_child; child; child = child->next_sibling) {
-        if (child->local_id != ids.first || child->ns_id != ids.second || !impl.passes_predicate(child, steps[step]))
+        if (child->local_id != steps[step].local || child->ns_id != steps[step].ns ||
+            !impl.passes_predicate(child, steps[step]))
             continue;
         if (step + 1 == steps.size())
             return child;
@@ -652,7 +767,7 @@ RulesTree::Node spirit_attribute(RulesTree::Node element, const char* local)
     if (!element || element->kind != RulesTree::Item::Kind::element)
         return nullptr;
     for (RulesTree::Node a = element->first_attribute; a; a = a->next_sibling)
-        if (std::strcmp(a->local, local) == 0 && std::strcmp(a->ns, kSpiritNamespace) == 0)
+        if (a->ns_id == spirit_namespace_id() && std::strcmp(a->local, local) == 0)
             return a;
     return nullptr;
 }

@@ -217,15 +217,21 @@ uint32_t LineIndex::Builder::name_id(const char* local)
 {
     // The parser interns names, so within one document a name is nearly always the same pointer;
     // the text comparison catches the same name under another pointer.
+    RecentName& recent = m_recent[(reinterpret_cast<uintptr_t>(local) >> 3) % (sizeof m_recent / sizeof m_recent[0])];
+    if (recent.pointer == local)
+        return recent.id;
     auto known = m_by_pointer.find(local);
-    if (known != m_by_pointer.end())
-        return known->second;
     uint32_t id = 0;
-    while (id < m_index.m_names.size() && m_index.m_names[id] != local)
-        ++id;
-    if (id == m_index.m_names.size())
-        m_index.m_names.emplace_back(local);
-    m_by_pointer.emplace(local, id);
+    if (known != m_by_pointer.end()) {
+        id = known->second;
+    } else {
+        while (id < m_index.m_names.size() && m_index.m_names[id] != local)
+            ++id;
+        if (id == m_index.m_names.size())
+            m_index.m_names.emplace_back(local);
+        m_by_pointer.emplace(local, id);
+    }
+    recent = {local, id};
     return id;
 }
 

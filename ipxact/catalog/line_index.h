@@ -84,8 +84,14 @@ public:
     private:
         uint32_t name_id(const char* local);
 
+        struct RecentName {
+            const char* pointer;
+            uint32_t id;
+        };
+
         LineIndex& m_index;
         std::vector<Node> m_open;
+        RecentName m_recent[61] = {};  // in front of m_by_pointer: the few names a document repeats
         std::unordered_map<const char*, uint32_t> m_by_pointer;  // parser dictionary name -> name id
     };
 

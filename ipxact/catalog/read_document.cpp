@@ -1,7 +1,5 @@
 #include "read_document.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -289,9 +287,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
                                 std::string("cannot open the file: ") + std::strerror(errno)});
             return nullptr;
         }
-        struct stat status;
-        if (::stat(file.c_str(), &status) == 0)
-            document->m_size = static_cast<uint64_t>(status.st_size);
+        document->m_size = fileReader->file_size();
     }
 
     Observer observer(*reader, document->m_lines, document->m_references);

@@ -1,5 +1,7 @@
 #include <ipxact/lmx60/c_xml_reader.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -1232,6 +1234,14 @@ bool c_xml_reader_file::next_input(const char** data, size_t* length)
     *data = m_buffer.data();
     *length = n;
     return true;
+}
+
+uint64_t c_xml_reader_file::file_size() const
+{
+    struct stat status;
+    if (!m_file || ::fstat(::fileno(static_cast<FILE*>(m_file)), &status) != 0)
+        return 0;
+    return static_cast<uint64_t>(status.st_size);
 }
 
 c_xml_reader_file::~c_xml_reader_file()

@@ -334,6 +334,8 @@ public:
     explicit c_xml_reader_file(const char* fileName);
     ~c_xml_reader_file() override;
     bool is_open() const { return m_file != nullptr; }
+    // Size of the open file in bytes, from its descriptor; 0 when it is not open or cannot be told.
+    uint64_t file_size() const;
 
 private:
     bool next_input(const char** data, size_t* length) override;

@@ -42,8 +42,6 @@ c_xml_writer::c_xml_writer(std::ostream& os, int options, const char*, const cha
     }
 }
 
-c_xml_writer::c_xml_writer(c_xml_event_sink& sink) : m_sink(&sink) {}
-
 c_xml_writer::~c_xml_writer()
 {
     flush();
@@ -51,16 +49,11 @@ c_xml_writer::~c_xml_writer()
 
 void c_xml_writer::fail_stream()
 {
-    if (m_sink)
-        m_sink_failed = true;
-    else
-        m_os->setstate(std::ios::failbit);
+    m_os->setstate(std::ios::failbit);
 }
 
 elmx_error c_xml_writer::flush()
 {
-    if (m_sink)
-        return m_sink_failed ? ELMX_WRITE_FAILED : ELMX_OK;
     if (!m_buffer.empty()) {
         m_flushed_line_breaks += static_cast<size_t>(std::count(m_buffer.begin(), m_buffer.end(), '\n'));
         m_os->write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
@@ -112,13 +105,9 @@ void c_xml_writer::start_line_in_parent()
 
 void c_xml_writer::start_element(const char* qname)
 {
-    if (m_sink) {
-        m_sink->start_element(qname);
-    } else {
-        start_line_in_parent();
-        m_buffer += '<';
-        m_buffer += qname;
-    }
+    start_line_in_parent();
+    m_buffer += '<';
+    m_buffer += qname;
     m_open.push_back({m_ns_scope.size(), false});
     m_start_tag_open = true;
     if (!m_wrote_root) {
@@ -137,11 +126,6 @@ void c_xml_writer::end_element(const char* qname)
     open_element closing = m_open.back();
     m_open.pop_back();
     m_ns_scope.resize(closing.ns_scope);
-    if (m_sink) {
-        m_start_tag_open = false;
-        m_sink->end_element();
-        return;
-    }
     if (m_start_tag_open) {
         m_buffer += "/>";
         m_start_tag_open = false;
@@ -192,10 +176,6 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
         }
     }
     m_ns_scope.emplace_back(prefix, uri);
-    if (m_sink) {
-        m_sink->namespace_declaration(prefix, uri);
-        return;
-    }
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;
     m_buffer += *prefix ? "xmlns:" : "xmlns";
@@ -208,10 +188,6 @@ void c_xml_writer::ensure_namespace(const char* prefix, const char* uri)
 
 elmx_error c_xml_writer::attribute(const char* qname, const std::string& value)
 {
-    if (m_sink) {
-        m_sink->attribute(qname, value);
-        return ELMX_OK;
-    }
     m_buffer += defaults().attribute_nl;
     m_buffer += defaults().attribute_tab;
     m_buffer += qname;
@@ -225,11 +201,6 @@ elmx_error c_xml_writer::attribute(const char* qname, const std::string& value)
 
 elmx_error c_xml_writer::text(const std::string& value, const char* item)
 {
-    if (m_sink) {
-        m_start_tag_open = false;
-        m_sink->text(value);
-        return ELMX_OK;
-    }
     close_start_tag();
     bool clean = write_escaped(value, false);
     if (m_buffer.size() > kFlushThreshold)
@@ -267,11 +238,6 @@ bool c_xml_writer::write_escaped(const std::string& value, bool inAttribute)
 
 void c_xml_writer::any_element(const c_any_info& any)
 {
-    if (m_sink) {
-        m_start_tag_open = false;
-        m_sink->any_element(any);
-        return;
-    }
     start_line_in_parent();
     m_buffer += any.get_xml();
     m_buffer += defaults().nl;

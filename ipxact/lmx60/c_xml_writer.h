@@ -1,6 +1,4 @@
-// Writes XML text onto a std::ostream, buffered, with the process-wide layout defaults; or hands the
-// same walk to an event sink, for a host that wants the structure of what would be written without
-// the text.
+// Writes XML text onto a std::ostream, buffered, with the process-wide layout defaults.
 #ifndef IPXACT_LMX60_C_XML_WRITER_H
 #define IPXACT_LMX60_C_XML_WRITER_H
 
@@ -29,24 +27,6 @@ protected:
     ~c_untyped_marshal_bridge() = default;
 };
 
-// Receives what a writer would write, as events, in document order. Names are qualified as they
-// would be written; a prefix is bound by a namespace_declaration of that element or an enclosing one,
-// which comes after the element's start_element and before its attributes. Values are given as the
-// host means them: neither escaped nor converted nor checked for characters XML cannot carry.
-class c_xml_event_sink {
-public:
-    virtual void start_element(const char* qname) = 0;
-    virtual void namespace_declaration(const char* prefix, const char* uri) = 0;
-    virtual void attribute(const char* qname, const std::string& value) = 0;
-    virtual void text(const std::string& value) = 0;
-    // A captured element, whole: its namespace, local name and text.
-    virtual void any_element(const c_any_info& any) = 0;
-    virtual void end_element() = 0;
-
-protected:
-    ~c_xml_event_sink() = default;
-};
-
 class c_xml_writer {
 public:
     enum { include_xml_decl = 1 };
@@ -55,8 +35,6 @@ public:
     // the defaults.
     explicit c_xml_writer(std::ostream& os, int options = include_xml_decl, const char* = nullptr,
                           const char* = nullptr, const char* = nullptr, const char* = nullptr);
-    // Walks without writing text: every element, attribute and value goes to `sink`.
-    explicit c_xml_writer(c_xml_event_sink& sink);
     ~c_xml_writer();
     c_xml_writer(const c_xml_writer&) = delete;
     c_xml_writer& operator=(const c_xml_writer&) = delete;
@@ -101,8 +79,7 @@ public:
     const s_debug_error& get_debug_error() const { return m_debug; }
     int depth() const { return static_cast<int>(m_open.size()); }
 
-    // Sends buffered text to the stream; reports ELMX_WRITE_FAILED when the stream fails (or, for a
-    // sink, when fail_stream was called).
+    // Sends buffered text to the stream; reports ELMX_WRITE_FAILED when the stream fails.
     elmx_error flush();
     // Marks the output as failed: what was asked cannot be written (an element without a name).
     void fail_stream();
@@ -122,9 +99,7 @@ private:
         bool has_children;    // element content written: its end tag is indented
     };
 
-    std::ostream* m_os = nullptr;        // null when writing to a sink
-    c_xml_event_sink* m_sink = nullptr;  // null when writing text
-    bool m_sink_failed = false;
+    std::ostream* m_os = nullptr;
     std::string m_buffer;
     std::string m_indentation;  // the tab, repeated for the deepest level written so far
     size_t m_flushed_line_breaks = 0;

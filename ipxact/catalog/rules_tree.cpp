@@ -82,13 +82,11 @@ NameId lasting_name(const char* text)
     return name;
 }
 
-// A name held by an object (an element or attribute kept as read), which may be gone later.
-NameId passing_name(std::string_view text)
-{
-    Names& names = Names::instance();
-    uint32_t id = names.id(text);
-    return NameId{id, names.text(id)};
-}
+// Names of content kept as read (vendor elements, attributes a class admits whatever they are) are
+// whatever a document says, so they get ids of their tree's own, from here up: a document cannot
+// grow the process-wide table, and no path step, which always names the standard's namespace, can
+// match them.
+constexpr uint32_t kFirstOwnId = 0x80000000u;
 
 uint32_t spirit_namespace_id()
 {
@@ -146,12 +144,7 @@ using Expression = std::vector<Path>;
 bool parse_name(std::string_view text, uint32_t* ns, uint32_t* local)
 {
     size_t colon = text.find(':');
-    if (colon == std::string_view::npos) {
-        *ns = Names::instance().id("");
-        *local = Names::instance().id(text);
-        return !text.empty();
-    }
-    if (text.substr(0, colon) != "spirit" || colon + 1 == text.size())
+    if (colon == std::string_view::npos || text.substr(0, colon) != "spirit" || colon + 1 == text.size())
         return false;
     *ns = spirit_namespace_id();
     *local = Names::instance().id(text.substr(colon + 1));
@@ -351,15 +344,17 @@ public:
     void fill(ItemStore& items, uint32_t names, Keep keep)
     {
         m_start.assign(names + 2, 0);
+        // Names of the tree's own (kFirstOwnId up) are never looked up, and are left out.
+        auto indexed = [&](const RulesTree::Item& item) { return item.local_id < names && keep(item); };
         items.for_each([&](const RulesTree::Item& item) {
-            if (keep(item))
+            if (indexed(item))
                 ++m_start[item.local_id + 2];
         });
         for (size_t id = 2; id < m_start.size(); ++id)
             m_start[id] += m_start[id - 1];
         m_items.resize(m_start.back());
         items.for_each([&](const RulesTree::Item& item) {
-            if (keep(item))
+            if (indexed(item))
                 m_items[m_start[item.local_id + 1]++] = &item;
         });
     }
@@ -380,6 +375,7 @@ private:
 
 struct RulesTree::Impl {
     ItemStore items;  // in document order
+    std::deque<std::string> own_names;  // by id - kFirstOwnId
     ByName elements_named;
     ByName attributes_named;
     bool ok = false;
@@ -412,13 +408,13 @@ public:
         else
             holder->first_attribute = &attribute;
         m_last_attribute = &attribute;
-        name(attribute, kept ? passing_name(ns) : cached_name(ns), kept ? passing_name(local) : cached_name(local));
+        name(attribute, kept ? own_name(ns) : cached_name(ns), kept ? own_name(local) : cached_name(local));
         attribute.value = value;
     }
     void text(const HIPGSpirit::ValueSite& value) override { m_open.back().element->value = value; }
     void kept_element(const lmx60::c_any_info& any) override
     {
-        element(passing_name(any.get_namespace()), passing_name(any.get_local_name()));
+        element(own_name(any.get_namespace()), own_name(any.get_local_name()));
         end_element();
     }
     void end_element() override
@@ -454,6 +450,17 @@ private:
         return slot.name;
     }
 
+    NameId own_name(std::string_view text)
+    {
+        auto found = m_own_ids.find(text);
+        if (found == m_own_ids.end()) {
+            m_impl.own_names.emplace_back(text);
+            auto id = static_cast<uint32_t>(kFirstOwnId + m_impl.own_names.size() - 1);
+            found = m_own_ids.emplace(m_impl.own_names.back(), id).first;
+        }
+        return NameId{found->second, m_impl.own_names[found->second - kFirstOwnId].c_str()};
+    }
+
     Item& add(Item::Kind kind)
     {
         Item& item = m_impl.items.add();
@@ -481,7 +488,9 @@ private:
         item.local_id = local.id;
         item.local = local.text;
         item.ns_id = ns.id;
-        m_names = std::max(m_names, std::max(local.id, ns.id) + 1);
+        for (uint32_t id : {local.id, ns.id})
+            if (id < kFirstOwnId)
+                m_names = std::max(m_names, id + 1);
     }
     // Counts the element among its parent's children of the same local name (whatever their
     // namespace, as the line index does). Per name, the counts of the open parents that have such
@@ -489,9 +498,12 @@ private:
     // many siblings it has. An element is open while its end is 0.
     void place(Item* element)
     {
-        if (m_counts.size() <= element->local_id)
-            m_counts.resize(element->local_id + 1);
-        std::vector<std::pair<const Item*, uint32_t>>& counts = m_counts[element->local_id];
+        bool own = element->local_id >= kFirstOwnId;
+        std::vector<Counts>& all = own ? m_own_counts : m_counts;
+        size_t index = own ? element->local_id - kFirstOwnId : element->local_id;
+        if (all.size() <= index)
+            all.resize(index + 1);
+        Counts& counts = all[index];
         while (!counts.empty() && counts.back().first != element->parent && counts.back().first->end != 0)
             counts.pop_back();
         if (!counts.empty() && counts.back().first == element->parent)
@@ -509,7 +521,10 @@ private:
     RulesTree::Impl& m_impl;
     CachedName m_cache[kCacheSize] = {};
     std::vector<Open> m_open;
-    std::vector<std::vector<std::pair<const Item*, uint32_t>>> m_counts;  // by local name id: open parent, children so far
+    using Counts = std::vector<std::pair<const Item*, uint32_t>>;  // open parent, children so far
+    std::vector<Counts> m_counts;      // by local name id
+    std::vector<Counts> m_own_counts;  // by local name id - kFirstOwnId
+    std::unordered_map<std::string_view, uint32_t> m_own_ids;
     Item* m_last_attribute = nullptr;
     uint32_t m_names = 0;  // one past the largest name id met
 };

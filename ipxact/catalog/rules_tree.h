@@ -46,8 +46,9 @@ public:
     /// element when null), in document order, each once. The expressions are XPath's abbreviated
     /// location paths: element steps (a name or `*`) and attribute steps joined by `/` and `//`,
     /// absolute or relative (`.//`), alternatives joined by `|`, and on a step one predicate whose
-    /// tests, joined by `or`, ask for an attribute or for an attribute equal to a quoted text. The
-    /// prefix "spirit" names the standard's namespace.
+    /// tests, joined by `or`, ask for an attribute or for an attribute equal to a quoted text. Every
+    /// name carries the prefix "spirit", for the standard's namespace: content kept as read
+    /// (vendor elements, attributes of other namespaces) is never named.
     /// An attribute node stands for its value; its path is its element's. An expression outside
     /// this form selects nothing. Expressions are known again by their address: pass literals or
     /// entries of tables that live as long as the process, never a text built for the call.

@@ -387,8 +387,9 @@ void read_other_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const Cla
     const int nsId = attribute_ns_id(reader);
     if (nsId == kXsiNamespaceId)
         return;  // xsi:type chose the class already; hints inside a document are for validators
+    // The wildcards of the standard admit any namespace, and no namespace (code -1) too.
     for (uint32_t i = 0; i < info.member_count; ++i)
-        if (info.members[i].kind == MemberKind::any_attribute && nsId == 0) {
+        if (info.members[i].kind == MemberKind::any_attribute && (nsId == 0 || nsId == -1)) {
             info.members[i].ops->read(reader, obj, info.members[i]);
             return;
         }

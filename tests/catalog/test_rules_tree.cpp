@@ -48,7 +48,7 @@ const char kComponent[] = R"xml(<?xml version="1.0" encoding="UTF-8"?>
         <ipx:register>
           <ipx:name>STATUS</ipx:name>
           <ipx:addressOffset>0x4</ipx:addressOffset>
-          <ipx:size>32</ipx:size>
+          <ipx:size xmlns:other="urn:example:other" other:resolve="user" id="kept">32</ipx:size>
           <ipx:field>
             <ipx:name>BUSY</ipx:name>
             <ipx:bitOffset>0</ipx:bitOffset>
@@ -62,6 +62,8 @@ const char kComponent[] = R"xml(<?xml version="1.0" encoding="UTF-8"?>
     <vorlix:note xmlns:spirit="http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009">
       <spirit:name>inside a vendor block</spirit:name>
     </vorlix:note>
+    <other:name xmlns:other="urn:example:other"/>
+    <vorlix:note/>
   </ipx:vendorExtensions>
 </ipx:component>
 )xml";
@@ -160,12 +162,24 @@ TEST_F(RulesTreeTest, AVendorBlockIsOneElementOfItsOwnNamespace)
 {
     // The spirit:name inside the vendor block is not among the standard's names.
     EXPECT_EQ(texts("//spirit:name"), (std::vector<std::string>{"timer", "regs", "block", "CTRL", "EN", "MODE", "STATUS", "BUSY"}));
-    EXPECT_EQ(paths("/*/spirit:vendorExtensions/*"), std::vector<std::string>{"component/vendorExtensions/note"});
+    // Kept elements are numbered among the siblings of their own local name, whatever namespace.
+    EXPECT_EQ(paths("/*/spirit:vendorExtensions/*"),
+              (std::vector<std::string>{"component/vendorExtensions/note", "component/vendorExtensions/name",
+                                        "component/vendorExtensions/note[2]"}));
     EXPECT_TRUE(paths("//spirit:note").empty());
+    // Attributes kept as read are in the tree but are none of the standard's.
+    RulesTree::Node status_size = tree.select("//spirit:size").back();
+    EXPECT_EQ(RulesTree::path(status_size), std::string(kRegs) + "/register[2]/size");
+    EXPECT_FALSE(RulesTree::has_attribute(status_size, "resolve"));
+    EXPECT_FALSE(RulesTree::has_attribute(status_size, "id"));
+    EXPECT_EQ(paths("//*[@spirit:resolve='user']"), std::vector<std::string>{std::string(kRegs) + "/register/size"});
 }
 
 TEST_F(RulesTreeTest, ExpressionsOutsideTheSupportedFormSelectNothing)
 {
-    for (const char* expression : {"//other:name", "count(//spirit:field)", "//spirit:field[1]", "", "a//", "//*[@spirit:x=unquoted]"})
+    // Names without the standard's prefix are outside it too: names kept as read are whatever a
+    // document says, and no expression asks for them.
+    for (const char* expression : {"//other:name", "count(//spirit:field)", "//spirit:field[1]", "", "a//",
+                                   "//*[@spirit:x=unquoted]", "//name", "//*[@resolve]", "//@id"})
         EXPECT_TRUE(tree.select(expression).empty()) << expression;
 }

@@ -243,17 +243,23 @@ TEST(ClassSteps, AttributeStepsClaimKeepAndCheckAttributes)
               (faults{{lmx60::ELMX_UNEXPECTED_ATTRIBUTE, "acme:colour"}}));
     EXPECT_EQ(foreign.getAddressSpaceRefAttr(), "main");
 
-    // Configurable elements admit attributes of other namespaces and keep them.
+    // Configurable elements admit attributes of any namespace, or of none, and keep them.
     HIPGSBaseAddress configurable;
     EXPECT_TRUE(faults_reading("<spirit:baseAddress " + spirit +
                                    " xmlns:tool=\"http://example.com/tool\" tool:origin=\"gui\""
-                                   " spirit:format=\"long\">0x40</spirit:baseAddress>",
+                                   " spirit:format=\"long\" note=\"plain\">0x40</spirit:baseAddress>",
                                &configurable)
                     .empty());
     EXPECT_EQ(configurable.getBaseAddress(), "0x40");
     EXPECT_EQ(configurable.getFormatAttr(), "long");
-    ASSERT_EQ(configurable.sizeany_attribute(), 1u);
+    ASSERT_EQ(configurable.sizeany_attribute(), 2u);
     EXPECT_EQ(configurable.getany_attribute(0).value, "gui");
+    EXPECT_EQ(configurable.getany_attribute(1).qname, "note");
+    EXPECT_EQ(configurable.getany_attribute(1).ns_uri, "");
+    EXPECT_EQ(configurable.getany_attribute(1).value, "plain");
+    std::ostringstream written;
+    ASSERT_EQ(configurable.marshal(written, nullptr), lmx60::ELMX_OK);
+    EXPECT_NE(written.str().find(" note=\"plain\""), std::string::npos) << written.str();
 }
 
 TEST(ClassSteps, StepsReportTheFaultsTheEngineReports)

@@ -90,16 +90,35 @@ bool has_extension(const std::filesystem::path& path, const std::vector<std::str
     return false;
 }
 
+// A path without links or dots, by which a file met twice is known again; the path itself when it
+// cannot be told.
+std::string canonical_path(const std::filesystem::path& file)
+{
+    std::error_code error;
+    std::filesystem::path path = std::filesystem::weakly_canonical(file, error);
+    return error ? file.string() : path.string();
+}
+
+struct FoundFile {
+    std::string path;
+    std::string canonical;
+    bool operator<(const FoundFile& other) const { return path < other.path; }
+};
+
 // The files to read for the paths given, with a finding for each path that names nothing.
-std::vector<std::string> files_at(const std::vector<std::string>& paths, const std::vector<std::string>& extensions,
-                                  std::vector<Finding>& findings)
+std::vector<FoundFile> files_at(const std::vector<std::string>& paths, const std::vector<std::string>& extensions,
+                                std::vector<Finding>& findings)
 {
     namespace fs = std::filesystem;
-    std::vector<std::string> files;
+    std::vector<FoundFile> files;
     for (const std::string& path : paths) {
         std::error_code error;
         if (fs::is_directory(path, error)) {
-            std::vector<std::string> inside;
+            // Directories met below are real ones (links to directories are not followed), so a
+            // file's canonical path is the directory's and the rest of its path; only a link to a
+            // file needs resolving, one lookup per part of its path.
+            const fs::path root = canonical_path(path);
+            std::vector<FoundFile> inside;
             fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, error), end;
             for (; !error && it != end; it.increment(error)) {
                 std::error_code ignored;
@@ -109,16 +128,20 @@ std::vector<std::string> files_at(const std::vector<std::string>& paths, const s
                         it.disable_recursion_pending();
                     continue;
                 }
-                if (it->is_regular_file(ignored) && has_extension(it->path(), extensions))
-                    inside.push_back(it->path().string());
+                if (!it->is_regular_file(ignored) || !has_extension(it->path(), extensions))
+                    continue;
+                std::string canonical = it->is_symlink(ignored)
+                                            ? canonical_path(it->path())
+                                            : (root / it->path().lexically_relative(path)).string();
+                inside.push_back({it->path().string(), std::move(canonical)});
             }
             if (error)
                 findings.push_back({"load.unreadable-directory", Severity::error, path, 0, "",
                                     "cannot read the directory: " + error.message()});
             std::sort(inside.begin(), inside.end());
-            files.insert(files.end(), inside.begin(), inside.end());
+            files.insert(files.end(), std::make_move_iterator(inside.begin()), std::make_move_iterator(inside.end()));
         } else if (fs::exists(path, error)) {
-            files.push_back(path);
+            files.push_back({path, canonical_path(path)});
         } else {
             findings.push_back({"load.missing", Severity::error, path, 0, "", "no such file or directory"});
         }
@@ -193,20 +216,16 @@ Document& Catalog::adopt(std::unique_ptr<Document> document)
 
 size_t Catalog::load(const std::vector<std::string>& paths, const LoadOptions& options)
 {
-    std::vector<std::string> files = files_at(paths, options.extensions, m_load_findings);
+    std::vector<FoundFile> found = files_at(paths, options.extensions, m_load_findings);
     // A file already in the catalog, or met twice (named, and found in a directory named), is read
     // once: files are told apart by their canonical paths.
-    auto canonical = [](const std::string& file) {
-        std::error_code error;
-        std::filesystem::path path = std::filesystem::weakly_canonical(file, error);
-        return error ? file : path.string();
-    };
     std::unordered_set<std::string> seen;
     for (const Document* document : m_view)
-        seen.insert(canonical(document->file()));
-    files.erase(std::remove_if(files.begin(), files.end(),
-                               [&](const std::string& file) { return !seen.insert(canonical(file)).second; }),
-                files.end());
+        seen.insert(canonical_path(document->file()));
+    std::vector<std::string> files;
+    for (FoundFile& file : found)
+        if (seen.insert(file.canonical).second)
+            files.push_back(std::move(file.path));
 
     // libxml2 sets up its global tables on first use; doing it here keeps that out of the threads.
     static std::once_flag parserReady;

@@ -159,6 +159,21 @@ TEST(CatalogLoading, AFileNamedAndFoundInADirectoryIsReadOnce)
     EXPECT_EQ(catalog.documents().size(), 5u);
 }
 
+TEST(CatalogLoading, AFileReachedThroughALinkOrAnotherSpellingIsReadOnce)
+{
+    scratch_directory dir;
+    std::ifstream bus(kDocuments + "/bus.xml");
+    std::string real = dir.write("real/bus.xml", std::string(std::istreambuf_iterator<char>(bus), {}));
+    fs::create_symlink(real, dir / "real/link.xml");
+    fs::create_directories(dir / "other");
+    fs::create_symlink(dir / "real", dir / "other/linked");  // a link to a directory is not followed
+    const std::string root = dir.path().string();
+    Catalog catalog;
+    catalog.load({root + "/./", root + "/real/../real/bus.xml", root + "/other/linked/bus.xml"});
+    EXPECT_EQ(files_of(catalog.documents()), std::vector<std::string>{"bus.xml"});
+    EXPECT_TRUE(catalog.duplicates().empty());
+}
+
 TEST(CatalogLoading, DuplicateIdentifiersNameEveryFileDefiningThem)
 {
     scratch_directory dir;

@@ -97,7 +97,8 @@ uint32_t spirit_namespace_id()
 }  // namespace
 
 // Elements and attributes in document order: an element, then its attributes, then its children.
-// Names and namespaces are known by their process-wide ids.
+// Names and namespaces are known by ids: process-wide ones, or the tree's own for content kept as
+// read.
 struct RulesTree::Item {
     enum class Kind : uint8_t { document, element, attribute };
     Kind kind = Kind::document;

@@ -255,18 +255,23 @@ const Expression& parsed(const char* text)
         const char* text;
         const Expression* expression;
     };
-    thread_local Known recent[251] = {};
-    Known& slot = recent[(reinterpret_cast<uintptr_t>(text) >> 3) % 251];
+    thread_local Known recent[1021] = {};
+    thread_local std::unordered_map<const char*, const Expression*> seen;  // behind the slots' collisions
+    Known& slot = recent[reinterpret_cast<uintptr_t>(text) % 1021];
     if (slot.text == text)
         return *slot.expression;
-    static std::mutex guard;
-    static std::unordered_map<std::string, Expression> cache;
-    std::lock_guard<std::mutex> lock(guard);
-    auto found = cache.find(text);
-    if (found == cache.end())
-        found = cache.emplace(text, parse_expression(text)).first;
-    slot = {text, &found->second};
-    return found->second;
+    const Expression*& known = seen[text];
+    if (!known) {
+        static std::mutex guard;
+        static std::unordered_map<std::string, Expression> cache;
+        std::lock_guard<std::mutex> lock(guard);
+        auto found = cache.find(text);
+        if (found == cache.end())
+            found = cache.emplace(text, parse_expression(text)).first;
+        known = &found->second;
+    }
+    slot = {text, known};
+    return *known;
 }
 
 bool in_order(RulesTree::Node a, RulesTree::Node b)

@@ -2,10 +2,6 @@
 // of a block, instances of a design...), and spirit:id values across a whole document.
 #include <map>
 #include <string>
-#include <string_view>
-#include <unordered_map>
-#include <utility>
-#include <vector>
 
 #include <ipxact/catalog/rule.h>
 
@@ -77,51 +73,6 @@ const NameSet kNameSets[] = {
      "interconnection configurations"},
 };
 
-// The names met so far among one scope's members. Most scopes hold a few members, which are
-// compared one by one; a long list is looked up by hash.
-class Seen {
-public:
-    // Forgets the names of the last scope; `members` is how many may come.
-    void start(size_t members)
-    {
-        m_names.clear();
-        m_names.reserve(members);  // the index below points into the names
-        m_index.clear();
-    }
-    // Notes a name; the member that had it first when it was met before, or null.
-    RulesTree::Node add(std::string name, RulesTree::Node member)
-    {
-        if (m_names.size() < kCompared) {
-            for (const auto& [known, first] : m_names)
-                if (known == name) {
-                    m_last = std::move(name);
-                    return first;
-                }
-            m_names.emplace_back(std::move(name), member);
-            if (m_names.size() == kCompared)
-                for (const auto& [known, first] : m_names)
-                    m_index.emplace(known, first);
-            return nullptr;
-        }
-        auto found = m_index.find(name);
-        if (found != m_index.end()) {
-            m_last = std::move(name);
-            return found->second;
-        }
-        m_names.emplace_back(std::move(name), member);
-        m_index.emplace(m_names.back().first, member);
-        return nullptr;
-    }
-    // The name add() last found twice.
-    const std::string& last() const { return m_last; }
-
-private:
-    static constexpr size_t kCompared = 16;
-    std::vector<std::pair<std::string, RulesTree::Node>> m_names;
-    std::unordered_map<std::string_view, RulesTree::Node> m_index;
-    std::string m_last;
-};
-
 class UniqueNames : public Rule {
 public:
     const char* id() const override { return "names.unique"; }
@@ -135,19 +86,18 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
-        Seen seen;
         for (const NameSet& set : kNameSets)
             for (RulesTree::Node scope : tree.select(set.scope)) {
-                std::vector<RulesTree::Node> members = tree.select(set.members, scope);
-                seen.start(members.size());
-                for (RulesTree::Node member : members) {
+                std::map<std::string, RulesTree::Node> seen;
+                for (RulesTree::Node member : tree.select(set.members, scope)) {
                     std::string name;
                     if (!tree.field(member, set.key, &name))
                         continue;
-                    if (RulesTree::Node first = seen.add(std::move(name), member))
+                    auto [first, fresh] = seen.emplace(name, member);
+                    if (!fresh)
                         context.report(Severity::error, RulesTree::path(member),
-                                       std::string("name '") + seen.last() + "' is used twice among " + set.what +
-                                           " (first at " + RulesTree::path(first) + ")");
+                                       std::string("name '") + name + "' is used twice among " + set.what +
+                                           " (first at " + RulesTree::path(first->second) + ")");
                 }
             }
         // spirit:id values name configurable values for expressions and configurations anywhere in

@@ -63,8 +63,30 @@ private:
 };
 
 struct NameId {
-    uint32_t id;
-    const char* text;
+    uint32_t id = 0;
+    const char* text = nullptr;
+};
+
+// The answers last given for a few hundred addresses, in front of a slower lookup: the same few
+// texts (the binding's names, the rules' expressions) are asked for again and again.
+template <class Value, size_t Size>
+class RecentByAddress {
+public:
+    template <class Lookup>
+    Value find(const void* address, Lookup lookup)
+    {
+        Slot& slot = m_slots[reinterpret_cast<uintptr_t>(address) % Size];
+        if (slot.address != address)
+            slot = {address, lookup()};
+        return slot.value;
+    }
+
+private:
+    struct Slot {
+        const void* address = nullptr;
+        Value value{};
+    };
+    Slot m_slots[Size];
 };
 
 // A name whose text never changes at its address (the binding's tables, literals): known again by
@@ -251,27 +273,21 @@ Expression parse_expression(std::string_view text)
 // in a small table of its own without taking the lock.
 const Expression& parsed(const char* text)
 {
-    struct Known {
-        const char* text;
-        const Expression* expression;
-    };
-    thread_local Known recent[1021] = {};
-    thread_local std::unordered_map<const char*, const Expression*> seen;  // behind the slots' collisions
-    Known& slot = recent[reinterpret_cast<uintptr_t>(text) % 1021];
-    if (slot.text == text)
-        return *slot.expression;
-    const Expression*& known = seen[text];
-    if (!known) {
-        static std::mutex guard;
-        static std::unordered_map<std::string, Expression> cache;
-        std::lock_guard<std::mutex> lock(guard);
-        auto found = cache.find(text);
-        if (found == cache.end())
-            found = cache.emplace(text, parse_expression(text)).first;
-        known = &found->second;
-    }
-    slot = {text, known};
-    return *known;
+    thread_local RecentByAddress<const Expression*, 1021> recent;
+    thread_local std::unordered_map<const char*, const Expression*> seen;  // behind the table's collisions
+    return *recent.find(text, [text] {
+        const Expression*& known = seen[text];
+        if (!known) {
+            static std::mutex guard;
+            static std::unordered_map<std::string, Expression> cache;
+            std::lock_guard<std::mutex> lock(guard);
+            auto found = cache.find(text);
+            if (found == cache.end())
+                found = cache.emplace(text, parse_expression(text)).first;
+            known = &found->second;
+        }
+        return known;
+    });
 }
 
 bool in_order(RulesTree::Node a, RulesTree::Node b)
@@ -450,10 +466,7 @@ private:
     // names again and again.
     NameId cached_name(const char* text)
     {
-        CachedName& slot = m_cache[(reinterpret_cast<uintptr_t>(text) >> 3) % kCacheSize];
-        if (slot.key != text)
-            slot = {text, lasting_name(text)};
-        return slot.name;
+        return m_recent_names.find(text, [text] { return lasting_name(text); });
     }
 
     NameId own_name(std::string_view text)
@@ -518,14 +531,8 @@ private:
             counts.emplace_back(element->parent, 1);
     }
 
-    struct CachedName {
-        const char* key;
-        NameId name;
-    };
-    static constexpr size_t kCacheSize = 509;
-
     RulesTree::Impl& m_impl;
-    CachedName m_cache[kCacheSize] = {};
+    RecentByAddress<NameId, 509> m_recent_names;
     std::vector<Open> m_open;
     using Counts = std::vector<std::pair<const Item*, uint32_t>>;  // open parent, children so far
     std::vector<Counts> m_counts;      // by local name id

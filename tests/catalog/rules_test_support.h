@@ -44,7 +44,8 @@ inline int line_of_path(const std::string& xml, const std::string& path)
         }
         const std::string tag = "<spirit:" + step;
         size_t seen = 0;
-        for (at = xml.find(tag, at); at != std::string::npos; at = xml.find(tag, at + 1)) {
+        // After the first step, the element found for the step before is not this step's.
+        for (at = xml.find(tag, at == 0 ? 0 : at + 1); at != std::string::npos; at = xml.find(tag, at + 1)) {
             char next = xml[at + tag.size()];
             if ((next == '>' || next == ' ' || next == '/') && ++seen == wanted)
                 break;

@@ -1,6 +1,7 @@
 // Memory layout rules over small components, and the exact scaled values they compare.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -231,4 +232,62 @@ TEST(ScaledValues, ResultsCrossingSixtyFourBitsStayExact)
     EXPECT_EQ(ScaledValue::ceil_div(ScaledValue(-33), ScaledValue(8)).to_string(), "-4");
     EXPECT_EQ(ScaledValue::ceil_div(ScaledValue::power_of_two(70), ScaledValue(3)).to_string(),
               "393530540239137101142");
+}
+
+TEST(MemoryRules, RegistersAndFieldsAreCheckedWhereverTheyStand)
+{
+    // Blocks of a local memory map, of a bank and of a bank inside it, a register file after
+    // another, an alternate register and a remap's second block: each breaks one rule once.
+    std::string registers_apart = reg("r0", "0", "32") + reg("r1", "4", "32");
+    std::string overlapping = reg("r0", "0", "32") + reg("r1", "2", "32");
+    auto banked = [](const std::string& name, const std::string& registers) {
+        return "<spirit:addressBlock><spirit:name>" + name + "</spirit:name><spirit:range>8</spirit:range>"
+               "<spirit:width>32</spirit:width>" + registers + "</spirit:addressBlock>\n";
+    };
+    auto file = [](const std::string& name, const std::string& offset, const std::string& registers) {
+        return "<spirit:registerFile><spirit:name>" + name + "</spirit:name><spirit:addressOffset>" + offset +
+               "</spirit:addressOffset><spirit:range>8</spirit:range>" + registers + "</spirit:registerFile>\n";
+    };
+    std::string alternate =
+        "<spirit:register><spirit:name>mode</spirit:name><spirit:addressOffset>0</spirit:addressOffset>"
+        "<spirit:size>8</spirit:size>" + field("f", "0", "8") +
+        "<spirit:alternateRegisters><spirit:alternateRegister><spirit:name>alt</spirit:name>"
+        "<spirit:alternateGroups><spirit:alternateGroup>test</spirit:alternateGroup></spirit:alternateGroups>\n" +
+        field("a0", "0", "4") + field("a1", "2", "4") +
+        "</spirit:alternateRegister></spirit:alternateRegisters></spirit:register>\n";
+    std::string xml = component(
+        "<spirit:remapStates><spirit:remapState><spirit:name>boot</spirit:name></spirit:remapState></spirit:remapStates>\n"
+        "<spirit:addressSpaces><spirit:addressSpace><spirit:name>cpu</spirit:name><spirit:range>4k</spirit:range>"
+        "<spirit:width>32</spirit:width><spirit:localMemoryMap><spirit:name>local</spirit:name>\n" +
+        block("l", "0", "16", overlapping) +
+        "</spirit:localMemoryMap></spirit:addressSpace></spirit:addressSpaces>\n"
+        "<spirit:memoryMaps><spirit:memoryMap><spirit:name>regs</spirit:name>\n" +
+        block("a", "0", "16", alternate) +
+        "<spirit:bank spirit:bankAlignment=\"serial\"><spirit:name>b</spirit:name><spirit:baseAddress>0x100"
+        "</spirit:baseAddress>\n" +
+        banked("b0", registers_apart) + banked("b1", reg("far", "6", "32")) +
+        "<spirit:bank spirit:bankAlignment=\"parallel\"><spirit:name>inner</spirit:name>\n" + banked("i0", overlapping) +
+        "</spirit:bank></spirit:bank>\n" +
+        block("f", "0x200", "64", file("rf0", "0", registers_apart) + file("rf1", "8", overlapping)) +
+        "<spirit:memoryRemap spirit:state=\"boot\"><spirit:name>alt</spirit:name>\n" + block("x", "0", "16") +
+        block("y", "8", "16") + "</spirit:memoryRemap></spirit:memoryMap></spirit:memoryMaps>\n");
+    std::vector<std::pair<std::string, std::string>> expected = {
+        {"memory.register-overlap", "component/addressSpaces/addressSpace/localMemoryMap/addressBlock/register[2]"},
+        {"memory.field-overlap",
+         "component/memoryMaps/memoryMap/addressBlock/register/alternateRegisters/alternateRegister/field[2]"},
+        {"memory.register-outside", "component/memoryMaps/memoryMap/bank/addressBlock[2]/register"},
+        {"memory.register-overlap", "component/memoryMaps/memoryMap/bank/bank/addressBlock/register[2]"},
+        {"memory.register-overlap", "component/memoryMaps/memoryMap/addressBlock[2]/registerFile[2]/register[2]"},
+        {"memory.block-overlap", "component/memoryMaps/memoryMap/memoryRemap/addressBlock[2]"},
+    };
+    std::vector<std::pair<std::string, std::string>> found;
+    for (const char* rule : {"memory.block-overlap", "memory.register-overlap", "memory.register-outside",
+                             "memory.field-overlap", "memory.field-outside", "memory.not-checkable"})
+        for (const Finding& finding : run_rule(rule, xml)) {
+            found.emplace_back(finding.rule, finding.path);
+            EXPECT_EQ(finding.line, rules_test::line_of_path(xml, finding.path)) << finding.path;
+        }
+    std::sort(found.begin(), found.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(found, expected);
 }

@@ -144,15 +144,33 @@ PortInMode port_in_mode(const HIPGSAbstractionDefinitionPortsPort& port, Mode mo
     return result;
 }
 
+// The logical ports of each bus interface's abstraction type, gathered once for the four rules that
+// compare port maps with them; empty for an interface without one.
+struct InterfaceLogicalPorts {
+    explicit InterfaceLogicalPorts(RuleContext& context)
+    {
+        each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
+            by_interface.resize(i + 1);
+            if (bus.isSetAbstractionType())
+                by_interface[i] = logical_ports(context, rules_detail::vlnv_of(bus.getAbstractionType()));
+        });
+    }
+    std::vector<LogicalPorts> by_interface;
+};
+
 // Runs f(bus, i, ports) for every interface with an abstraction type; an interface whose
 // definition (or one it extends) is not loaded gets a note instead.
 template <class F>
 void with_logical_ports(RuleContext& context, const std::string& what, F&& f)
 {
+    const HIPGSComponentType* component = component_of(&context.document());
+    if (!component || !component->isSetBusInterfaces())
+        return;
+    const InterfaceLogicalPorts& all = context.shared<InterfaceLogicalPorts>();
     each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
         if (!bus.isSetAbstractionType())
             return;
-        LogicalPorts ports = logical_ports(context, rules_detail::vlnv_of(bus.getAbstractionType()));
+        const LogicalPorts& ports = all.by_interface[i];
         if (!ports.complete) {
             context.not_checked(interface_path(i) + "/abstractionType",
                                 what + " of bus interface '" + rules_detail::bus_name(bus) + "'", ports.missing);

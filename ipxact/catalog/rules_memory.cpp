@@ -477,22 +477,22 @@ std::string quoted(std::string_view name)
 }
 
 // Reports each item that overlaps one placed before it in address order, naming the first such.
-void report_overlaps(RuleContext& context, std::vector<Span> spans)
+void report_overlaps(RuleContext& context, std::vector<Span>& spans)
 {
-    std::stable_sort(spans.begin(), spans.end(),
-                     [](const Span& a, const Span& b) { return ScaledValue::compare(a.first, b.first) < 0; });
-    std::vector<ScaledValue> ends;
-    ends.reserve(spans.size());
-    for (const Span& placed : spans)
-        ends.push_back(placed.first + placed.size);
+    if (spans.size() < 2)
+        return;
+    auto by_first = [](const Span& a, const Span& b) { return ScaledValue::compare(a.first, b.first) < 0; };
+    // Items are mostly written in address order already.
+    if (!std::is_sorted(spans.begin(), spans.end(), by_first))
+        std::stable_sort(spans.begin(), spans.end(), by_first);
     // An item overlaps an earlier one exactly when it starts before the furthest end so far; only
     // then is the earlier one looked for.
-    size_t furthest = 0;
+    ScaledValue furthest = spans[0].first + spans[0].size;
     for (size_t i = 1; i < spans.size(); ++i) {
         const Span& later = spans[i];
-        if (ScaledValue::compare(later.first, ends[furthest]) < 0) {
+        if (ScaledValue::compare(later.first, furthest) < 0) {
             size_t j = 0;
-            while (ScaledValue::compare(later.first, ends[j]) >= 0)
+            while (ScaledValue::compare(later.first, spans[j].first + spans[j].size) >= 0)
                 ++j;
             const Span& earlier = spans[j];
             context.report(Severity::error, path_of(later.item->place),
@@ -500,8 +500,9 @@ void report_overlaps(RuleContext& context, std::vector<Span> spans)
                                span(later.first, later.size, later.bits) + " overlaps " + earlier.kind + " " +
                                quoted(earlier.item->name) + " " + span(earlier.first, earlier.size, earlier.bits));
         }
-        if (ScaledValue::compare(ends[i], ends[furthest]) > 0)
-            furthest = i;
+        ScaledValue end = later.first + later.size;
+        if (ScaledValue::compare(end, furthest) > 0)
+            furthest = std::move(end);
     }
 }
 
@@ -515,10 +516,11 @@ bool holds_registers(const Item& item)
     return item.kind == Kind::block || item.kind == Kind::banked_block || item.kind == Kind::register_file;
 }
 
-// The registers and register files of a block or register file, with their extent in address units.
-std::vector<Span> registers_of(const Layout& layout, const Item& container)
+// The registers and register files of a block or register file, with their extent in address units,
+// into `spans` (emptied first: the rules reuse one vector for every container).
+void registers_of(const Layout& layout, const Item& container, std::vector<Span>& spans)
 {
-    std::vector<Span> spans;
+    spans.clear();
     ScaledValue unit = layout.address_unit_bits(container);
     layout.for_contents(container, [&](const Item& item) {
         if (item.kind != Kind::register_ && item.kind != Kind::register_file)
@@ -532,20 +534,18 @@ std::vector<Span> registers_of(const Layout& layout, const Item& container)
         else
             spans.push_back({&item, "register file", offset.value, extent.value});
     });
-    return spans;
 }
 
-// The fields of a register with their bit offset and width.
-std::vector<Span> fields_of(const Layout& layout, const Item& reg)
+// The fields of a register with their bit offset and width, into `spans` (emptied first).
+void fields_of(const Layout& layout, const Item& reg, std::vector<Span>& spans)
 {
-    std::vector<Span> spans;
+    spans.clear();
     layout.for_contents(reg, [&](const Item& field) {
         const Value& offset = layout.value(field, Item::start);
         const Value& width = layout.value(field, Item::extent);
         if (field.kind == Kind::field && known(offset) && known(width) && width.value.sign() > 0)
             spans.push_back({&field, "field", offset.value, width.value, true});
     });
-    return spans;
 }
 
 KindSet memory_kinds()
@@ -586,8 +586,9 @@ public:
         auto is_map = [](const Item& item) {
             return item.kind == Kind::memory_map || item.kind == Kind::remap || item.kind == Kind::local_map;
         };
+        std::vector<Span> blocks;
         for_items(*layout, is_map, [&](const Item& map) {
-            std::vector<Span> blocks;
+            blocks.clear();
             layout->for_contents(map, [&](const Item& block) {
                 const Value& base = layout->value(block, Item::start);
                 const Value& range = layout->value(block, Item::extent);
@@ -612,8 +613,11 @@ public:
         const Layout* layout = layout_of(context);
         if (!layout)
             return;
-        for_items(*layout, holds_registers,
-                  [&](const Item& container) { report_overlaps(context, registers_of(*layout, container)); });
+        std::vector<Span> spans;
+        for_items(*layout, holds_registers, [&](const Item& container) {
+            registers_of(*layout, container, spans);
+            report_overlaps(context, spans);
+        });
     }
 };
 
@@ -630,11 +634,13 @@ public:
         const Layout* layout = layout_of(context);
         if (!layout)
             return;
+        std::vector<Span> spans;
         for_items(*layout, holds_registers, [&](const Item& container) {
             const Value& range = layout->value(container, Item::extent);
             if (!known(range))
                 return;
-            for (const Span& placed : registers_of(*layout, container))
+            registers_of(*layout, container, spans);
+            for (const Span& placed : spans)
                 if (ScaledValue::compare(placed.first + placed.size, range.value) > 0)
                     context.report(Severity::error, path_of(placed.item->place),
                                    placed.kind + std::string(" ") + quoted(placed.item->name) + " " +
@@ -654,7 +660,11 @@ public:
         const Layout* layout = layout_of(context);
         if (!layout)
             return;
-        for_items(*layout, is_register, [&](const Item& reg) { report_overlaps(context, fields_of(*layout, reg)); });
+        std::vector<Span> spans;
+        for_items(*layout, is_register, [&](const Item& reg) {
+            fields_of(*layout, reg, spans);
+            report_overlaps(context, spans);
+        });
     }
 };
 
@@ -668,11 +678,13 @@ public:
         const Layout* layout = layout_of(context);
         if (!layout)
             return;
+        std::vector<Span> spans;
         for_items(*layout, is_register, [&](const Item& reg) {
             const Value& size = layout->value(reg, Item::extent);
             if (!known(size))
                 return;
-            for (const Span& field : fields_of(*layout, reg))
+            fields_of(*layout, reg, spans);
+            for (const Span& field : spans)
                 if (ScaledValue::compare(field.first + field.size, size.value) > 0)
                     context.report(Severity::error, path_of(field.item->place),
                                    "field " + quoted(field.item->name) + " bits " + span(field.first, field.size, true) +

@@ -12,24 +12,16 @@ struct ScaledValue::Number {
     mpz_class value;
 };
 
-ScaledValue::ScaledValue() = default;
-ScaledValue::ScaledValue(long long value) : m_form(Form::small), m_small(value) {}
-ScaledValue::~ScaledValue() = default;
-ScaledValue::ScaledValue(const ScaledValue& other)
-    : m_form(other.m_form), m_small(other.m_small), m_big(other.m_big ? new Number(*other.m_big) : nullptr)
+void ScaledValue::copy_big(const ScaledValue& other)
 {
+    m_big = new Number(*other.m_big);
 }
-ScaledValue& ScaledValue::operator=(const ScaledValue& other)
+
+void ScaledValue::release_big()
 {
-    if (this != &other) {
-        m_form = other.m_form;
-        m_small = other.m_small;
-        m_big.reset(other.m_big ? new Number(*other.m_big) : nullptr);
-    }
-    return *this;
+    delete m_big;
+    m_big = nullptr;
 }
-ScaledValue::ScaledValue(ScaledValue&& other) noexcept = default;
-ScaledValue& ScaledValue::operator=(ScaledValue&& other) noexcept = default;
 
 ScaledValue ScaledValue::of(const Number& exact)
 {
@@ -39,7 +31,7 @@ ScaledValue ScaledValue::of(const Number& exact)
         return ScaledValue(exact.value.get_si());
     ScaledValue v;
     v.m_form = Form::big;
-    v.m_big.reset(new Number(exact));
+    v.m_big = new Number(exact);
     return v;
 }
 
@@ -232,10 +224,8 @@ ScaledValue ScaledValue::power_of_two(unsigned long bits)
     return of(n);
 }
 
-int ScaledValue::compare(const ScaledValue& a, const ScaledValue& b)
+int ScaledValue::compare_exactly(const ScaledValue& a, const ScaledValue& b)
 {
-    if (a.m_form == Form::small && b.m_form == Form::small)
-        return (a.m_small > b.m_small) - (a.m_small < b.m_small);
     return cmp(a.exact().value, b.exact().value);
 }
 

@@ -4,7 +4,6 @@
 #ifndef IPXACT_CATALOG_SCALED_VALUE_H
 #define IPXACT_CATALOG_SCALED_VALUE_H
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -25,14 +24,49 @@ namespace catalog {
 class ScaledValue {
 public:
     /// Not checkable.
-    ScaledValue();
+    ScaledValue() = default;
     /// The exact value of a 64-bit integer.
-    explicit ScaledValue(long long value);
-    ~ScaledValue();
-    ScaledValue(const ScaledValue& other);
-    ScaledValue& operator=(const ScaledValue& other);
-    ScaledValue(ScaledValue&& other) noexcept;
-    ScaledValue& operator=(ScaledValue&& other) noexcept;
+    explicit ScaledValue(long long value) : m_form(Form::small), m_small(value) {}
+    ~ScaledValue()
+    {
+        if (m_big)
+            release_big();
+    }
+    ScaledValue(const ScaledValue& other) : m_form(other.m_form), m_small(other.m_small)
+    {
+        if (other.m_big)
+            copy_big(other);
+    }
+    ScaledValue& operator=(const ScaledValue& other)
+    {
+        if (this != &other) {
+            if (m_big)
+                release_big();
+            m_form = other.m_form;
+            m_small = other.m_small;
+            if (other.m_big)
+                copy_big(other);
+        }
+        return *this;
+    }
+    ScaledValue(ScaledValue&& other) noexcept : m_form(other.m_form), m_small(other.m_small), m_big(other.m_big)
+    {
+        other.m_big = nullptr;
+        other.m_form = Form::unknown;
+    }
+    ScaledValue& operator=(ScaledValue&& other) noexcept
+    {
+        if (this != &other) {
+            if (m_big)
+                release_big();
+            m_form = other.m_form;
+            m_small = other.m_small;
+            m_big = other.m_big;
+            other.m_big = nullptr;
+            other.m_form = Form::unknown;
+        }
+        return *this;
+    }
 
     /// Reads `text` in the scaled form above; not checkable when it is not in that form.
     static ScaledValue parse(std::string_view text);
@@ -58,7 +92,12 @@ public:
     static ScaledValue power_of_two(unsigned long bits);
 
     /// Three-way comparison of two known values (negative, 0, positive); both must be checkable.
-    static int compare(const ScaledValue& a, const ScaledValue& b);
+    static int compare(const ScaledValue& a, const ScaledValue& b)
+    {
+        if (a.m_form == Form::small && b.m_form == Form::small)
+            return (a.m_small > b.m_small) - (a.m_small < b.m_small);
+        return compare_exactly(a, b);
+    }
     /// Number of bits needed to write a non-negative known value (0 for zero).
     unsigned long bit_length() const;
     /// The value when it is known and fits in an unsigned long; `fallback` otherwise.
@@ -71,13 +110,19 @@ private:
     static ScaledValue of(const Number& exact);
     /// A known value as an exact integer, whichever way it is held.
     Number exact() const;
+    static int compare_exactly(const ScaledValue& a, const ScaledValue& b);
     /// a op b: inline while the result fits in 64 bits, exactly past that.
     template <class Inline, class Exact>
     static ScaledValue combine(const ScaledValue& a, const ScaledValue& b, Inline inline_op, Exact exact_op);
 
+    // The heap integer's copy and release, out of line: the inline paths above serve the values that
+    // fit in 64 bits, which are nearly all, without a call.
+    void copy_big(const ScaledValue& other);
+    void release_big();
+
     Form m_form = Form::unknown;
-    long long m_small = 0;         // the value when m_form is small
-    std::unique_ptr<Number> m_big;  // the value when m_form is big
+    long long m_small = 0;    // the value when m_form is small
+    Number* m_big = nullptr;  // owned; the value when m_form is big
 };
 
 }  // namespace catalog

@@ -128,7 +128,9 @@ struct RulesTree::Item {
     uint32_t end = 0;    // one past the order of the last item of its subtree
     uint32_t local_id = 0;
     uint32_t ns_id = 0;
-    uint32_t position = 1;  // elements: 1-based, among the siblings of the same local name
+    // Elements: 1-based, among the siblings of the same local name; 0 until a path asks for it, when
+    // the positions of all the parent's children are counted at once.
+    mutable uint32_t position = 0;
     const char* local = "";
     const Item* parent = nullptr;
     const Item* first_child = nullptr;   // elements only
@@ -498,7 +500,6 @@ private:
             parent.element->first_child = &element;
         parent.last_child = &element;
         name(element, ns, local);
-        place(&element);
         m_open.push_back({&element, nullptr});
         m_last_attribute = nullptr;
     }
@@ -511,32 +512,9 @@ private:
             if (id < kFirstOwnId)
                 m_names = std::max(m_names, id + 1);
     }
-    // Counts the element among its parent's children of the same local name (whatever their
-    // namespace, as the line index does). Per name, the counts of the open parents that have such
-    // children are kept innermost last, so that placing an element takes constant time however
-    // many siblings it has. An element is open while its end is 0.
-    void place(Item* element)
-    {
-        bool own = element->local_id >= kFirstOwnId;
-        std::vector<Counts>& all = own ? m_own_counts : m_counts;
-        size_t index = own ? element->local_id - kFirstOwnId : element->local_id;
-        if (all.size() <= index)
-            all.resize(index + 1);
-        Counts& counts = all[index];
-        while (!counts.empty() && counts.back().first != element->parent && counts.back().first->end != 0)
-            counts.pop_back();
-        if (!counts.empty() && counts.back().first == element->parent)
-            element->position = ++counts.back().second;
-        else
-            counts.emplace_back(element->parent, 1);
-    }
-
     RulesTree::Impl& m_impl;
     RecentByAddress<NameId, 509> m_recent_names;
     std::vector<Open> m_open;
-    using Counts = std::vector<std::pair<const Item*, uint32_t>>;  // open parent, children so far
-    std::vector<Counts> m_counts;      // by local name id
-    std::vector<Counts> m_own_counts;  // by local name id - kFirstOwnId
     std::unordered_map<std::string_view, uint32_t> m_own_ids;
     Item* m_last_attribute = nullptr;
     uint32_t m_names = 0;  // one past the largest name id met
@@ -754,6 +732,19 @@ bool RulesTree::is(Node node, const char* local)
     return node && node->kind == Item::Kind::element && std::strcmp(node->local, local) == 0;
 }
 
+namespace {
+
+// Numbers the element children of `parent` among the siblings of the same local name (whatever
+// their namespace, as the line index does), in one pass over them.
+void count_positions(const RulesTree::Item* parent)
+{
+    std::unordered_map<uint32_t, uint32_t> seen;
+    for (const RulesTree::Item* child = parent->first_child; child; child = child->next_sibling)
+        child->position = ++seen[child->local_id];
+}
+
+}  // namespace
+
 std::string RulesTree::path(Node node)
 {
     std::vector<Node> chain;
@@ -765,6 +756,8 @@ std::string RulesTree::path(Node node)
         if (!joined.empty())
             joined += '/';
         joined += (*it)->local;
+        if ((*it)->position == 0)
+            count_positions((*it)->parent);
         if ((*it)->position != 1)
             joined += "[" + std::to_string((*it)->position) + "]";
     }

@@ -10,6 +10,7 @@
 #include <ipxact/catalog/document.h>
 #include <ipxact/lmx60/c_any_info.h>
 #include <ipxact/spirit/HIPGSBinding.h>
+#include <ipxact/spirit/HIPGSNamespaces.h>
 #include <ipxact/spirit/HIPGSStructure.h>
 #include <ipxact/spirit/HIPGSTop.h>
 
@@ -402,6 +403,7 @@ struct RulesTree::Impl {
     std::deque<std::string> own_names;  // by id - kFirstOwnId
     ByName elements_named;
     ByName attributes_named;
+    std::vector<const Item*> unqualified;  // kept attributes in no namespace, in document order
     bool ok = false;
 
     bool passes_predicate(const Item* item, const Step& step) const;
@@ -434,6 +436,8 @@ public:
         m_last_attribute = &attribute;
         name(attribute, kept ? own_name(ns) : cached_name(ns), kept ? own_name(local) : cached_name(local));
         attribute.value = value;
+        if (kept && *ns == '\0')
+            m_impl.unqualified.push_back(&attribute);
     }
     void text(const HIPGSpirit::ValueSite& value) override { m_open.back().element->value = value; }
     void kept_element(const lmx60::c_any_info& any) override
@@ -710,6 +714,29 @@ bool RulesTree::field(Node member, const char* key, std::string* value) const
 size_t RulesTree::size() const
 {
     return m_impl->items.size();
+}
+
+const std::vector<RulesTree::Node>& RulesTree::unqualified_attributes() const
+{
+    return m_impl->unqualified;
+}
+
+bool RulesTree::shadows_standard_attribute(Node attribute)
+{
+    const HIPGSpirit::HIPGSBase* owner = attribute ? attribute->value.owner : nullptr;
+    const HIPGSpirit::ClassInfo* info = owner ? owner->getClassInfo() : nullptr;
+    for (uint32_t i = 0; info && i < info->member_count; ++i) {
+        const HIPGSpirit::MemberInfo& member = info->members[i];
+        if (member.kind == HIPGSpirit::MemberKind::attribute && member.ns_id == HIPGSpirit::kSpiritNamespaceId &&
+            std::strcmp(member.name, attribute->local) == 0)
+            return true;
+    }
+    return false;
+}
+
+const char* RulesTree::local_name(Node node)
+{
+    return node ? node->local : "";
 }
 
 size_t RulesTree::position(Node node)

@@ -63,6 +63,15 @@ public:
     /// the member has no such value (nothing to compare).
     bool field(Node member, const char* key, std::string* value) const;
 
+    /// The attributes in no namespace that elements hold as read (a class admits attributes
+    /// whatever they are), in document order; no path expression selects them.
+    const std::vector<Node>& unqualified_attributes() const;
+    /// Whether the class of the element holding such an attribute declares an attribute of the
+    /// standard's namespace with the same local name ("resolve" on an element with spirit:resolve).
+    static bool shadows_standard_attribute(Node attribute);
+    /// The local name of an element or attribute.
+    static const char* local_name(Node node);
+
     /// Number of nodes (elements and attributes, and one for the document itself).
     size_t size() const;
     /// A node's position in document order, below size(): a key for what a rule keeps per node.

@@ -116,6 +116,31 @@ public:
     }
 };
 
+// An attribute written without the standard's prefix is not the standard's attribute: a class that
+// admits other attributes keeps it as read, so `resolve="user"` on spirit:size is held but never
+// read as spirit:resolve.
+class UnqualifiedAttribute : public Rule {
+public:
+    const char* id() const override { return "values.unqualified-attribute"; }
+    const char* description() const override
+    {
+        return "an attribute named as one of its element's standard attributes carries the standard's namespace "
+               "(without it, it is kept as written and no tool reads it)";
+    }
+    void check(RuleContext& context) const override
+    {
+        const RulesTree& tree = context.shared<RulesTree>();
+        for (RulesTree::Node attribute : tree.unqualified_attributes()) {
+            if (!RulesTree::shadows_standard_attribute(attribute))
+                continue;
+            std::string local = RulesTree::local_name(attribute);
+            context.report(Severity::warning, RulesTree::path(attribute),
+                           "attribute '" + local + "' has no namespace, so it is not spirit:" + local +
+                               ": it is kept as written and no tool reads it");
+        }
+    }
+};
+
 // ---- references inside one document ----
 
 // A reference by name to another element of the same document: inside each `scope`, every
@@ -213,6 +238,7 @@ public:
 }  // namespace
 
 IPXACT_CATALOG_RULE(UnlistedValue);
+IPXACT_CATALOG_RULE(UnqualifiedAttribute);
 IPXACT_CATALOG_RULE(NameReferences);
 
 }  // namespace catalog

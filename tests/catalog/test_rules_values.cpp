@@ -181,3 +181,30 @@ TEST(NameReferences, AReferenceToANameTheDocumentLacksIsReportedAndOneItHasIsNot
 {
     expect_table("schema.keyref", reference_cases());
 }
+
+TEST(UnqualifiedAttributes, AStandardAttributeWrittenWithoutItsPrefixIsReportedAndOthersAreNot)
+{
+    auto register_size = [](const std::string& attributes) {
+        return component(std::string("<spirit:memoryMaps><spirit:memoryMap><spirit:name>m</spirit:name>"
+                                     "<spirit:addressBlock><spirit:name>b</spirit:name><spirit:baseAddress>0"
+                                     "</spirit:baseAddress><spirit:range>4</spirit:range><spirit:width>32</spirit:width>\n"
+                                     "<spirit:register><spirit:name>r</spirit:name><spirit:addressOffset>0"
+                                     "</spirit:addressOffset>\n<spirit:size xmlns:acme=\"http://example.com/acme\"") +
+                         attributes +
+                         ">32</spirit:size></spirit:register></spirit:addressBlock></spirit:memoryMap>"
+                         "</spirit:memoryMaps>\n");
+    };
+    std::string unprefixed = register_size(" resolve=\"user\"");
+    std::vector<Finding> found = run_rule("values.unqualified-attribute", unprefixed);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].severity, Severity::warning);
+    EXPECT_EQ(found[0].path, "component/memoryMaps/memoryMap/addressBlock/register/size");
+    EXPECT_EQ(found[0].line, rules_test::line_of_path(unprefixed, found[0].path));
+    EXPECT_NE(found[0].message.find("'resolve'"), std::string::npos) << found[0].message;
+    EXPECT_NE(found[0].message.find("spirit:resolve"), std::string::npos) << found[0].message;
+    // The standard's own attribute, one of another namespace and an unprefixed name the element's
+    // class does not declare are all what they say they are.
+    EXPECT_TRUE(run_rule("values.unqualified-attribute",
+                         register_size(" spirit:resolve=\"user\" acme:resolve=\"x\" note=\"kept\""))
+                    .empty());
+}

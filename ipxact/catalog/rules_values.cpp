@@ -125,7 +125,7 @@ public:
     const char* description() const override
     {
         return "an attribute named as one of its element's standard attributes carries the standard's namespace "
-               "(without it, it is kept as written and no tool reads it)";
+               "(without it, it is kept as written but is not the standard's attribute)";
     }
     void check(RuleContext& context) const override
     {
@@ -136,7 +136,7 @@ public:
             std::string local = RulesTree::local_name(attribute);
             context.report(Severity::warning, RulesTree::path(attribute),
                            "attribute '" + local + "' has no namespace, so it is not spirit:" + local +
-                               ": it is kept as written and no tool reads it");
+                               ": it is kept as written, and what reads the standard's attribute does not see it");
         }
     }
 };

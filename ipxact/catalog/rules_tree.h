@@ -83,6 +83,8 @@ public:
     static bool is(Node node, const char* local);
 
     /// The element path of an element (of an attribute: of its element), as LineIndex::path writes it.
+    /// Places among siblings are counted on the first path through a parent and kept in the tree,
+    /// so one tree serves one thread at a time (as the rules of one document run).
     static std::string path(Node node);
     /// The string value of an element or attribute, with white space at its ends removed.
     static std::string text(Node node);

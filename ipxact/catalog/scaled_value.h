@@ -39,14 +39,9 @@ public:
     }
     ScaledValue& operator=(const ScaledValue& other)
     {
-        if (this != &other) {
-            if (m_big)
-                release_big();
-            m_form = other.m_form;
-            m_small = other.m_small;
-            if (other.m_big)
-                copy_big(other);
-        }
+        // Copied first, so that a failed allocation leaves this value as it was.
+        if (this != &other)
+            *this = ScaledValue(other);
         return *this;
     }
     ScaledValue(ScaledValue&& other) noexcept : m_form(other.m_form), m_small(other.m_small), m_big(other.m_big)

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -119,6 +120,8 @@ catalog_options parse_catalog_options(const std::string& command, const std::vec
             options.notes = true;
         } else if (argument == "--findings" && command == "catalog") {
             options.list_findings = true;
+        } else if (argument == "--rules" && command == "check") {
+            options.list_rules = true;
         } else if (argument == "--threads") {
             if (!value(&text))
                 break;
@@ -141,6 +144,16 @@ catalog_options parse_catalog_options(const std::string& command, const std::vec
             break;
     }
     return options;
+}
+
+void print_rules(std::ostream& out)
+{
+    std::vector<const Rule*> rules = RuleRegistry::instance().rules();
+    size_t width = 0;
+    for (const Rule* rule : rules)
+        width = std::max(width, std::strlen(rule->id()));
+    for (const Rule* rule : rules)
+        out << std::left << std::setw(static_cast<int>(width + 2)) << rule->id() << rule->description() << '\n';
 }
 
 int run_catalog_summary(const catalog_options& options, std::ostream& out)

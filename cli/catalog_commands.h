@@ -16,6 +16,7 @@ struct catalog_options {
     output_format format = output_format::text;
     bool notes = false;           // print notes as well as warnings and errors
     bool list_findings = false;   // `catalog`: list the findings, not only count them
+    bool list_rules = false;      // `check --rules`: list the rules instead of checking
     unsigned threads = 0;         // 0: one per core
     std::vector<std::string> catalog_paths;  // `deps --catalog`
     std::vector<std::string> operands;
@@ -25,6 +26,8 @@ struct catalog_options {
 // Takes the options out of the arguments of `command`; what is left are operands.
 catalog_options parse_catalog_options(const std::string& command, const std::vector<std::string>& arguments);
 
+// `ipxact check --rules`: every registered rule, one per line, its id and what it requires.
+void print_rules(std::ostream& out);
 // `ipxact catalog PATH...`: exit status 0 without errors, 1 with.
 int run_catalog_summary(const catalog_options& options, std::ostream& out);
 // `ipxact deps FILE|VLNV`: 0 when everything needed was found, 1 otherwise.

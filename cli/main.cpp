@@ -58,6 +58,7 @@ and the vendor blocks present. A document that does not read is reported with it
 )";
 
 const char* const kCheckHelp = R"(usage: ipxact check [--format text|sarif] [--notes] [--threads N] PATH...
+       ipxact check --rules
 
 Reads every document named, and every *.xml, *.ipxact and *.spirit file below each
 directory named, as one catalog (in parallel, one thread per core unless --threads says
@@ -71,7 +72,8 @@ Rules that need documents which are not loaded say so in notes, shown with --not
 With --format sarif, everything (read faults and rule findings) is written as one
 SARIF 2.1.0 log on standard output instead. On a terminal, progress is shown on standard
 error while a long check runs. Exit status 0 only when every document read cleanly and
-no rule reported an error.
+no rule reported an error. With --rules, lists every rule instead: its id (the one
+findings carry) and what it requires.
 )";
 
 const char* const kCatalogHelp = R"(usage: ipxact catalog [--findings] [--notes] [--format text|sarif] [--threads N] PATH...
@@ -178,6 +180,12 @@ int run_check(const std::vector<std::string>& arguments)
     catalog_options options = parse_catalog_options("check", arguments);
     if (!options.error.empty())
         return usage_error("check", options.error);
+    if (options.list_rules) {
+        if (!options.operands.empty())
+            return usage_error("check", "--rules takes no PATH");
+        print_rules(std::cout);
+        return 0;
+    }
     if (options.operands.empty())
         return usage_error("check", "no PATH given");
     if (!all_exist("check", options.operands))

@@ -4,6 +4,10 @@
 
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <vector>
+
+#include <ipxact/catalog/rule.h>
 
 #include "catalog_test_support.h"
 
@@ -166,4 +170,21 @@ TEST(CliCatalog, HelpAndBadOptions)
     EXPECT_EQ(run("catalog --format xml .").status, 2);
     EXPECT_EQ(run("catalog").status, 2);
     EXPECT_EQ(run("catalog --threads").status, 2);
+}
+
+TEST(CliCheck, RulesListsEveryRegisteredRuleWithWhatItRequires)
+{
+    result r = run("check --rules");
+    EXPECT_EQ(r.status, 0) << r.err;
+    std::istringstream lines(r.out);
+    std::vector<std::string> listed;
+    for (std::string line; std::getline(lines, line);)
+        listed.push_back(line);
+    std::vector<const ipxact::catalog::Rule*> rules = ipxact::catalog::RuleRegistry::instance().rules();
+    ASSERT_EQ(listed.size(), rules.size()) << r.out;
+    for (size_t i = 0; i < rules.size(); ++i) {
+        EXPECT_EQ(listed[i].rfind(std::string(rules[i]->id()) + "  ", 0), 0u) << listed[i];
+        EXPECT_TRUE(contains(listed[i], rules[i]->description())) << listed[i];
+    }
+    EXPECT_EQ(run("check --rules .").status, 2);
 }

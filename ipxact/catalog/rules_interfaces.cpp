@@ -163,9 +163,6 @@ struct InterfaceLogicalPorts {
 template <class F>
 void with_logical_ports(RuleContext& context, const std::string& what, F&& f)
 {
-    const HIPGSComponentType* component = component_of(&context.document());
-    if (!component || !component->isSetBusInterfaces())
-        return;
     const InterfaceLogicalPorts& all = context.shared<InterfaceLogicalPorts>();
     each_interface(context.document(), [&](const HIPGSBusInterfaceType& bus, size_t i) {
         if (!bus.isSetAbstractionType())

@@ -104,16 +104,6 @@ bool known(const Value& v)
     return v.holder && v.value.checkable();
 }
 
-const std::string& text_of(const std::string& text)
-{
-    return text;
-}
-
-const std::string& text_of(const lmx60::c_big_int& number)
-{
-    return number.text();
-}
-
 // One element of a component's memory layout.
 struct Item {
     enum class Kind : uint8_t {
@@ -189,8 +179,8 @@ private:
     uint32_t add(Kind kind, const Place* at, std::string_view name, uint32_t holder);
     void set(uint32_t item, Role role, const char* element, std::string_view text, std::string_view resolve = {});
     // A value element carrying the configurable attributes.
-    template <class Element, class Text>
-    void set_configurable(uint32_t item, Role role, const char* element, const Element& value, const Text& text);
+    template <class Element>
+    void set_configurable(uint32_t item, Role role, const char* element, const Element& value, std::string_view text);
     void add_block_size(const HIPGSBlockSize& size, uint32_t item);
     template <class Map>
     void add_map_content(const Map& map, const Place* at, uint32_t holder);
@@ -241,8 +231,9 @@ void Layout::set(uint32_t item, Role role, const char* element, std::string_view
 
 // A value given to the user, a generator or an expression to decide is a default at best: what the
 // layout will be is not known here.
-template <class Element, class Text>
-void Layout::set_configurable(uint32_t item, Role role, const char* element, const Element& value, const Text& text)
+template <class Element>
+void Layout::set_configurable(uint32_t item, Role role, const char* element, const Element& value,
+                              std::string_view text)
 {
     std::string_view resolve;
     if (value.isSetResolveAttr()) {
@@ -250,7 +241,7 @@ void Layout::set_configurable(uint32_t item, Role role, const char* element, con
         if (decider == "user" || decider == "generated" || decider == "dependent")
             resolve = decider;
     }
-    set(item, role, element, text_of(text), resolve);
+    set(item, role, element, text, resolve);
 }
 
 void Layout::add_block_size(const HIPGSBlockSize& size, uint32_t item)
@@ -258,7 +249,7 @@ void Layout::add_block_size(const HIPGSBlockSize& size, uint32_t item)
     if (size.isSetRange())
         set_configurable(item, Item::extent, "range", size.getRange(), size.getRange().getRange());
     if (size.isSetWidth())
-        set_configurable(item, Item::width, "width", size.getWidth(), size.getWidth().getWidth());
+        set_configurable(item, Item::width, "width", size.getWidth(), size.getWidth().getWidth().text());
 }
 
 // The blocks, banks and subspace maps of a memory map, remap or local map, counted by name for
@@ -326,7 +317,8 @@ void Layout::add_registers(const HIPGSRegisterData& data, const Place* at, uint3
         if (reg.isSetRegisterDefinitionGroup()) {
             const HIPGSRegisterDefinitionGroup& definition = reg.getRegisterDefinitionGroup();
             if (definition.isSetSize())
-                set_configurable(position, Item::extent, "size", definition.getSize(), definition.getSize().getSize());
+                set_configurable(position, Item::extent, "size", definition.getSize(),
+                                 definition.getSize().getSize().text());
             if (definition.isSetReset())
                 add_reset(definition.getReset(), position);
             add_fields(definition, reg_at, position);
@@ -384,7 +376,7 @@ void Layout::add_fields(const Register& group, const Place* at, uint32_t holder)
         const HIPGSFieldDefinitionGroup& definition = field.getFieldDefinitionGroup();
         if (definition.isSetBitWidth())
             set_configurable(position, Item::extent, "bitWidth", definition.getBitWidth(),
-                             definition.getBitWidth().getBitWidth());
+                             definition.getBitWidth().getBitWidth().text());
         if (!definition.isSetFieldData() || !definition.getFieldData().isSetEnumeratedValues())
             continue;
         const HIPGSEnumeratedValues& values = definition.getFieldData().getEnumeratedValues();

@@ -9,6 +9,7 @@
 
 #include <ipxact/catalog/document.h>
 #include <ipxact/lmx60/c_any_info.h>
+#include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/spirit/HIPGSBinding.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
 #include <ipxact/spirit/HIPGSStructure.h>
@@ -19,16 +20,7 @@ namespace catalog {
 
 namespace {
 
-const char kSpiritNamespace[] = "http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009";
-
-std::string_view trimmed(std::string_view s)
-{
-    const char* space = " \t\r\n";
-    size_t first = s.find_first_not_of(space);
-    if (first == std::string_view::npos)
-        return std::string_view();
-    return s.substr(first, s.find_last_not_of(space) - first + 1);
-}
+using lmx60::trim_xml_whitespace;
 
 // The names and namespaces that trees and path steps use, with one id each for the whole process,
 // so that a step's names are known in every tree without a lookup per tree.
@@ -113,7 +105,7 @@ constexpr uint32_t kFirstOwnId = 0x80000000u;
 
 uint32_t spirit_namespace_id()
 {
-    static const uint32_t id = Names::instance().id(kSpiritNamespace);
+    static const uint32_t id = Names::instance().id(HIPGSpirit::kSpiritNamespaceUri);
     return id;
 }
 
@@ -181,17 +173,17 @@ bool parse_predicate(std::string_view text, Step& step)
 {
     while (!text.empty()) {
         size_t next = text.find(" or ");
-        std::string_view term = trimmed(text.substr(0, next));
+        std::string_view term = trim_xml_whitespace(text.substr(0, next));
         text = next == std::string_view::npos ? std::string_view() : text.substr(next + 4);
         if (term.empty() || term[0] != '@')
             return false;
         Step::AttributeTest test;
         size_t equals = term.find('=');
-        if (!parse_name(trimmed(term.substr(1, equals == std::string_view::npos ? term.npos : equals - 1)), &test.ns,
-                        &test.local))
+        std::string_view name = term.substr(1, equals == std::string_view::npos ? term.npos : equals - 1);
+        if (!parse_name(trim_xml_whitespace(name), &test.ns, &test.local))
             return false;
         if (equals != std::string_view::npos) {
-            std::string_view quoted = trimmed(term.substr(equals + 1));
+            std::string_view quoted = trim_xml_whitespace(term.substr(equals + 1));
             if (quoted.size() < 2 || quoted.front() != '\'' || quoted.back() != '\'')
                 return false;
             test.compare = true;
@@ -227,7 +219,7 @@ bool parse_step(std::string_view text, Step& step)
 
 bool parse_path(std::string_view text, Path& path)
 {
-    text = trimmed(text);
+    text = trim_xml_whitespace(text);
     if (!text.empty() && text[0] == '/') {
         path.absolute = true;
         text.remove_prefix(1);
@@ -807,10 +799,10 @@ std::string RulesTree::text(Node node)
     if (!node)
         return std::string();
     if (node->kind == Item::Kind::attribute || !node->first_child)
-        return std::string(trimmed(value_of(node)));
+        return std::string(trim_xml_whitespace(value_of(node)));
     std::string all;
     append_text(node, all);
-    return std::string(trimmed(all));
+    return std::string(trim_xml_whitespace(all));
 }
 
 namespace {

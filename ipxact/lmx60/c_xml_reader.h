@@ -135,6 +135,18 @@ public:
         m_note_token = m_token_count;
         m_note = value;
     }
+    // One number a host works out from the current element's name (namespace and local name) and
+    // keeps for the rest of the document. The parser interns names for the reader's life, so a name
+    // met again is the same pointer and its note is found without looking at the text.
+    bool name_note(int* value) const
+    {
+        const name_note_slot& slot = m_name_notes[name_note_index()];
+        if (slot.local != m_element_local || slot.ns_id != m_element_ns_id)
+            return false;
+        *value = slot.value;
+        return true;
+    }
+    void set_name_note(int value) { m_name_notes[name_note_index()] = {m_element_local, m_element_ns_id, value}; }
 
     // Resolves a prefix in the scope of the current element (for xsi:type values), then among the
     // mappings added by the host.
@@ -271,6 +283,18 @@ private:
     size_t m_token_count = 0;
     size_t m_note_token = static_cast<size_t>(-1);  // the token m_note belongs to
     int m_note = 0;
+    struct name_note_slot {
+        const char* local = nullptr;  // interned by the parser; null for an empty slot
+        int ns_id = 0;
+        int value = 0;
+    };
+    size_t name_note_index() const
+    {
+        return ((reinterpret_cast<uintptr_t>(m_element_local) >> 3) ^ static_cast<uintptr_t>(m_element_ns_id)) %
+               (sizeof m_name_notes / sizeof m_name_notes[0]);
+    }
+    // A document uses a few hundred names at most; a slot taken by another name is simply replaced.
+    name_note_slot m_name_notes[512];
     int m_element_ns_id = -1;
     const char* m_element_local = "";
     size_t m_element_local_length = 0;

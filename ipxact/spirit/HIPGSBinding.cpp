@@ -467,10 +467,13 @@ int element_event(lmx60::c_xml_reader& reader)
     int event;
     if (reader.token_note(&event))
         return event;
-    const auto& table = event_table();
-    auto found = table.find(
-        name_key{reader.element_ns_id(), std::string_view(reader.element_local_name(), reader.element_local_length())});
-    event = found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
+    if (!reader.name_note(&event)) {
+        const auto& table = event_table();
+        auto found = table.find(name_key{reader.element_ns_id(),
+                                         std::string_view(reader.element_local_name(), reader.element_local_length())});
+        event = found == table.end() ? lmx60::EVENT_UNKNOWN : found->second;
+        reader.set_name_note(event);
+    }
     reader.set_token_note(event);
     return event;
 }

@@ -469,3 +469,28 @@ TEST(ElementEvents, TheFallbackFaultRecordBelongsToTheThreadThatFailed)
 }
 
 }  // namespace
+
+TEST(NameNotes, ANoteFollowsItsNameInItsNamespaceWhateverThePrefix)
+{
+    reader_over doc("<s:component" + declarations("s", "v") +
+                    "><s:name/><v:name/><t:name xmlns:t='" + kSpiritUri + "'/><v:name/></s:component>");
+    std::vector<std::string> seen;
+    for (int event = 0; event != lmx60::EVENT_END_OF_DOCUMENT;) {
+        event = doc.reader.tokenise(kElementEvents, lmx60::exae_element);
+        if (doc.reader.current() != lmx60::c_xml_reader::tok_start)
+            continue;
+        int note = 0;
+        if (doc.reader.name_note(&note)) {
+            seen.push_back(std::to_string(note));
+        } else {
+            seen.push_back("new");
+            doc.reader.set_name_note(doc.reader.element_ns_id() * 10 + static_cast<int>(seen.size()));
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"new", "new", "new", "10012", "10003"}));
+
+    reader_over other("<s:component" + declarations("s", "v") + "/>");
+    other.reader.tokenise(kElementEvents, lmx60::exae_element);
+    int note = 0;
+    EXPECT_FALSE(other.reader.name_note(&note)) << "notes belong to one reader";
+}

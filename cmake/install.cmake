@@ -1,8 +1,9 @@
 # Installation, the CMake package, the pkg-config file and the Debian package.
 #
 # A host finds the library with find_package(HIPGSpirit CONFIG REQUIRED) and links
-# HIPGSpirit::hipgspirit, which brings the runtime and host support layers along, or with
-# `pkg-config --cflags --libs hipgspirit`.
+# HIPGSpirit::hipgspirit, which brings the runtime and host support layers along (and
+# HIPGSpirit::ipxact_catalog for the catalog, which brings the binding along), or with
+# `pkg-config --cflags --libs hipgspirit` (`ipxact_catalog` for the catalog).
 
 include(CMakePackageConfigHelpers)
 
@@ -31,7 +32,8 @@ install(EXPORT HIPGSpiritTargets NAMESPACE HIPGSpirit:: DESTINATION ${IPXACT_CMA
         COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/HIPGSpiritConfig.cmake.in
   ${PROJECT_BINARY_DIR}/HIPGSpiritConfig.cmake
-  INSTALL_DESTINATION ${IPXACT_CMAKE_DIR})
+  INSTALL_DESTINATION ${IPXACT_CMAKE_DIR}
+  PATH_VARS CMAKE_INSTALL_DATADIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/HIPGSpiritConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/HIPGSpiritConfig.cmake
@@ -40,9 +42,11 @@ install(FILES ${PROJECT_BINARY_DIR}/HIPGSpiritConfig.cmake
 
 # Relative to the file's own directory, so that the prefix given to `cmake --install` holds.
 file(RELATIVE_PATH IPXACT_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/hipgspirit.pc.in ${PROJECT_BINARY_DIR}/hipgspirit.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/hipgspirit.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+foreach(pc hipgspirit ipxact_catalog)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
 
 # In the repository the vendor schema imports the standard's schema from ../shared; installed, it
 # names the standard's published location instead, which a validator resolves through its catalog

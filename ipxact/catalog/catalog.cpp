@@ -520,13 +520,19 @@ std::vector<Finding> Catalog::check(const Document& document, const std::vector<
         if (!(rule->kinds() & kind_bit(document.kind())))
             continue;
         RuleContext context(*this, document, *rule, findings, scratch);
+        // A rule that stops has not checked the document: an error, so that a gate on errors
+        // does not pass a document nobody finished checking.
         try {
             rule->check(context);
         } catch (const std::exception& e) {
-            findings.push_back({"rule.failed", Severity::note, document.file(), 0, "",
+            findings.push_back({"rule.failed", Severity::error, document.file(), 0, "",
                                 std::string("rule ") + rule->id() + " stopped: " + e.what()});
+        } catch (...) {
+            findings.push_back({"rule.failed", Severity::error, document.file(), 0, "",
+                                std::string("rule ") + rule->id() + " stopped: it threw something that is no std::exception"});
         }
     }
+    std::sort(findings.begin(), findings.end(), finding_less);
     return findings;
 }
 

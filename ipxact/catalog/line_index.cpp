@@ -256,6 +256,14 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
     m_open.push_back(self);
 }
 
+LineIndex::Node LineIndex::Builder::open_at_line(int line) const
+{
+    for (auto it = m_open.rbegin(); it != m_open.rend(); ++it)
+        if (line > 0 && m_index.m_nodes[*it].line == static_cast<uint32_t>(line))
+            return *it;
+    return current();
+}
+
 void LineIndex::Builder::finish()
 {
     std::vector<Entry>& nodes = m_index.m_nodes;

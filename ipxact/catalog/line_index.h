@@ -78,6 +78,10 @@ public:
         void element(size_t level, const char* local, int line);
         /// The innermost element noted so far that is still open, npos before the first.
         Node current() const { return m_open.empty() ? npos : m_open.back(); }
+        /// The innermost element still open that starts on `line`, or current() when none does: a
+        /// fault the reader finds at an element's end is dated at the element's start, while the
+        /// reader already stands on an element inside it.
+        Node open_at_line(int line) const;
         /// Closes the elements still open; call once reading has stopped, whatever its outcome.
         void finish();
 

@@ -1,5 +1,6 @@
 #include "read_document.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -160,7 +161,7 @@ public:
     }
 
     void finish() { m_builder.finish(); }
-    LineIndex::Node current() const { return m_builder.current(); }
+    LineIndex::Node open_at_line(int line) const { return m_builder.open_at_line(line); }
     NamespaceOf::Which root_ns() const { return m_root_ns; }
     const std::string& root_local() const { return m_root_local; }
 
@@ -299,7 +300,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         observer.captured(level, uri, local, line);
     });
     reader->set_error_handler([&](lmx60::elmx_error code, const std::string& item, int line) {
-        faults.push_back(read_finding(file, line, document->m_lines.path(observer.current()), code, item));
+        faults.push_back(read_finding(file, line, document->m_lines.path(observer.open_at_line(line)), code, item));
         bool ends = code == lmx60::ELMX_NO_FILE || code == lmx60::ELMX_NO_ROOT;
         return faults.size() < kMaxFaultsPerDocument && !ends ? lmx60::ELMX_OK : code;
     });
@@ -324,6 +325,9 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         return nullptr;
     }
     document->m_clean = result == lmx60::ELMX_OK && faults.empty();
+    // Faults found at an element's end come after those inside it; a reader of the list wants lines in order.
+    std::stable_sort(faults.begin(), faults.end(),
+                     [](const Finding& a, const Finding& b) { return a.line < b.line; });
     findings.insert(findings.end(), faults.begin(), faults.end());
 
     const char* chosen = document->m_top->getChosenElementId();

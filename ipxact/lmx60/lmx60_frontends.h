@@ -48,7 +48,14 @@ elmx_error marshal(const T& obj, std::ostream& os, s_debug_error* debug)
 template <class T>
 elmx_error marshal(const T& obj, const char* file, s_debug_error* debug)
 {
-    return write_file_atomically(file, [&](std::ostream& os) { return marshal(obj, os, debug); });
+    if (debug)
+        debug->clear();
+    elmx_error result = write_file_atomically(file, [&](std::ostream& os) { return marshal(obj, os, debug); });
+    // The file could not be created, finished or put in place: the record names the file, as a
+    // reader's record does for a file it cannot open.
+    if (result != ELMX_OK && debug && debug->error == ELMX_OK)
+        debug->set(result, file ? file : "", __FILE__, __LINE__, -1);
+    return result;
 }
 
 template <class T>

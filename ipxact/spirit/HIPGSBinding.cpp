@@ -131,12 +131,32 @@ bool below_maximum(const MemberInfo& member, uint32_t occurrences)
     return member.max_occurs == kUnbounded || occurrences < member.max_occurs;
 }
 
-void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+// How far the reading of one element's content has come. After an element the content does not
+// allow (passed over when the fault handler goes on), reading resumes from here: what was read before
+// is neither read again nor reported missing, and a member that is missing is reported once.
+struct ContentProgress {
+    uint32_t position = 0;     // sequence: the member being read
+    uint32_t occurrences = 0;  // sequence: its occurrences so far
+    uint32_t reported_to = 0;  // sequence: the members before this one are present or reported missing
+    bool started = false;
+    std::vector<uint32_t> all_occurrences;  // all: per member
+};
+
+void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info, ContentProgress& progress)
 {
-    uint32_t position = 0;
-    uint32_t occurrences = 0;  // of the member at `position`
-    while (position < info.member_count && !is_content(info.members[position]))
-        ++position;
+    uint32_t& position = progress.position;
+    uint32_t& occurrences = progress.occurrences;  // of the member at `position`
+    auto report_once = [&](uint32_t index) {
+        if (index >= progress.reported_to) {
+            report_missing(reader, info.members[index]);
+            progress.reported_to = index + 1;
+        }
+    };
+    if (!progress.started) {
+        progress.started = true;
+        while (position < info.member_count && !is_content(info.members[position]))
+            ++position;
+    }
     while (reader.current() == lmx60::c_xml_reader::tok_start) {
         int event = element_event(reader);
         uint32_t candidate = position;
@@ -146,10 +166,12 @@ void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo&
             if (accepts(reader, member, event) && below_maximum(member, seen))
                 break;
             if (seen < member.min_occurs)
-                report_missing(reader, member);
+                report_once(candidate);
         }
-        if (candidate == info.member_count)
+        if (candidate == info.member_count) {
+            progress.reported_to = info.member_count;
             return;
+        }
         if (candidate != position) {
             position = candidate;
             occurrences = 0;
@@ -160,15 +182,24 @@ void read_sequence(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo&
             return;  // an in-place member that cannot start here: leave the element to the caller
         ++occurrences;
     }
-    for (; position < info.member_count; ++position, occurrences = 0) {
-        const MemberInfo& member = info.members[position];
-        if (is_content(member) && occurrences < member.min_occurs)
-            report_missing(reader, member);
+    for (uint32_t index = position, seen = occurrences; index < info.member_count; ++index, seen = 0) {
+        const MemberInfo& member = info.members[index];
+        if (is_content(member) && seen < member.min_occurs)
+            report_once(index);
     }
 }
 
-void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const ClassInfo& info)
+void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const ClassInfo& info, ContentProgress& progress)
 {
+    // Resumed after an element passed over: the alternative read before stands, and only more of
+    // its occurrences may follow.
+    if (progress.started) {
+        if (const MemberInfo* chosen = alternative_member(info, BindingAccess::choice_id(obj)))
+            while (reader.current() == lmx60::c_xml_reader::tok_start && accepts(reader, *chosen, element_event(reader)))
+                read_member(reader, obj, *chosen);
+        return;
+    }
+    progress.started = true;
     if (reader.current() == lmx60::c_xml_reader::tok_start) {
         int event = element_event(reader);
         int alternative = 0;
@@ -204,11 +235,15 @@ void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const Cla
     reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
 }
 
-void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo& info)
+void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo& info, ContentProgress& progress)
 {
     std::vector<uint16_t>& order = BindingAccess::read_order(obj);
-    order.clear();
-    std::vector<uint32_t> occurrences(info.member_count, 0);
+    std::vector<uint32_t>& occurrences = progress.all_occurrences;
+    if (!progress.started) {
+        progress.started = true;
+        order.clear();
+        occurrences.assign(info.member_count, 0);
+    }
     while (reader.current() == lmx60::c_xml_reader::tok_start) {
         int event = element_event(reader);
         uint32_t found = info.member_count;
@@ -224,24 +259,34 @@ void read_all(lmx60::c_xml_reader& reader, HIPGSAllContent& obj, const ClassInfo
         ++occurrences[found];
         order.push_back(static_cast<uint16_t>(found));
     }
+    // Stopped by an element the content does not allow: the caller passes over it and resumes, and
+    // what is missing is known only at the end.
+    if (reader.current() == lmx60::c_xml_reader::tok_start)
+        return;
     for (uint32_t i = 0; i < info.member_count; ++i)
         if (is_content(info.members[i]) && occurrences[i] < info.members[i].min_occurs)
             report_missing(reader, info.members[i]);
 }
 
-void read_content(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+void read_content(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info, ContentProgress& progress)
 {
     switch (info.content) {
     case ContentKind::choice:
-        read_choice(reader, static_cast<HIPGSChoiceContent&>(obj), info);
+        read_choice(reader, static_cast<HIPGSChoiceContent&>(obj), info, progress);
         break;
     case ContentKind::all:
-        read_all(reader, static_cast<HIPGSAllContent&>(obj), info);
+        read_all(reader, static_cast<HIPGSAllContent&>(obj), info, progress);
         break;
     default:
-        read_sequence(reader, obj, info);
+        read_sequence(reader, obj, info, progress);
         break;
     }
+}
+
+void read_content(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+{
+    ContentProgress progress;
+    read_content(reader, obj, info, progress);
 }
 
 bool is_xsi(const char* uri)
@@ -290,15 +335,16 @@ void read_attributes(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInf
         check_required_attributes(reader, info);
 }
 
-// Elements the content model does not allow are faults; a continuing handler passes over them.
-void read_to_end_tag(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info)
+// Elements the content model does not allow here (children are taken in schema order only, never
+// searched for) are faults; a continuing handler passes over them, and reading resumes where it stood.
+void read_to_end_tag(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassInfo& info, ContentProgress& progress)
 {
     while (reader.current() == lmx60::c_xml_reader::tok_start) {
         reader.capture_error(lmx60::ELMX_UNEXPECTED_ELEMENT, reader.element_qname(), __FILE__, __LINE__);
         reader.skip_element();
         reader.advance();
         if (info.content != ContentKind::empty)
-            read_content(reader, obj, info);
+            read_content(reader, obj, info, progress);
     }
 }
 
@@ -425,9 +471,10 @@ void read_content_to_end(lmx60::c_xml_reader& reader, HIPGSBase& obj, const Clas
         return;
     }
     reader.enter();
+    ContentProgress progress;
     if (info.content != ContentKind::empty)
-        read_content(reader, obj, info);
-    read_to_end_tag(reader, obj, info);
+        read_content(reader, obj, info, progress);
+    read_to_end_tag(reader, obj, info, progress);
     fill_vendor_slots(reader, obj, info);
 }
 

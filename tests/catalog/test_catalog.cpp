@@ -493,7 +493,7 @@ TEST(CatalogRules, ARuleRunsOnItsKindsAndReportsWithLinesPathsAndNotCheckedNotes
               "acme.example.com:buses:missing:1.0 not loaded (component/busInterfaces/busInterface/busType)");
 }
 
-TEST(CatalogRules, ARuleThatThrowsBecomesANoteAndTheOthersStillRun)
+TEST(CatalogRules, ARuleThatThrowsBecomesAnErrorAndTheOthersStillRun)
 {
     Catalog catalog;
     catalog.add_text("a.xml", component("a", "apb"));
@@ -501,8 +501,13 @@ TEST(CatalogRules, ARuleThatThrowsBecomesANoteAndTheOthersStillRun)
     BusInterfaceProbe probe;
     std::vector<Finding> found = catalog.check({&thrower, &probe});
     ASSERT_EQ(found.size(), 2u);
-    EXPECT_EQ(with_rule(found, "rule.failed").size(), 1u);
+    ASSERT_EQ(with_rule(found, "rule.failed").size(), 1u);
+    EXPECT_EQ(with_rule(found, "rule.failed")[0].severity, Severity::error) << "an unfinished check must not pass a gate";
     EXPECT_EQ(with_rule(found, "test.bus-interface").size(), 1u);
+
+    std::vector<Finding> one = catalog.check(*catalog.documents()[0], {&probe, &thrower});
+    ASSERT_EQ(one.size(), 2u);
+    EXPECT_EQ(one[0].rule, "rule.failed") << "one document's findings come in line order too, whatever the rules' order";
 }
 
 TEST(CatalogRules, TheRegistryHoldsTheBuiltInRulesOnceEach)

@@ -316,7 +316,10 @@ TEST(FrontEnds, MissingDirectoryIsCodeOneAndCreatesNothing)
     std::string directory = temp_path("no-such-dir");
     std::string path = directory + "/out.xml";
     text_document doc{"x", false};
-    EXPECT_EQ(lmx60::marshal(doc, path.c_str(), nullptr), lmx60::ELMX_NO_FILE);
+    lmx60::s_debug_error debug;
+    EXPECT_EQ(lmx60::marshal(doc, path.c_str(), &debug), lmx60::ELMX_NO_FILE);
+    EXPECT_EQ(debug.error, lmx60::ELMX_NO_FILE) << "the record says why, as for reading";
+    EXPECT_EQ(debug.item_name, path);
     struct stat info;
     EXPECT_NE(::stat(directory.c_str(), &info), 0);
 }

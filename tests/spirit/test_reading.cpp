@@ -90,6 +90,29 @@ TEST(RequiredChildren, MissingOneFailsWith21UnlessTheHandlerCarriesOn)
     EXPECT_FALSE(definition.isOccursOk());
 }
 
+TEST(UnexpectedElements, AContinuingReadResumesAfterOneAndCountsNothingReadBeforeItAsMissing)
+{
+    const std::string xml = kDeclaration + "<spirit:busDefinition xmlns:spirit=\"" + kSpirit + "\">\n" +
+                            "<spirit:vendor>v</spirit:vendor><spirit:library>l</spirit:library>\n"
+                            "<spirit:name>apb</spirit:name><spirit:version>1.0</spirit:version>\n"
+                            "<spirit:stray/>\n"
+                            "<spirit:directConnection>true</spirit:directConnection>\n"
+                            "<spirit:isAddressable>true</spirit:isAddressable>\n"
+                            "</spirit:busDefinition>\n";
+    HIPGSBusDefinition bus;
+    std::vector<fault> faults;
+    EXPECT_EQ(read_continuing(xml, &bus, &faults), lmx60::ELMX_OK);
+    // What the stray element stands in the place of is missing where it stands (then found after it);
+    // nothing before it is reported, and nothing twice.
+    std::vector<std::string> seen;
+    for (const fault& f : faults)
+        seen.push_back(std::to_string(f.code) + " " + f.item + " " + std::to_string(f.line));
+    EXPECT_EQ(seen, (std::vector<std::string>{"21 spirit:directConnection 5", "21 spirit:isAddressable 5",
+                                              "8 spirit:stray 5"}));
+    EXPECT_EQ(bus.getVersionedIdentifier().getVersion(), "1.0");
+    EXPECT_TRUE(bus.getDirectConnection() && bus.getIsAddressable()) << "what follows the stray element is read";
+}
+
 TEST(RequiredAttributes, MissingOneFailsWith25NamingTheType)
 {
     std::string xml = apb_definition(kPorts);

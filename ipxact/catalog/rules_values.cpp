@@ -67,7 +67,10 @@ const EnumeratedMember kEnumeratedMembers[] = {
      "initiative", listed<HIPGSInitiative, &HIPGSInitiative::setInitiative>},
     {"/spirit:abstractionDefinition//spirit:service/spirit:initiative", "initiative",
      listed<HIPGSServiceType, &HIPGSServiceType::setInitiative>},
-    {"//spirit:access", "access", listed<HIPGSAccess, &HIPGSAccess::setAccess>},
+    // A port's spirit:access is of another type (it holds spirit:portAccessType, below).
+    {"//spirit:addressBlock/spirit:access|//spirit:bank/spirit:access|//spirit:register/spirit:access|"
+     "//spirit:alternateRegister/spirit:access|//spirit:field/spirit:access",
+     "access", listed<HIPGSAccess, &HIPGSAccess::setAccess>},
     {"//spirit:addressBlock/spirit:usage|//spirit:bank/spirit:usage", "usage",
      listed<HIPGSMemoryBlockData, &HIPGSMemoryBlockData::setUsage>},
     {"//spirit:field/spirit:modifiedWriteValue", "modified write value",
@@ -76,8 +79,8 @@ const EnumeratedMember kEnumeratedMembers[] = {
     {"//spirit:busInterface/spirit:endianness", "endianness",
      listed<HIPGSBusInterfaceType, &HIPGSBusInterfaceType::setEndianness>},
     {"//spirit:busInterface/spirit:bitSteering", "bit steering", listed<HIPGSBitSteering, &HIPGSBitSteering::setBitSteering>},
-    {"//spirit:port/spirit:wire/spirit:portAccessType|//spirit:port/spirit:transactional/spirit:portAccessType",
-     "port access type", listed<HIPGSPortAccessType, &HIPGSPortAccessType::setPortAccessType>},
+    {"//spirit:port/spirit:access/spirit:portAccessType", "port access type",
+     listed<HIPGSPortAccessType, &HIPGSPortAccessType::setPortAccessType>},
     {"//spirit:fileType", "file type", listed<HIPGSFileType, &HIPGSFileType::setFileType>},
     {"//spirit:componentGenerator/spirit:apiType|//spirit:abstractorGenerator/spirit:apiType|//spirit:generator/spirit:apiType",
      "generator API type", listed<HIPGSGeneratorType, &HIPGSGeneratorType::setApiType>},

@@ -48,6 +48,14 @@ std::string register_access(const std::string& access)
                      "</spirit:access></spirit:register></spirit:addressBlock></spirit:memoryMap></spirit:memoryMaps>\n");
 }
 
+std::string port_access(const std::string& type)
+{
+    return component("<spirit:model><spirit:ports><spirit:port><spirit:name>p</spirit:name>"
+                     "<spirit:wire><spirit:direction>in</spirit:direction></spirit:wire>\n"
+                     "<spirit:access><spirit:portAccessType>" + type +
+                     "</spirit:portAccessType></spirit:access></spirit:port></spirit:ports></spirit:model>\n");
+}
+
 struct ValueCase {
     const char* title;
     std::string breaks;
@@ -67,6 +75,9 @@ std::vector<ValueCase> unlisted_cases()
          "component/busInterfaces/busInterface/endianness", "middle"},
         {"register access", register_access("read-mostly"), register_access("read-writeOnce"),
          "component/memoryMaps/memoryMap/addressBlock/register/access", "read-mostly"},
+        // a port's access holds a port access type, which is not a memory access
+        {"port access type", port_access("pointer"), port_access("ptr"),
+         "component/model/ports/port/access/portAccessType", "pointer"},
     };
 }
 

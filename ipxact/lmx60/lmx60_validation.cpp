@@ -1,5 +1,6 @@
 #include <ipxact/lmx60/lmx60_validation.h>
 
+#include <cmath>
 #include <cstring>
 
 #include <ipxact/lmx60/c_big_int.h>
@@ -21,7 +22,10 @@ bool is_one_of(const char* const* allowed, const std::string& value)
 
 namespace {
 
-// -1, 0 or 1 as `value` is below, equal to or above `bound`; 2 when they cannot be compared.
+const int kNotANumber = 2;  // the text is no number: its parser's fault, not the bound's
+const int kUnordered = 3;   // NaN, which no bound holds
+
+// -1, 0 or 1 as `value` is below, equal to or above `bound`; kNotANumber or kUnordered otherwise.
 int compare_number(const std::string& value, const char* bound)
 {
     std::string boundText(bound);
@@ -31,7 +35,9 @@ int compare_number(const std::string& value, const char* bound)
     }
     double a, b;
     if (!parse_double(value, &a) || !parse_double(boundText, &b))
-        return 2;
+        return kNotANumber;
+    if (std::isnan(a) || std::isnan(b))
+        return kUnordered;
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
@@ -66,26 +72,16 @@ long length_of(const c_facets& facets, const std::string& value)
 // judge numbers only, so that one bad text is one fault.
 bool facets_hold(const c_facets& facets, const std::string& value)
 {
-    if (facets.min_inclusive) {
-        int order = compare_number(value, facets.min_inclusive);
-        if (order != 2 && order < 0)
-            return false;
-    }
-    if (facets.max_inclusive) {
-        int order = compare_number(value, facets.max_inclusive);
-        if (order != 2 && order > 0)
-            return false;
-    }
-    if (facets.min_exclusive) {
-        int order = compare_number(value, facets.min_exclusive);
-        if (order != 2 && order <= 0)
-            return false;
-    }
-    if (facets.max_exclusive) {
-        int order = compare_number(value, facets.max_exclusive);
-        if (order != 2 && order >= 0)
-            return false;
-    }
+    // Each bound: the comparisons it allows; NaN, unordered, is inside none.
+    auto holds = [&value](const char* bound, bool below, bool equal, bool above) {
+        if (!bound)
+            return true;
+        int order = compare_number(value, bound);
+        return order == kNotANumber || (order == -1 && below) || (order == 0 && equal) || (order == 1 && above);
+    };
+    if (!holds(facets.min_inclusive, false, true, true) || !holds(facets.max_inclusive, true, true, false) ||
+        !holds(facets.min_exclusive, false, false, true) || !holds(facets.max_exclusive, true, false, false))
+        return false;
     long length = (facets.min_length >= 0 || facets.max_length >= 0) ? length_of(facets, value) : 0;
     if (facets.min_length >= 0 && length < facets.min_length)
         return false;

@@ -145,6 +145,11 @@ TEST(RestrictionBounds, FractionsCompareAsFloatingPointAndEdgesFollowInclusion)
         EXPECT_EQ(lmx60::restriction_fault(exclusive, inside), lmx60::ELMX_OK) << inside;
     for (const char* edge : {"0", "100", "0.0", "-1"})
         EXPECT_EQ(lmx60::restriction_fault(exclusive, edge), lmx60::ELMX_VALUE_FACET) << edge;
+    // NaN is a double but stands in no order, so no bound holds it; the infinities are ordered.
+    EXPECT_EQ(lmx60::restriction_fault(inclusive, "NaN"), lmx60::ELMX_VALUE_FACET);
+    EXPECT_EQ(lmx60::restriction_fault(exclusive, "NaN"), lmx60::ELMX_VALUE_FACET);
+    EXPECT_EQ(lmx60::restriction_fault(inclusive, "INF"), lmx60::ELMX_VALUE_FACET);
+    EXPECT_EQ(lmx60::restriction_fault(with_bounds("0", nullptr, nullptr, nullptr), "INF"), lmx60::ELMX_OK);
 }
 
 TEST(RestrictionBounds, TextThatIsNoNumberIsLeftToTheValueType)

@@ -161,11 +161,12 @@ bool diagnostics_on()
 // matches anything, a part that is no regular expression matches nothing.
 class Pattern {
 public:
-    explicit Pattern(const Vlnv& parts)
+    explicit Pattern(const Reference& reference)
     {
+        const Vlnv& parts = reference.target;
         const std::string* texts[4] = {&parts.vendor, &parts.library, &parts.name, &parts.version};
         for (size_t i = 0; i < 4; ++i) {
-            if (texts[i]->empty())
+            if (!(reference.written & (1u << i)))
                 continue;
             try {
                 m_parts[i].emplace(*texts[i]);
@@ -295,10 +296,12 @@ void Catalog::reindex()
                 if (found != m_index->by_vlnv.end())
                     target = found->second.front();
             } else {
-                Pattern pattern(reference.target);
+                // A pattern names other documents: one that matches its own document would make
+                // every extension its own cycle.
+                Pattern pattern(reference);
                 for (const Document* candidate : m_view)
-                    if (candidate->has_vlnv() && (reference.expected & kind_bit(candidate->kind())) &&
-                        pattern.matches(candidate->vlnv())) {
+                    if (candidate != document && candidate->has_vlnv() &&
+                        (reference.expected & kind_bit(candidate->kind())) && pattern.matches(candidate->vlnv())) {
                         target = candidate;
                         break;
                     }

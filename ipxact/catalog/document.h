@@ -33,6 +33,9 @@ namespace catalog {
 struct Reference {
     Vlnv target;          ///< the identifier as written (attributes left out are empty)
     bool pattern = false; ///< each part is a regular expression matching whole parts (vorlix:vlnvRegExpType)
+    /// Which of the four parts were written (bit 0 vendor, 1 library, 2 name, 3 version). In a
+    /// pattern an absent part matches anything; a part written empty matches only an empty part.
+    uint8_t written = 0xF;
     std::string element;  ///< the referring element, prefixed by convention: "spirit:busType", "vorlix:componentRef"
     KindSet expected = kAnyKind;  ///< the kinds of document the element may name
     LineIndex::Node node = LineIndex::npos;  ///< the referring element in the document's line index

@@ -201,18 +201,22 @@ private:
         if (!known)
             return;
         Vlnv target;
-        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "vendor", &target.vendor);
-        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "library", &target.library);
-        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "name", &target.name);
-        m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, "version", &target.version);
-        add(std::move(target), known->pattern, std::string("vorlix:") + local, known->kinds, line, below);
+        uint8_t written = 0;
+        const char* const parts[4] = {"vendor", "library", "name", "version"};
+        std::string* values[4] = {&target.vendor, &target.library, &target.name, &target.version};
+        for (int i = 0; i < 4; ++i)
+            if (m_reader.find_attribute(HIPGSpirit::kVorlixNamespaceUri, parts[i], values[i]))
+                written = static_cast<uint8_t>(written | (1u << i));
+        add(std::move(target), known->pattern, std::string("vorlix:") + local, known->kinds, line, below, written);
     }
 
-    void add(Vlnv target, bool pattern, std::string element, KindSet kinds, int line, const std::string& below)
+    void add(Vlnv target, bool pattern, std::string element, KindSet kinds, int line, const std::string& below,
+             uint8_t written = 0xF)
     {
         Reference reference;
         reference.target = std::move(target);
         reference.pattern = pattern;
+        reference.written = written;
         reference.element = std::move(element);
         reference.expected = kinds;
         reference.node = m_builder.current();

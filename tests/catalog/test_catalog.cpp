@@ -445,6 +445,30 @@ TEST(CatalogReferences, VendorReferencesInsideVendorBlocksAndPatterns)
     EXPECT_EQ(matched->vlnv(), acme("ip", "leaf"));
 }
 
+TEST(CatalogReferences, APatternNamesOtherDocumentsAndAPartWrittenEmptyMatchesOnlyAnEmptyPart)
+{
+    const std::string vorlix = "xmlns:vorlix=\"http://www.vorlix.com/XMLSchema/ipxact/1.0\"";
+    auto definition = [&](const std::string& name, const std::string& extends) {
+        return "<?xml version=\"1.0\"?>\n<vorlix:parameterAbstractionDefinition " + vorlix + " " + spirit_ns() +
+               ">\n" + vlnv_elements("acme.example.com", "params", name, "1.0") +
+               "  <vorlix:scope><vorlix:custom>x</vorlix:custom></vorlix:scope>\n" + extends +
+               "  <spirit:choices><spirit:choice><spirit:name>c</spirit:name>"
+               "<spirit:enumeration>1</spirit:enumeration></spirit:choice></spirit:choices>\n"
+               "</vorlix:parameterAbstractionDefinition>\n";
+    };
+    Catalog catalog;
+    const Document& any = catalog.add_text("p.xml", definition("p", "  <vorlix:extends vorlix:name=\".*\"/>\n"));
+    const Document& empty =
+        catalog.add_text("r.xml", definition("r", "  <vorlix:extends vorlix:vendor=\"\" vorlix:name=\"q\"/>\n"));
+    catalog.add_text("q.xml", definition("q", ""));
+    ASSERT_TRUE(any.read_cleanly() && empty.read_cleanly());
+    const Document* extended = catalog.resolve(any.references().at(0));
+    ASSERT_NE(extended, nullptr);
+    EXPECT_NE(extended, &any) << "a pattern matching its own document would make it its own cycle";
+    EXPECT_TRUE(catalog.cycles().empty());
+    EXPECT_EQ(catalog.resolve(empty.references().at(0)), nullptr) << "vendor=\"\" is no wildcard";
+}
+
 // ---- rules ----
 
 namespace {

@@ -304,7 +304,20 @@ int run_dependencies(const catalog_options& options, std::ostream& out, std::ost
             out << (i ? " -> " : " ") << identity(*cycle[i]);
         out << '\n';
     }
-    return closure.missing.empty() && closure.cycles.empty() ? 0 : 1;
+    // A document read with faults may hold only part of its references: what it needs is not known.
+    bool faulty = false;
+    for (const Document* document : closure.order) {
+        if (document->read_cleanly())
+            continue;
+        if (!faulty)
+            out << "read with faults, so what they need may be incomplete:\n";
+        faulty = true;
+        out << "  " << document->file() << '\n';
+        for (const Finding& finding : catalog.load_findings())
+            if (finding.file == document->file())
+                err << format_finding(finding) << '\n';
+    }
+    return closure.missing.empty() && closure.cycles.empty() && !faulty ? 0 : 1;
 }
 
 namespace {

@@ -144,6 +144,21 @@ TEST(CliDeps, AnIdentifierWithACatalogAndTheDocumentsNotFound)
     EXPECT_EQ(run("deps not-an-identifier --catalog " + shell_word(dir.path().string())).status, 2);
 }
 
+TEST(CliDeps, ADocumentReadWithFaultsIsNamedAndFailsTheCommand)
+{
+    scratch_directory dir;
+    std::string bus = bus_definition("apb");
+    bus.replace(bus.find("<spirit:directConnection>"), std::string("<spirit:directConnection>").size(),
+                "<spirit:directConnectionX>");
+    bus.replace(bus.find("</spirit:directConnection>"), std::string("</spirit:directConnection>").size(),
+                "</spirit:directConnectionX>");
+    std::string file = dir.write("apb.xml", bus);
+    result r = run("deps " + shell_word(file));
+    EXPECT_EQ(r.status, 1) << r.out << r.err;
+    EXPECT_TRUE(contains(r.out, "read with faults, so what they need may be incomplete:\n  " + file)) << r.out;
+    EXPECT_TRUE(contains(r.err, "[read.fault]")) << r.err;
+}
+
 TEST(CliCheck, RunsTheRulesAfterTheReadFaultsAndFailsOnRuleErrors)
 {
     scratch_directory dir;

@@ -96,7 +96,9 @@ bus and abstraction definitions, a configuration's design...), dependencies firs
 document itself last, then the identifiers that no loaded document has ("not found",
 with the element and line that names each) and any cycle. The catalog is the paths given
 with --catalog; without it, the folder holding FILE, searched recursively. An identifier
-needs --catalog. Exit status 0 when everything needed was found and there is no cycle.
+needs --catalog. Documents of the closure read with faults are listed too (their faults on
+standard error): what they need may be incomplete. Exit status 0 when everything needed was
+found, read cleanly, and there is no cycle.
 )";
 
 const char* const kFormatHelp = R"(usage: ipxact format FILE [-o OUT]

@@ -6,8 +6,6 @@ namespace lmx60 {
 
 namespace {
 
-const char kSchemaInstanceUri[] = "http://www.w3.org/2001/XMLSchema-instance";
-
 const char* local_part(const char* qname)
 {
     const char* colon = std::strchr(qname, ':');
@@ -86,7 +84,7 @@ elmx_error c_unmarshal_helper::read_attributes()
         const bool taken = unmarshal_attribute(&error);
         if (error != ELMX_OK)
             return error;
-        if (!taken && std::strcmp(m_reader.attribute_ns_uri(), kSchemaInstanceUri) != 0)
+        if (!taken && std::strcmp(m_reader.attribute_ns_uri(), kSchemaInstanceNamespace) != 0)
             m_reader.capture_error(ELMX_UNEXPECTED_ATTRIBUTE, m_reader.attribute_qname(), __FILE__, __LINE__);
     }
     return ELMX_OK;

@@ -6,12 +6,6 @@
 
 namespace lmx60 {
 
-namespace {
-
-const char* const kXsiNamespace = "http://www.w3.org/2001/XMLSchema-instance";
-
-}  // namespace
-
 elmx_error c_xml::get_any_element(c_xml_reader& reader, c_any_info* element)
 {
     try {
@@ -25,7 +19,7 @@ elmx_error c_xml::get_any_element(c_xml_reader& reader, c_any_info* element)
 bool c_xml::get_xsi_type(const c_xml_reader& reader, std::string* nsUri, std::string* localName)
 {
     std::string value;
-    if (!reader.find_attribute(kXsiNamespace, "type", &value))
+    if (!reader.find_attribute(kSchemaInstanceNamespace, "type", &value))
         return false;
     const std::string_view qname = trim_xml_whitespace(value);
     const size_t colon = qname.find(':');

@@ -1008,11 +1008,29 @@ size_t c_xml_reader::write_start_tag(const token_record& start, std::string* xml
         if (!is_xml_prefix(declaration.prefix))
             append_declaration(xml, declaration.prefix, declaration.uri);
     }
+    // xsi:type names a type by a qualified name: the prefix in its value must stay declared too.
+    auto resolve_type_prefix = [&](const attribute_record& attribute) {
+        if (!attribute.uri || std::strcmp(attribute.uri, kSchemaInstanceNamespace) != 0 ||
+            std::strcmp(attribute.local, "type") != 0)
+            return;
+        std::string_view value = trim_xml_whitespace(
+            std::string_view(arena_text(attribute.value_offset), attribute.value_length));
+        size_t colon = value.find(':');
+        std::string_view prefix = colon == std::string_view::npos ? std::string_view() : value.substr(0, colon);
+        for (size_t i = m_scope.size(); i > 0; --i) {
+            const ns_binding& binding = m_scope[i - 1];
+            if (prefix.empty() ? !binding.prefix : binding.prefix && prefix == binding.prefix) {
+                resolve(binding.prefix, binding.uri);
+                return;
+            }
+        }
+    };
     const size_t declarationsEnd = xml->size();
     resolve(start.prefix, start.uri);
     for (size_t i = 0; i < start.count; ++i) {
         const attribute_record& attribute = m_attributes[start.first + i];
         resolve(attribute.prefix, attribute.uri);
+        resolve_type_prefix(attribute);
         *xml += ' ';
         append_qname(xml, attribute.prefix, attribute.local);
         *xml += "=\"";

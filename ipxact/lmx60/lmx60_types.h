@@ -7,6 +7,9 @@
 
 namespace lmx60 {
 
+// The namespace of xsi:type and the schema location hints.
+constexpr const char* kSchemaInstanceNamespace = "http://www.w3.org/2001/XMLSchema-instance";
+
 // Namespace map record; arrays end with an all-zero record.
 struct s_ns_map {
     int32_t id;

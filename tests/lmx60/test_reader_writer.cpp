@@ -89,6 +89,24 @@ TEST(ReaderNamespaces, ElementsAreIdentifiedByNamespaceNotPrefix)
     EXPECT_EQ(reader.element_ns_id(), -1) << "no namespace at all";
 }
 
+TEST(ReaderNamespaces, CapturedElementKeepsThePrefixOfAnXsiTypeDeclaredOutsideIt)
+{
+    const std::string xml =
+        "<s:vendorExtensions xmlns:s='http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009'"
+        " xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xmlns:a='urn:acme' xmlns:t='urn:types'"
+        " xmlns='urn:default'>\n<a:ref><a:in xsi:type=' t:refType '/><a:in xsi:type='plain'/></a:ref>"
+        "</s:vendorExtensions>";
+    lmx60::c_xml_reader_memory reader(xml.data(), xml.size());
+    reader.set_ns_map(kMap);
+    ASSERT_EQ(reader.read_document_element(), lmx60::ELMX_OK);
+    reader.enter();
+    lmx60::c_any_info any;
+    reader.capture_element(&any);
+    EXPECT_EQ(any.get_xml(), "<a:ref xmlns:a=\"urn:acme\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+                             "xmlns:t=\"urn:types\" xmlns=\"urn:default\"><a:in xsi:type=\" t:refType \"/>"
+                             "<a:in xsi:type=\"plain\"/></a:ref>");
+}
+
 TEST(ReaderNamespaces, CapturedElementCarriesTheNamespacesItUses)
 {
     const std::string xml =

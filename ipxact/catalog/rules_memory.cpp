@@ -128,6 +128,7 @@ struct Item {
         reset_value,
         reset_mask,
         unit_bits,   // address unit bits of maps and spaces
+        copies,      // registers and register files laid out as arrays: the product of their spirit:dim
         kRoles
     };
     static constexpr uint32_t kNone = 0xFFFFFFFFu;
@@ -138,7 +139,7 @@ struct Item {
     uint32_t holder;                    // the item this one is laid out in; kNone for maps and spaces
     uint32_t first_content = kNone;     // the first item laid out in this one
     uint32_t next = kNone;              // the next item laid out in the same holder
-    uint32_t values[kRoles] = {kNone, kNone, kNone, kNone, kNone, kNone};  // into the layout's values
+    uint32_t values[kRoles] = {kNone, kNone, kNone, kNone, kNone, kNone, kNone};  // into the layout's values
 };
 
 using Kind = Item::Kind;
@@ -190,6 +191,8 @@ private:
     void add_fields(const Register& group, const Place* at, uint32_t holder);
     template <class Reset>
     void add_reset(const Reset& reset, uint32_t item);
+    template <class Element>
+    void add_copies(const Element& element, uint32_t item);
 
     std::deque<Place> m_places;
     std::vector<Item> m_items;
@@ -314,6 +317,7 @@ void Layout::add_registers(const HIPGSRegisterData& data, const Place* at, uint3
         const Place* reg_at = place(at, "register", i);
         uint32_t position = add(Kind::register_, reg_at, name_of(reg), holder);
         set(position, Item::start, "addressOffset", reg.getAddressOffset());
+        add_copies(reg, position);
         if (reg.isSetRegisterDefinitionGroup()) {
             const HIPGSRegisterDefinitionGroup& definition = reg.getRegisterDefinitionGroup();
             if (definition.isSetSize())
@@ -344,6 +348,7 @@ void Layout::add_registers(const HIPGSRegisterData& data, const Place* at, uint3
         const Place* file_at = place(at, "registerFile", i);
         uint32_t position = add(Kind::register_file, file_at, name_of(file), holder);
         set(position, Item::start, "addressOffset", file.getAddressOffset());
+        add_copies(file, position);
         if (!file.isSetRegisterFileDefinitionGroup())
             continue;
         const HIPGSRegisterFileDefinitionGroup& definition = file.getRegisterFileDefinitionGroup();
@@ -352,6 +357,23 @@ void Layout::add_registers(const HIPGSRegisterData& data, const Place* at, uint3
         if (definition.isSetRegisterData())
             add_registers(definition.getRegisterData(), file_at, position);
     }
+}
+
+// An array (spirit:dim, one element per dimension) takes as many consecutive places as the product
+// of its dimensions; the dimensions are plain integers, so the product is always known.
+template <class Element>
+void Layout::add_copies(const Element& element, uint32_t item)
+{
+    if (element.sizeDim() == 0)
+        return;
+    ScaledValue copies = ScaledValue::parse("1");
+    for (size_t i = 0; i < element.sizeDim(); ++i)
+        copies = copies * ScaledValue::parse(element.getDim(i).text());
+    m_items[item].values[Item::copies] = static_cast<uint32_t>(m_values.size());
+    Value& v = m_values.emplace_back();
+    v.holder = m_items[item].place;
+    v.element = "dim";
+    v.value = std::move(copies);
 }
 
 template <class Reset>
@@ -521,10 +543,12 @@ void registers_of(const Layout& layout, const Item& container, std::vector<Span>
         const Value& extent = layout.value(item, Item::extent);
         if (!known(offset) || !known(extent) || extent.value.sign() <= 0)
             return;
-        if (item.kind == Kind::register_)
-            spans.push_back({&item, "register", offset.value, ScaledValue::ceil_div(extent.value, unit)});
-        else
-            spans.push_back({&item, "register file", offset.value, extent.value});
+        ScaledValue one = item.kind == Kind::register_ ? ScaledValue::ceil_div(extent.value, unit) : extent.value;
+        const Value& copies = layout.value(item, Item::copies);
+        if (copies.holder && copies.value.sign() <= 0)
+            return;
+        spans.push_back({&item, item.kind == Kind::register_ ? "register" : "register file", offset.value,
+                         copies.holder ? one * copies.value : std::move(one)});
     });
 }
 
@@ -771,6 +795,7 @@ const char* value_name(Kind kind, Role role)
     case Item::reset_value: return "reset value";
     case Item::reset_mask: return "reset mask";
     case Item::unit_bits: return "address unit bits";
+    case Item::copies: return "dimensions";
     case Item::kRoles: break;
     }
     return nullptr;

@@ -37,6 +37,17 @@ std::string reg(const std::string& name, const std::string& offset, const std::s
            "</spirit:register>\n";
 }
 
+// A register array: one spirit:dim per dimension.
+std::string reg_array(const std::string& name, const std::vector<std::string>& dims, const std::string& offset,
+                      const std::string& size)
+{
+    std::string text = "<spirit:register><spirit:name>" + name + "</spirit:name>";
+    for (const std::string& dim : dims)
+        text += "<spirit:dim>" + dim + "</spirit:dim>";
+    return text + "<spirit:addressOffset>" + offset + "</spirit:addressOffset><spirit:size>" + size +
+           "</spirit:size></spirit:register>\n";
+}
+
 std::string block(const std::string& name, const std::string& base, const std::string& range,
                   const std::string& registers = "", const std::string& width = "32")
 {
@@ -84,6 +95,13 @@ std::vector<LayoutCase> layout_cases()
         {"register past the end of its block", "memory.register-outside",
          map(block("a", "0", "8", reg("r0", "0x6", "32"))), map(block("a", "0", "8", reg("r0", "0x4", "32"))),
          "component/memoryMaps/memoryMap/addressBlock/register"},
+        {"register array past the end of its block", "memory.register-outside",
+         map(block("a", "0", "8", reg_array("r", {"4"}, "0", "32"))),
+         map(block("a", "0", "16", reg_array("r", {"4"}, "0", "32"))), "component/memoryMaps/memoryMap/addressBlock/register"},
+        {"register after a two-dimensional array it overlaps", "memory.register-overlap",
+         map(block("a", "0", "32", reg_array("r", {"2", "2"}, "0", "32") + reg("s", "12", "32"))),
+         map(block("a", "0", "32", reg_array("r", {"2", "2"}, "0", "32") + reg("s", "16", "32"))),
+         "component/memoryMaps/memoryMap/addressBlock/register[2]"},
         {"fields overlapping", "memory.field-overlap",
          map(block("a", "0", "4", reg("r", "0", "32", field("f0", "0", "4") + field("f1", "3", "2")))),
          map(block("a", "0", "4", reg("r", "0", "32", field("f0", "0", "4") + field("f1", "4", "2")))),

@@ -419,7 +419,9 @@ void c_xml_reader::feed()
         xmlParseChunk(as_parser(m_parser), data, static_cast<int>(length), 0);
     }
     if (!more && !m_input_done) {
+        m_input_ending = true;
         xmlParseChunk(as_parser(m_parser), nullptr, 0, 1);
+        m_input_ending = false;
         m_input_done = true;
     }
 }
@@ -483,6 +485,18 @@ void c_xml_reader::push_fault(int code, int line, const std::string& message)
     m_pending_fault.line = line;
     m_pending_fault.offset = parser_offset();
     m_pending_fault.message = message;
+    // At the end of the input libxml2's incremental parser says "Extra content at the end of the
+    // document" whatever is wrong; what is wrong is that the document element is missing or unclosed.
+    if (m_input_ending && code == XML_ERR_DOCUMENT_END && !m_root_closed) {
+        if (m_open_lines.empty()) {
+            m_pending_fault.code = XML_ERR_DOCUMENT_EMPTY;
+            m_pending_fault.message = "Document is empty";
+        } else {
+            m_pending_fault.code = XML_ERR_TAG_NOT_FINISHED;
+            m_pending_fault.message = "Premature end of data: the element begun on line " +
+                                      std::to_string(m_open_lines.back()) + " is not closed";
+        }
+    }
     while (!m_pending_fault.message.empty() && m_pending_fault.message.back() == '\n')
         m_pending_fault.message.pop_back();
     push_token(token_kind::fault, line, "", 0);

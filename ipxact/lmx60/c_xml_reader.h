@@ -264,6 +264,7 @@ private:
     std::string m_arena;
     std::vector<int> m_open_lines;  // start lines of the elements the parser has open
     bool m_root_closed = false;     // the parser is past the end of the document element
+    bool m_input_ending = false;    // the parser is told that the input has ended
     parser_fault m_pending_fault;   // the first fault, delivered when its token is consumed
 
     size_t m_next = 0;  // the next token to consume

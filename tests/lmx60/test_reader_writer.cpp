@@ -150,6 +150,26 @@ TEST(ReaderHostileInput, MalformedDocumentsFailWithACodeAndALine)
     }
 }
 
+TEST(ReaderHostileInput, AnEmptyOrCutShortDocumentIsCalledSo)
+{
+    auto fault_of = [](const std::string& xml) {
+        lmx60::c_xml_reader_memory reader(xml.data(), xml.size());
+        reader.set_ns_map(kMap);
+        lmx60::elmx_error code = lmx60::ELMX_OK;
+        try {
+            code = reader.read_document_element();
+            while (code == lmx60::ELMX_OK && reader.current() != lmx60::c_xml_reader::tok_eof)
+                reader.advance();
+        } catch (const lmx60::c_lmx_reader_exception& e) {
+            code = e.get_error();
+        }
+        return std::to_string(code) + " " + reader.get_debug_error().item_name;
+    };
+    EXPECT_EQ(fault_of(""), "6 Document is empty");
+    EXPECT_EQ(fault_of("<?xml version='1.0'?>\n<!-- nothing -->\n"), "6 Document is empty");
+    EXPECT_EQ(fault_of("<a>\n<b>\n<c/>\n"), "2 Premature end of data: the element begun on line 2 is not closed");
+}
+
 TEST(ReaderHostileInput, DeepNestingIsRefusedNotRecursedInto)
 {
     std::string xml;

@@ -92,19 +92,25 @@ const char* const kFileTypes[] = {
 // what it cannot say is that the first part, when given, names a language. Its documentation asks
 // for a file type; tools commonly write the language itself ("verilog" for verilogSource), which
 // names the same thing, so both are taken. What is left is mostly a tool or vendor name written in
-// the wrong part ("vcs.example.com::"). A '*' stands for any, as in the tool part.
+// the wrong part ("vcs.example.com::"). A '*' stands for any, as in the tool part. Languages are
+// written in either case ("VHDL", "SystemC"), so case does not count.
 bool language_known(const std::string& identifier)
 {
     std::string language = identifier.substr(0, identifier.find(':'));
     if (language.empty() || language.find('*') != std::string::npos)
         return true;
-    const std::string suffix = "Source";
+    auto same = [](std::string_view a, std::string_view b) {
+        return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+                   return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+               });
+    };
+    const std::string_view suffix = "Source";
     for (const char* type : kFileTypes) {
-        std::string name = type;
-        if (language == name)
+        std::string_view name = type;
+        if (same(language, name))
             return true;
-        if (name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0 &&
-            language == name.substr(0, name.size() - suffix.size()))
+        if (name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix &&
+            same(language, name.substr(0, name.size() - suffix.size())))
             return true;
     }
     return false;

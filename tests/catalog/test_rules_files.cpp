@@ -209,14 +209,15 @@ TEST_P(FileRule, ReportsTheFaultAtItsElementAndKeepsQuietOnceMended)
 INSTANTIATE_TEST_SUITE_P(Rules, FileRule, testing::ValuesIn(cases()),
                          [](const testing::TestParamInfo<Case>& test) { return std::string(test.param.name); });
 
-TEST(EnvironmentIdentifiers, AcceptAnEmptyOrWildcardLanguageAFileTypeOrItsLanguage)
+TEST(EnvironmentIdentifiers, AcceptAnEmptyOrWildcardLanguageAFileTypeOrItsLanguageInEitherCase)
 {
     // The schema's pattern has no '-', so the file types with versions cannot be named at all.
     for (const char* environment : {"::", ":*Simulation:", "*:*Synthesis:", "vhdlSource:ghdl.example.com:",
                                     "systemVerilogSource::", "SDC:*:*", "verilog:*:*",
-                                    "vhdl:ghdl.example.com:", "systemC::", "cpp::"})
+                                    "vhdl:ghdl.example.com:", "systemC::", "cpp::", "VHDL::", "Verilog::",
+                                    "SystemC:*:*"})
         EXPECT_TRUE(run("view.env-identifier", {{"ip.xml", ip(environment, "top_v")}}).empty()) << environment;
-    for (const char* environment : {"Verilog::", "vhdl93::", "SDCSource::", "modelsim.example.com::"})
+    for (const char* environment : {"vhdl93::", "SDCSource::", "modelsim.example.com::"})
         EXPECT_EQ(run("view.env-identifier", {{"ip.xml", ip(environment, "top_v")}}).size(), 1u) << environment;
 }
 

@@ -132,6 +132,16 @@ private:
 
     void memory_map(const HIPGSMemoryMapType& map)
     {
+        map_content(map);
+        // A remap lays out the same kinds of blocks for one remap state.
+        for (size_t i = 0; i < map.sizeMemoryRemap(); ++i)
+            map_content(map.getMemoryRemap(i));
+        vendor_blocks(map);
+    }
+
+    template <class Map>
+    void map_content(const Map& map)
+    {
         for (size_t i = 0; i < map.sizeMemoryMap(); ++i) {
             const HIPGSMemoryMap& item = map.getMemoryMap(i);
             if (item.isSetAddressBlock())
@@ -139,7 +149,6 @@ private:
             else if (item.isSetBank())
                 bank(item.getBank().getBankBase());
         }
-        vendor_blocks(map);
     }
 
     void address_block(const HIPGSAddressBlockType& block)

@@ -160,6 +160,37 @@ TEST(CliInfo, CountsWhatTheExampleComponentHolds)
     EXPECT_EQ(found, expected);
 }
 
+TEST(CliInfo, CountsBlocksAndRegistersInBanksRegisterFilesAndRemaps)
+{
+    const std::string xml = R"(<?xml version="1.0" encoding="UTF-8"?>
+<spirit:component xmlns:spirit="http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009">
+  <spirit:vendor>v</spirit:vendor><spirit:library>l</spirit:library><spirit:name>c</spirit:name><spirit:version>1</spirit:version>
+  <spirit:remapStates><spirit:remapState><spirit:name>s</spirit:name></spirit:remapState></spirit:remapStates>
+  <spirit:memoryMaps><spirit:memoryMap><spirit:name>mm</spirit:name>
+    <spirit:bank spirit:bankAlignment="serial"><spirit:name>bk</spirit:name><spirit:baseAddress>0x100</spirit:baseAddress>
+      <spirit:addressBlock><spirit:name>inbank</spirit:name><spirit:range>4</spirit:range><spirit:width>32</spirit:width>
+        <spirit:register><spirit:name>rb</spirit:name><spirit:addressOffset>0</spirit:addressOffset><spirit:size>32</spirit:size></spirit:register>
+      </spirit:addressBlock></spirit:bank>
+    <spirit:addressBlock><spirit:name>b</spirit:name><spirit:baseAddress>0</spirit:baseAddress><spirit:range>16</spirit:range><spirit:width>32</spirit:width>
+      <spirit:registerFile><spirit:name>rf</spirit:name><spirit:addressOffset>0</spirit:addressOffset><spirit:range>8</spirit:range>
+        <spirit:register><spirit:name>r0</spirit:name><spirit:addressOffset>0</spirit:addressOffset><spirit:size>32</spirit:size></spirit:register>
+      </spirit:registerFile></spirit:addressBlock>
+    <spirit:memoryRemap spirit:state="s"><spirit:name>rm</spirit:name>
+      <spirit:addressBlock><spirit:name>b2</spirit:name><spirit:baseAddress>0</spirit:baseAddress><spirit:range>4</spirit:range><spirit:width>32</spirit:width>
+        <spirit:register><spirit:name>r9</spirit:name><spirit:addressOffset>0</spirit:addressOffset><spirit:size>32</spirit:size></spirit:register>
+      </spirit:addressBlock></spirit:memoryRemap>
+  </spirit:memoryMap></spirit:memoryMaps>
+</spirit:component>
+)";
+    scratch_directory dir;
+    std::ofstream(dir / "remaps.xml") << xml;
+    HIPGSpirit::HIPGSTop document;
+    ASSERT_TRUE(ipxact_cli::read_document((dir / "remaps.xml").string(), document).empty());
+    ipxact_cli::document_summary summary = ipxact_cli::summarize(document);
+    EXPECT_EQ(ipxact_cli::count_of(summary, "address blocks"), 3u);
+    EXPECT_EQ(ipxact_cli::count_of(summary, "registers"), 3u);
+}
+
 TEST(CliInfo, PrintsEachDocumentsSummary)
 {
     scratch_directory dir;

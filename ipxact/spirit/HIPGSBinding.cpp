@@ -42,6 +42,13 @@ std::unordered_map<name_key, int, name_key_hash>& event_table()
     return table;
 }
 
+// The qualified name of each element event, for faults that must name an element.
+std::vector<std::string>& event_names()
+{
+    static std::vector<std::string> names;
+    return names;
+}
+
 bool accepts(lmx60::c_xml_reader& reader, const MemberInfo& member, int event)
 {
     switch (member.kind) {
@@ -98,14 +105,28 @@ void fill_vendor_slots(lmx60::c_xml_reader& reader, HIPGSBase& obj, const ClassI
             fill_vendor_slot(reader, obj, info.members[i], info.members[i + 1]);
 }
 
+// What a missing member is called in a fault: its element, or for content read in place (a group,
+// an anonymous compositor) the elements that can begin it, since a group's name is no element.
+std::string missing_item(const MemberInfo& member)
+{
+    if (!is_in_place(member) || !member.first_events)
+        return member.qname ? member.qname : kAnonymousCompositor;
+    const std::vector<std::string>& names = event_names();
+    std::string item;
+    for (const int32_t* event = member.first_events; *event; ++event) {
+        if (*event < 0 || static_cast<size_t>(*event) >= names.size() || names[*event].empty())
+            continue;
+        item += (item.empty() ? "" : " or ") + names[*event];
+    }
+    return item.empty() ? std::string(member.qname ? member.qname : kAnonymousCompositor) : item;
+}
+
 // The source of a fault is reported at the element being read.
 void report_missing(lmx60::c_xml_reader& reader, const MemberInfo& member)
 {
-    if (member.kind == MemberKind::choice)
-        reader.capture_error(lmx60::ELMX_NO_CHOICE_ALTERNATIVE, kAnonymousCompositor, __FILE__, __LINE__);
-    else
-        reader.capture_error(lmx60::ELMX_REQUIRED_ELEMENT_MISSING, member.qname ? member.qname : "", __FILE__,
-                             __LINE__);
+    lmx60::elmx_error code =
+        member.kind == MemberKind::choice ? lmx60::ELMX_NO_CHOICE_ALTERNATIVE : lmx60::ELMX_REQUIRED_ELEMENT_MISSING;
+    reader.capture_error(code, missing_item(member), __FILE__, __LINE__);
 }
 
 // Reads one occurrence and leaves the reader on the token after it.
@@ -503,8 +524,16 @@ lmx60::elmx_error check_set_value(const lmx60::c_restriction& restriction, const
 
 void register_element_events(const lmx60::s_event_map* table)
 {
-    for (; table && table->name; ++table)
+    for (; table && table->name; ++table) {
         event_table()[name_key{table->ns_id, std::string_view(table->name, table->length)}] = table->event;
+        std::vector<std::string>& names = event_names();
+        if (table->event < 0)
+            continue;
+        if (names.size() <= static_cast<size_t>(table->event))
+            names.resize(static_cast<size_t>(table->event) + 1);
+        const char* prefix = table->ns_id == kSpiritNamespaceId ? "spirit:" : table->ns_id == kVorlixNamespaceId ? "vorlix:" : "";
+        names[table->event] = prefix + std::string(table->name, table->length);
+    }
 }
 
 int element_event(lmx60::c_xml_reader& reader)

@@ -27,7 +27,8 @@ struct LoadOptions {
     /// File name extensions searched for inside directories, compared without regard to case.
     /// Files named directly are read whatever their extension.
     std::vector<std::string> extensions = {".xml", ".ipxact", ".spirit"};
-    /// Told now and then, from the calling thread, how many of the files found have been read.
+    /// Told from the calling thread how many of the files found have been read: about ten times a
+    /// second while files remain (not at all for a load quicker than that), and once at the end.
     std::function<void(size_t done, size_t total)> progress;
 };
 

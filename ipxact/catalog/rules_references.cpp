@@ -1,5 +1,7 @@
 // Rules about documents as a whole and the references between them: identifiers defined once,
 // references that resolve to a document of the kind their element names, no cycles.
+#include <regex>
+
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/rule.h>
 
@@ -13,6 +15,27 @@ std::string described(const Reference& reference)
     return reference.element + (reference.pattern ? " pattern " : " ") + reference.target.to_string();
 }
 
+// The first written part of a pattern that is no regular expression (as the catalog compiles them),
+// with the reason; empty when every part compiles.
+std::string pattern_fault(const Reference& reference)
+{
+    if (!reference.pattern)
+        return std::string();
+    const char* const names[4] = {"vendor", "library", "name", "version"};
+    const std::string* parts[4] = {&reference.target.vendor, &reference.target.library, &reference.target.name,
+                                   &reference.target.version};
+    for (int i = 0; i < 4; ++i) {
+        if (!(reference.written & (1u << i)))
+            continue;
+        try {
+            std::regex compiled(*parts[i]);
+        } catch (const std::regex_error& e) {
+            return std::string(names[i]) + " '" + *parts[i] + "' is no regular expression (" + e.what() + ")";
+        }
+    }
+    return std::string();
+}
+
 class UnresolvedReference : public Rule {
 public:
     const char* id() const override { return "reference.unresolved"; }
@@ -23,12 +46,31 @@ public:
     void check(RuleContext& context) const override
     {
         for (const Reference& reference : context.document().references()) {
-            if (context.resolve(reference))
+            if (context.resolve(reference) || !pattern_fault(reference).empty())
                 continue;
             std::string message = reference.pattern
                                       ? described(reference) + " matches no loaded " + kinds_name(reference.expected)
                                       : described(reference) + " is not loaded";
             context.report(Severity::note, reference.path, message);
+        }
+    }
+};
+
+// A pattern that does not compile matches nothing: a typo would otherwise pass as a reference to
+// a document that is merely not loaded.
+class PatternSyntax : public Rule {
+public:
+    const char* id() const override { return "reference.pattern"; }
+    const char* description() const override
+    {
+        return "every part of a vendor pattern reference is a regular expression";
+    }
+    void check(RuleContext& context) const override
+    {
+        for (const Reference& reference : context.document().references()) {
+            std::string fault = pattern_fault(reference);
+            if (!fault.empty())
+                context.report(Severity::error, reference.path, reference.element + " pattern: " + fault);
         }
     }
 };
@@ -105,6 +147,7 @@ public:
 }  // namespace
 
 IPXACT_CATALOG_RULE(UnresolvedReference);
+IPXACT_CATALOG_RULE(PatternSyntax);
 IPXACT_CATALOG_RULE(ReferenceKind);
 IPXACT_CATALOG_RULE(DuplicateIdentifier);
 IPXACT_CATALOG_RULE(ReferenceCycle);

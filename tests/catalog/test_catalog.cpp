@@ -467,6 +467,18 @@ TEST(CatalogReferences, APatternNamesOtherDocumentsAndAPartWrittenEmptyMatchesOn
     EXPECT_NE(extended, &any) << "a pattern matching its own document would make it its own cycle";
     EXPECT_TRUE(catalog.cycles().empty());
     EXPECT_EQ(catalog.resolve(empty.references().at(0)), nullptr) << "vendor=\"\" is no wildcard";
+
+    // A part that is no regular expression is an error of its own, not a reference merely unresolved.
+    const Document& typo = catalog.add_text("t.xml", definition("t", "  <vorlix:extends vorlix:name=\"q(\"/>\n"));
+    const Rule* syntax = RuleRegistry::instance().find("reference.pattern");
+    const Rule* unresolved = RuleRegistry::instance().find("reference.unresolved");
+    ASSERT_TRUE(syntax && unresolved);
+    std::vector<Finding> found = catalog.check(typo, {syntax, unresolved});
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].rule, "reference.pattern");
+    EXPECT_EQ(found[0].severity, Severity::error);
+    EXPECT_NE(found[0].message.find("name 'q(' is no regular expression"), std::string::npos) << found[0].message;
+    EXPECT_TRUE(catalog.check(any, {syntax}).empty());
 }
 
 // ---- rules ----

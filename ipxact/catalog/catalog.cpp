@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <regex>
+#include <stdexcept>
 #include <thread>
 #include <unordered_map>
 #include <unordered_set>
@@ -458,14 +459,22 @@ std::vector<ReferenceSite> Catalog::dangling() const
     return found;
 }
 
+void Catalog::require_own(const Document& document) const
+{
+    if (document.index() >= m_view.size() || m_view[document.index()] != &document)
+        throw std::invalid_argument("the document " + document.file() + " belongs to another catalog");
+}
+
 std::vector<ReferenceSite> Catalog::referrers(const Document& target) const
 {
+    require_own(target);
     auto found = m_index->referrers.find(&target);
     return found == m_index->referrers.end() ? std::vector<ReferenceSite>() : found->second;
 }
 
 Closure Catalog::closure(const Document& top) const
 {
+    require_own(top);
     Closure result;
     enum class Mark : unsigned char { none, open, done };
     std::vector<Mark> marks(m_view.size(), Mark::none);
@@ -514,6 +523,7 @@ std::vector<std::vector<const Document*>> Catalog::cycles() const
 
 std::vector<Finding> Catalog::check(const Document& document, const std::vector<const Rule*>& rules) const
 {
+    require_own(document);
     std::vector<const Rule*> chosen = rules.empty() ? RuleRegistry::instance().rules() : rules;
     std::vector<Finding> findings;
     if (!document.read_cleanly())

@@ -100,6 +100,8 @@ public:
     /// Every reference that names no loaded document.
     std::vector<ReferenceSite> dangling() const;
     /// Every reference that names `target` (reverse references: who uses this bus definition).
+    /// This and the other queries taking a document throw std::invalid_argument for a document of
+    /// another catalog.
     std::vector<ReferenceSite> referrers(const Document& target) const;
     /// Everything `top` needs, transitively, in dependency order, with what is missing and the
     /// cycles met.
@@ -122,6 +124,7 @@ public:
 private:
     struct Index;
     void reindex();
+    void require_own(const Document& document) const;
     Document& adopt(std::unique_ptr<Document> document);
 
     std::vector<std::unique_ptr<Document>> m_documents;

@@ -347,6 +347,19 @@ TEST(CatalogReferences, ReverseReferencesListWhoUsesADocument)
     EXPECT_EQ(users[0].reference->element, "spirit:busType");
 }
 
+TEST(CatalogReferences, ADocumentOfAnotherCatalogIsRefused)
+{
+    Catalog small, large;
+    large.add_text("apb.xml", bus_definition("apb"));
+    large.add_text("b.xml", component("b", "apb"));
+    const Document& foreign = *large.documents().back();
+    small.add_text("a.xml", component("a", "apb"));
+    EXPECT_THROW(small.closure(foreign), std::invalid_argument);
+    EXPECT_THROW(small.check(foreign), std::invalid_argument);
+    EXPECT_THROW(small.referrers(foreign), std::invalid_argument);
+    EXPECT_EQ(large.closure(foreign).order.size(), 2u);
+}
+
 TEST(CatalogReferences, ClosureListsDependenciesFirstAndWhatIsMissing)
 {
     Catalog catalog;

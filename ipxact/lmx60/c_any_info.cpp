@@ -1,5 +1,7 @@
 #include <ipxact/lmx60/c_any_info.h>
 
+#include <utility>
+
 namespace lmx60 {
 
 void c_any_info::set(const std::string& nsUri, const std::string& localName, const std::string& xml)
@@ -27,6 +29,7 @@ void c_any_info::swap(c_any_info& other) noexcept
     m_ns_uri.swap(other.m_ns_uri);
     m_local_name.swap(other.m_local_name);
     m_xml.swap(other.m_xml);
+    std::swap(m_source_line, other.m_source_line);
 }
 
 }  // namespace lmx60

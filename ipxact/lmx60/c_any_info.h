@@ -20,6 +20,10 @@ public:
     // The qualified name as the text spells it ("vorlix:portInfo").
     std::string get_qname() const;
     const std::string& get_xml() const { return m_xml; }
+    // The line of the document it was read from where the element began (its text's line 1); 0 for
+    // an element made in memory. Not part of its value: equal elements may come from other lines.
+    int get_source_line() const { return m_source_line; }
+    void set_source_line(int line) { m_source_line = line; }
 
     bool operator==(const c_any_info& other) const;
     bool operator!=(const c_any_info& other) const { return !(*this == other); }
@@ -29,6 +33,7 @@ private:
     std::string m_ns_uri;
     std::string m_local_name;
     std::string m_xml;
+    int m_source_line = 0;
 };
 
 // An attribute kept as read, for elements that admit attributes of other namespaces.

@@ -1129,6 +1129,7 @@ void c_xml_reader::capture_element(c_any_info* out)
     xml.insert(declarationsEnd, outer);
     m_token = tok_end;
     out->set(uri, local, xml);
+    out->set_source_line(root.line);
 }
 
 elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item, const char* file, int sourceLine)

@@ -93,6 +93,10 @@ public:
     // Records the fault and asks the handler what to do; with no handler a non-zero code unwinds
     // the read with c_lmx_reader_exception.
     elmx_error capture_error(elmx_error code, const std::string& item, const char* file, int line);
+    // The same for a fault at another line of the document than the reader's own (one found in a
+    // copy of an element read again on its own).
+    elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
+                                int documentLine);
     void set_error_handler(reader_error_handler handler) { m_handler = std::move(handler); }
     bool has_error_handler() const { return static_cast<bool>(m_handler); }
     // Lets a host note where elements stand (a line index for its own diagnostics) while a document
@@ -243,8 +247,6 @@ private:
     void fail_from_parser();
     void refuse_entity_reference(int documentLine);
     void refuse_external_subset(const token_record& doctype);
-    elmx_error capture_error_at(elmx_error code, const std::string& item, const char* file, int sourceLine,
-                                int documentLine);
     void take_attribute_name();
     // ns_id_of_uri for the parser's interned URIs, whose addresses identify them.
     int interned_ns_id(const char* uri) const;

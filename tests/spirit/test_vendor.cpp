@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include <ipxact/spirit/HIPGSpirit.h>
 
@@ -77,6 +78,31 @@ TEST(TypedVendorSlots, FirstMatchFillsTheSlotAndIsWrittenFirstTheRestKeepTheirOr
     if (corpus::have_xmllint() && !corpus::documents().empty()) {
         EXPECT_EQ(corpus::schema_errors(written), "");
     }
+}
+
+TEST(TypedVendorSlots, FaultsInsideASlotStandAtTheirOwnLinesAndTheDocumentsHandlerDecides)
+{
+    const std::string xml = kHead +
+                            "    <spirit:vendorExtensions>\n"
+                            "      <vorlix:registerInfo>\n"
+                            "        <vorlix:enablement><vorlix:isEnabled>maybe</vorlix:isEnabled></vorlix:enablement>\n"
+                            "        <vorlix:bogus/>\n"
+                            "      </vorlix:registerInfo>\n"
+                            "    </spirit:vendorExtensions>\n" + kTail;
+    HIPGSAddressBlock stopped;
+    lmx60::s_debug_error debug;
+    EXPECT_NE(stopped.unmarshal(xml.data(), xml.size(), &debug), lmx60::ELMX_OK);
+    EXPECT_EQ(debug.document_line, 14) << debug.to_string();
+
+    std::vector<int> lines;
+    lmx60::c_xml_reader_memory reader(xml.data(), xml.size());
+    reader.set_error_handler([&lines](lmx60::elmx_error, const std::string&, int line) {
+        lines.push_back(line);
+        return lmx60::ELMX_OK;
+    });
+    HIPGSAddressBlock continued;
+    EXPECT_EQ(continued.unmarshal(reader), lmx60::ELMX_OK);
+    EXPECT_EQ(lines, (std::vector<int>{14, 15})) << "each fault at its line, none at the register's";
 }
 
 TEST(TypedVendorSlots, VendorExtensionsAreWrittenOnlyWhileSlotOrOpenContentHoldsSomething)

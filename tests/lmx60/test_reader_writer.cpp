@@ -89,6 +89,21 @@ TEST(ReaderNamespaces, ElementsAreIdentifiedByNamespaceNotPrefix)
     EXPECT_EQ(reader.element_ns_id(), -1) << "no namespace at all";
 }
 
+namespace {
+
+// The first child of the document element, captured whole; the reader stands after it.
+lmx60::c_any_info captured_child(lmx60::c_xml_reader& reader)
+{
+    reader.set_ns_map(kMap);
+    EXPECT_EQ(reader.read_document_element(), lmx60::ELMX_OK);
+    reader.enter();
+    lmx60::c_any_info any;
+    reader.capture_element(&any);
+    return any;
+}
+
+}  // namespace
+
 TEST(ReaderNamespaces, CapturedElementKeepsThePrefixOfAnXsiTypeDeclaredOutsideIt)
 {
     const std::string xml =
@@ -97,11 +112,7 @@ TEST(ReaderNamespaces, CapturedElementKeepsThePrefixOfAnXsiTypeDeclaredOutsideIt
         " xmlns='urn:default'>\n<a:ref><a:in xsi:type=' t:refType '/><a:in xsi:type='plain'/></a:ref>"
         "</s:vendorExtensions>";
     lmx60::c_xml_reader_memory reader(xml.data(), xml.size());
-    reader.set_ns_map(kMap);
-    ASSERT_EQ(reader.read_document_element(), lmx60::ELMX_OK);
-    reader.enter();
-    lmx60::c_any_info any;
-    reader.capture_element(&any);
+    lmx60::c_any_info any = captured_child(reader);
     EXPECT_EQ(any.get_xml(), "<a:ref xmlns:a=\"urn:acme\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
                              "xmlns:t=\"urn:types\" xmlns=\"urn:default\"><a:in xsi:type=\" t:refType \"/>"
                              "<a:in xsi:type=\"plain\"/></a:ref>");
@@ -113,11 +124,7 @@ TEST(ReaderNamespaces, CapturedElementCarriesTheNamespacesItUses)
         "<s:vendorExtensions xmlns:s='http://www.spiritconsortium.org/XMLSchema/SPIRIT/1685-2009'"
         " xmlns:a='urn:acme'>\n<a:note a:level='2'>caf\xC3\xA9 &amp; more</a:note></s:vendorExtensions>";
     lmx60::c_xml_reader_memory reader(xml.data(), xml.size());
-    reader.set_ns_map(kMap);
-    ASSERT_EQ(reader.read_document_element(), lmx60::ELMX_OK);
-    reader.enter();
-    lmx60::c_any_info any;
-    reader.capture_element(&any);
+    lmx60::c_any_info any = captured_child(reader);
     EXPECT_EQ(any.get_namespace(), "urn:acme");
     EXPECT_EQ(any.get_local_name(), "note");
     EXPECT_EQ(any.get_qname(), "a:note");

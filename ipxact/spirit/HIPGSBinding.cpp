@@ -215,9 +215,14 @@ void read_choice(lmx60::c_xml_reader& reader, HIPGSChoiceContent& obj, const Cla
     // Resumed after an element passed over: the alternative read before stands, and only more of
     // its occurrences may follow.
     if (progress.started) {
-        if (const MemberInfo* chosen = alternative_member(info, BindingAccess::choice_id(obj)))
-            while (reader.current() == lmx60::c_xml_reader::tok_start && accepts(reader, *chosen, element_event(reader)))
-                read_member(reader, obj, *chosen);
+        const MemberInfo* chosen = alternative_member(info, BindingAccess::choice_id(obj));
+        while (chosen && reader.current() == lmx60::c_xml_reader::tok_start &&
+               accepts(reader, *chosen, element_event(reader))) {
+            size_t before = reader.token_count();
+            read_member(reader, obj, *chosen);
+            if (reader.token_count() == before)
+                return;
+        }
         return;
     }
     progress.started = true;
@@ -531,7 +536,9 @@ void register_element_events(const lmx60::s_event_map* table)
             continue;
         if (names.size() <= static_cast<size_t>(table->event))
             names.resize(static_cast<size_t>(table->event) + 1);
-        const char* prefix = table->ns_id == kSpiritNamespaceId ? "spirit:" : table->ns_id == kVorlixNamespaceId ? "vorlix:" : "";
+        const char* prefix = table->ns_id == kSpiritNamespaceId   ? "spirit:"
+                             : table->ns_id == kVorlixNamespaceId ? "vorlix:"
+                                                                  : "";
         names[table->event] = prefix + std::string(table->name, table->length);
     }
 }

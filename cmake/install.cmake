@@ -24,7 +24,8 @@ foreach(layer lmx60 common spirit catalog)
           FILES_MATCHING PATTERN "*.h"
           PATTERN "read_document.h" EXCLUDE
           PATTERN "rules_support.h" EXCLUDE
-          PATTERN "rules_tree.h" EXCLUDE)
+          PATTERN "rules_tree.h" EXCLUDE
+          PATTERN "vlnv_pattern.h" EXCLUDE)
 endforeach()
 
 set(IPXACT_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/HIPGSpirit)

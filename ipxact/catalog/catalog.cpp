@@ -4,24 +4,23 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <filesystem>
 #include <mutex>
-#include <optional>
-#include <regex>
 #include <stdexcept>
 #include <thread>
 #include <unordered_map>
 #include <unordered_set>
 
 #include <ipxact/common/HPAParamMgr.h>
+#include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/spirit/HIPGSBase.h>
 #include <ipxact/spirit/HIPGSTop.h>
 
 #include "read_document.h"
+#include "vlnv_pattern.h"
 
 namespace ipxact {
 namespace catalog {
@@ -79,15 +78,10 @@ void parallel_for(size_t count, unsigned threads, const std::function<void(size_
 bool has_extension(const std::filesystem::path& path, const std::vector<std::string>& extensions)
 {
     std::string name = path.filename().string();
-    for (const std::string& extension : extensions) {
-        if (extension.size() >= name.size())
-            continue;
-        bool same = std::equal(extension.rbegin(), extension.rend(), name.rbegin(), [](char a, char b) {
-            return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-        });
-        if (same)
+    for (const std::string& extension : extensions)
+        if (extension.size() < name.size() &&
+            lmx60::same_ignoring_ascii_case(extension, std::string_view(name).substr(name.size() - extension.size())))
             return true;
-    }
     return false;
 }
 
@@ -157,41 +151,6 @@ bool diagnostics_on()
     return !HIPGSpirit::HIPGSBase::get_silent_lmx_errors() &&
            HPAParamMgr::getParamMgr()->getValueAsBool("ib.debugIPXactSchema");
 }
-
-// A reference of the vendor vocabulary whose parts are regular expressions; a part left out
-// matches anything, a part that is no regular expression matches nothing.
-class Pattern {
-public:
-    explicit Pattern(const Reference& reference)
-    {
-        const Vlnv& parts = reference.target;
-        const std::string* texts[4] = {&parts.vendor, &parts.library, &parts.name, &parts.version};
-        for (size_t i = 0; i < 4; ++i) {
-            if (!(reference.written & (1u << i)))
-                continue;
-            try {
-                m_parts[i].emplace(*texts[i]);
-            } catch (const std::regex_error&) {
-                m_valid = false;
-            }
-        }
-    }
-
-    bool matches(const Vlnv& id) const
-    {
-        const std::string* values[4] = {&id.vendor, &id.library, &id.name, &id.version};
-        if (!m_valid)
-            return false;
-        for (size_t i = 0; i < 4; ++i)
-            if (m_parts[i] && !std::regex_match(*values[i], *m_parts[i]))
-                return false;
-        return true;
-    }
-
-private:
-    std::optional<std::regex> m_parts[4];
-    bool m_valid = true;
-};
 
 }  // namespace
 
@@ -299,7 +258,7 @@ void Catalog::reindex()
             } else {
                 // A pattern names other documents: one that matches its own document would make
                 // every extension its own cycle.
-                Pattern pattern(reference);
+                VlnvPattern pattern(reference);
                 for (const Document* candidate : m_view)
                     if (candidate != document && candidate->has_vlnv() &&
                         (reference.expected & kind_bit(candidate->kind())) && pattern.matches(candidate->vlnv())) {
@@ -535,14 +494,16 @@ std::vector<Finding> Catalog::check(const Document& document, const std::vector<
         RuleContext context(*this, document, *rule, findings, scratch);
         // A rule that stops has not checked the document: an error, so that a gate on errors
         // does not pass a document nobody finished checking.
+        auto stopped = [&](const std::string& why) {
+            findings.push_back({"rule.failed", Severity::error, document.file(), 0, "",
+                                std::string("rule ") + rule->id() + " stopped: " + why});
+        };
         try {
             rule->check(context);
         } catch (const std::exception& e) {
-            findings.push_back({"rule.failed", Severity::error, document.file(), 0, "",
-                                std::string("rule ") + rule->id() + " stopped: " + e.what()});
+            stopped(e.what());
         } catch (...) {
-            findings.push_back({"rule.failed", Severity::error, document.file(), 0, "",
-                                std::string("rule ") + rule->id() + " stopped: it threw something that is no std::exception"});
+            stopped("it threw something that is no std::exception");
         }
     }
     std::sort(findings.begin(), findings.end(), finding_less);

@@ -9,6 +9,7 @@
 
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/rule.h>
+#include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/spirit/HIPGSAbstractorType.h>
 #include <ipxact/spirit/HIPGSComponentType.h>
 #include <ipxact/spirit/HIPGSGeneratorChain.h>
@@ -99,11 +100,7 @@ bool language_known(const std::string& identifier)
     std::string language = identifier.substr(0, identifier.find(':'));
     if (language.empty() || language.find('*') != std::string::npos)
         return true;
-    auto same = [](std::string_view a, std::string_view b) {
-        return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-                   return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-               });
-    };
+    auto same = lmx60::same_ignoring_ascii_case;
     const std::string_view suffix = "Source";
     for (const char* type : kFileTypes) {
         std::string_view name = type;

@@ -1,9 +1,9 @@
 // Rules about documents as a whole and the references between them: identifiers defined once,
 // references that resolve to a document of the kind their element names, no cycles.
-#include <regex>
-
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/rule.h>
+
+#include "vlnv_pattern.h"
 
 namespace ipxact {
 namespace catalog {
@@ -15,25 +15,10 @@ std::string described(const Reference& reference)
     return reference.element + (reference.pattern ? " pattern " : " ") + reference.target.to_string();
 }
 
-// The first written part of a pattern that is no regular expression (as the catalog compiles them),
-// with the reason; empty when every part compiles.
+// Why a pattern reference cannot match, as the catalog compiles it; empty when it can.
 std::string pattern_fault(const Reference& reference)
 {
-    if (!reference.pattern)
-        return std::string();
-    const char* const names[4] = {"vendor", "library", "name", "version"};
-    const std::string* parts[4] = {&reference.target.vendor, &reference.target.library, &reference.target.name,
-                                   &reference.target.version};
-    for (int i = 0; i < 4; ++i) {
-        if (!(reference.written & (1u << i)))
-            continue;
-        try {
-            std::regex compiled(*parts[i]);
-        } catch (const std::regex_error& e) {
-            return std::string(names[i]) + " '" + *parts[i] + "' is no regular expression (" + e.what() + ")";
-        }
-    }
-    return std::string();
+    return reference.pattern ? VlnvPattern(reference).fault() : std::string();
 }
 
 class UnresolvedReference : public Rule {

@@ -140,6 +140,12 @@ std::string_view trim_xml_whitespace(std::string_view text) {
   return text;
 }
 
+bool same_ignoring_ascii_case(std::string_view a, std::string_view b) {
+  auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) { return lower(x) == lower(y); });
+}
+
 void apply_whitespace(std::string& value, elmx_whitespace rule) {
   if (rule == ews_preserve) return;
   if (rule == ews_replace) {

@@ -18,6 +18,9 @@ bool is_xml_whitespace(char c);
 // The view without leading and trailing XML whitespace; what every simple
 // type other than string sees of its text.
 std::string_view trim_xml_whitespace(std::string_view text);
+// Whether two texts are the same but for the case of ASCII letters (file name extensions, language
+// names).
+bool same_ignoring_ascii_case(std::string_view a, std::string_view b);
 
 void apply_whitespace(std::string& value, elmx_whitespace rule);
 

@@ -29,6 +29,15 @@ std::string apb_definition(const std::string& tail)
            tail + "</spirit:abstractionDefinition>\n";
 }
 
+// A bus definition whose identifier takes lines 3 and 4; `body` follows from line 5.
+std::string bus_definition(const std::string& body)
+{
+    return kDeclaration + "<spirit:busDefinition xmlns:spirit=\"" + kSpirit + "\">\n" +
+           "<spirit:vendor>v</spirit:vendor><spirit:library>l</spirit:library>\n"
+           "<spirit:name>apb</spirit:name><spirit:version>1.0</spirit:version>\n" +
+           body + "</spirit:busDefinition>\n";
+}
+
 const std::string kPorts = "  <spirit:ports>\n"
                            "    <spirit:port>\n"
                            "      <spirit:logicalName>PCLK</spirit:logicalName>\n"
@@ -92,13 +101,9 @@ TEST(RequiredChildren, MissingOneFailsWith21UnlessTheHandlerCarriesOn)
 
 TEST(UnexpectedElements, AContinuingReadResumesAfterOneAndCountsNothingReadBeforeItAsMissing)
 {
-    const std::string xml = kDeclaration + "<spirit:busDefinition xmlns:spirit=\"" + kSpirit + "\">\n" +
-                            "<spirit:vendor>v</spirit:vendor><spirit:library>l</spirit:library>\n"
-                            "<spirit:name>apb</spirit:name><spirit:version>1.0</spirit:version>\n"
-                            "<spirit:stray/>\n"
-                            "<spirit:directConnection>true</spirit:directConnection>\n"
-                            "<spirit:isAddressable>true</spirit:isAddressable>\n"
-                            "</spirit:busDefinition>\n";
+    const std::string xml = bus_definition("<spirit:stray/>\n"
+                                           "<spirit:directConnection>true</spirit:directConnection>\n"
+                                           "<spirit:isAddressable>true</spirit:isAddressable>\n");
     HIPGSBusDefinition bus;
     std::vector<fault> faults;
     EXPECT_EQ(read_continuing(xml, &bus, &faults), lmx60::ELMX_OK);
@@ -247,13 +252,10 @@ TEST(Values, EnumeratedVendorElementsRefuseUnlistedText)
 
 TEST(Values, RefusedUnderAContinuingHandlerAreNotStored)
 {
-    const std::string xml = kDeclaration + "<spirit:busDefinition xmlns:spirit=\"" + kSpirit + "\">\n" +
-                            "<spirit:vendor>v</spirit:vendor><spirit:library>l</spirit:library>\n"
-                            "<spirit:name>apb</spirit:name><spirit:version>1.0</spirit:version>\n"
-                            "<spirit:directConnection>true</spirit:directConnection>\n"
-                            "<spirit:isAddressable>false</spirit:isAddressable>\n"
-                            "<spirit:maxMasters>many</spirit:maxMasters><spirit:maxSlaves>16</spirit:maxSlaves>\n"
-                            "</spirit:busDefinition>\n";
+    const std::string xml = bus_definition(
+        "<spirit:directConnection>true</spirit:directConnection>\n"
+        "<spirit:isAddressable>false</spirit:isAddressable>\n"
+        "<spirit:maxMasters>many</spirit:maxMasters><spirit:maxSlaves>16</spirit:maxSlaves>\n");
     HIPGSBusDefinition bus;
     std::vector<fault> faults;
     EXPECT_EQ(read_continuing(xml, &bus, &faults), lmx60::ELMX_OK);

@@ -23,6 +23,7 @@ foreach(layer lmx60 common spirit catalog)
           COMPONENT development
           FILES_MATCHING PATTERN "*.h"
           PATTERN "read_document.h" EXCLUDE
+          PATTERN "recent_by_address.h" EXCLUDE
           PATTERN "rules_support.h" EXCLUDE
           PATTERN "rules_tree.h" EXCLUDE
           PATTERN "vlnv_pattern.h" EXCLUDE)

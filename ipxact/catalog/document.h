@@ -43,6 +43,8 @@ struct Reference {
     std::string path;     ///< its element path
 };
 
+struct ReadValues;
+
 /// A document read into the catalog.
 ///
 /// Documents are made by Catalog only and live as long as it does; a `const Document*` obtained
@@ -93,6 +95,7 @@ private:
     std::unique_ptr<HIPGSpirit::HIPGSTop> m_top;
     LineIndex m_lines;
     std::vector<Reference> m_references;
+    std::unique_ptr<ReadValues> m_values;  // for the catalog's rules
     uint64_t m_size = 0;
     size_t m_index = 0;
 };

@@ -11,8 +11,12 @@
 #include <ipxact/lmx60/lmx60_error.h>
 #include <ipxact/spirit/HIPGSBinding.h>
 #include <ipxact/spirit/HIPGSNamespaces.h>
+#include <ipxact/spirit/HIPGSStructure.h>
 #include <ipxact/spirit/HIPGSTop.h>
 #include <ipxact/spirit/HIPGSVersionedIdentifier.h>
+
+#include "recent_by_address.h"
+#include "rules_tree.h"
 
 namespace ipxact {
 namespace catalog {
@@ -111,11 +115,12 @@ private:
     const char* m_vorlix = nullptr;
 };
 
-// Watches the elements a reader moves onto: notes their lines and the references among them.
-class Observer {
+// Watches the elements a reader moves onto and the values the objects take from them: notes their
+// lines, the references among them and where each value stands.
+class Observer : public HIPGSpirit::ReadObserver {
 public:
-    Observer(lmx60::c_xml_reader& reader, LineIndex& lines, std::vector<Reference>& references)
-        : m_reader(reader), m_builder(lines), m_lines(lines), m_references(references)
+    Observer(lmx60::c_xml_reader& reader, LineIndex& lines, std::vector<Reference>& references, ReadValues& values)
+        : m_reader(reader), m_builder(lines), m_lines(lines), m_references(references), m_values(values)
     {
     }
 
@@ -123,6 +128,8 @@ public:
     {
         m_builder.element(level, local, line);
         NamespaceOf::Which ns = m_namespace(uri);
+        if (ns != NamespaceOf::spirit)
+            m_values.foreign.push_back(m_builder.current());
         if (level == 1) {
             m_root_ns = ns;
             m_root_local = local;
@@ -158,6 +165,16 @@ public:
                 below += "[" + std::to_string(inner.position) + "]";
         }
         vendor_reference(local, line, below);
+    }
+
+    void attribute(const char*, const char*, const HIPGSpirit::ValueSite& value) override { note(value); }
+    void text(const HIPGSpirit::ValueSite& value) override { note(value); }
+    // Of texts, only those some rule reads: most elements (offsets, widths, descriptions) are read
+    // by typed code or by none. The parser interns element names, so one is known by its address.
+    bool wants_text(const lmx60::c_xml_reader& reader) override
+    {
+        const char* local = reader.element_local_name();
+        return m_texts_read.find(local, [local] { return RulesTree::text_is_read(local); });
     }
 
     void finish() { m_builder.finish(); }
@@ -225,10 +242,17 @@ private:
         m_references.push_back(std::move(reference));
     }
 
+    void note(const HIPGSpirit::ValueSite& value)
+    {
+        m_values.values.push_back({m_builder.current(), value.index, value.owner, value.member});
+    }
+
     lmx60::c_xml_reader& m_reader;
     LineIndex::Builder m_builder;
     const LineIndex& m_lines;
     std::vector<Reference>& m_references;
+    ReadValues& m_values;
+    RecentByAddress<bool, 127> m_texts_read;  // by element name
     NamespaceOf m_namespace;
     NamespaceOf::Which m_root_ns = NamespaceOf::none;
     std::string m_root_local;
@@ -270,7 +294,7 @@ bool identifier_of(const HIPGSpirit::HIPGSBase* root, Vlnv* id)
 
 }  // namespace
 
-Document::Document() = default;
+Document::Document() : m_values(new ReadValues()) {}
 
 Document::~Document() = default;
 
@@ -295,7 +319,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         document->m_size = fileReader->file_size();
     }
 
-    Observer observer(*reader, document->m_lines, document->m_references);
+    Observer observer(*reader, document->m_lines, document->m_references, *document->m_values);
     std::vector<Finding> faults;
     reader->set_element_observer([&observer](size_t level, const char* uri, const char* local, int line) {
         observer.element(level, uri, local, line);
@@ -310,6 +334,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
     });
     lmx60::elmx_error result;
     try {
+        HIPGSpirit::ObservedReading observing(*reader, observer);
         result = document->m_top->unmarshal(*reader);
     } catch (const std::exception& e) {
         // Reading returns codes; anything thrown is a fault of the library, reported, not fatal.
@@ -350,6 +375,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         document->m_vlnv = Vlnv();
 
     document->m_references.shrink_to_fit();
+    document->m_values->values.shrink_to_fit();
     return document;
 }
 

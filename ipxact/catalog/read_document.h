@@ -3,6 +3,7 @@
 #ifndef IPXACT_CATALOG_READ_DOCUMENT_H
 #define IPXACT_CATALOG_READ_DOCUMENT_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,9 +11,28 @@
 
 #include <ipxact/catalog/document.h>
 #include <ipxact/catalog/finding.h>
+#include <ipxact/catalog/line_index.h>
+
+namespace HIPGSpirit {
+class HIPGSBase;
+struct MemberInfo;
+}
 
 namespace ipxact {
 namespace catalog {
+
+// Where the values the objects hold stand in the line index, noted while the document was read:
+// the catalog's rules lay out their tree from it and the line index without walking the objects.
+struct ReadValues {
+    struct Value {
+        LineIndex::Node node;  // the element holding the attribute, or whose text it is
+        uint32_t index;        // the occurrence of the member
+        const HIPGSpirit::HIPGSBase* owner;
+        const HIPGSpirit::MemberInfo* member;
+    };
+    std::vector<Value> values;             // in document order
+    std::vector<LineIndex::Node> foreign;  // elements outside the standard's namespace, in order
+};
 
 struct DocumentAccess {
     // A document, or null when the file was passed over (not IP-XACT) or could not be opened; the
@@ -20,6 +40,7 @@ struct DocumentAccess {
     static std::unique_ptr<Document> read(const std::string& file, const std::string_view* text,
                                           std::vector<Finding>& findings);
     static void set_index(Document& document, size_t index) { document.m_index = index; }
+    static const ReadValues& values(const Document& document) { return *document.m_values; }
 };
 
 }  // namespace catalog

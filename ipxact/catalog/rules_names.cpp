@@ -73,6 +73,12 @@ const NameSet kNameSets[] = {
      "interconnection configurations"},
 };
 
+const bool kKeysRead = [] {
+    for (const NameSet& set : kNameSets)
+        RulesTree::reads_field(set.members, set.key);
+    return true;
+}();
+
 class UniqueNames : public Rule {
 public:
     const char* id() const override { return "names.unique"; }

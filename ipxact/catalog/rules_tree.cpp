@@ -4,6 +4,8 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <set>
+#include <stdexcept>
 #include <string_view>
 #include <unordered_map>
 
@@ -14,6 +16,9 @@
 #include <ipxact/spirit/HIPGSNamespaces.h>
 #include <ipxact/spirit/HIPGSStructure.h>
 #include <ipxact/spirit/HIPGSTop.h>
+
+#include "read_document.h"
+#include "recent_by_address.h"
 
 namespace ipxact {
 namespace catalog {
@@ -60,28 +65,6 @@ struct NameId {
     const char* text = nullptr;
 };
 
-// The answers last given for a few hundred addresses, in front of a slower lookup: the same few
-// texts (the binding's names, the rules' expressions) are asked for again and again.
-template <class Value, size_t Size>
-class RecentByAddress {
-public:
-    template <class Lookup>
-    Value find(const void* address, Lookup lookup)
-    {
-        Slot& slot = m_slots[reinterpret_cast<uintptr_t>(address) % Size];
-        if (slot.address != address)
-            slot = {address, lookup()};
-        return slot.value;
-    }
-
-private:
-    struct Slot {
-        const void* address = nullptr;
-        Value value{};
-    };
-    Slot m_slots[Size];
-};
-
 // A name whose text never changes at its address (the binding's tables, literals): known again by
 // the address in each thread without taking the table's lock.
 NameId lasting_name(const char* text)
@@ -94,6 +77,21 @@ NameId lasting_name(const char* text)
     uint32_t id = names.id(text);
     NameId name{id, names.text(id)};
     known.emplace(text, name);
+    return name;
+}
+
+// A name known by its text (a line index's, which lives no longer than its document): the same ids
+// as lasting_name() gives, found by text in a table of each thread's own.
+NameId text_name(std::string_view text)
+{
+    thread_local std::unordered_map<std::string_view, NameId> known;  // keys view the process-wide table
+    auto found = known.find(text);
+    if (found != known.end())
+        return found->second;
+    Names& names = Names::instance();
+    uint32_t id = names.id(text);
+    NameId name{id, names.text(id)};
+    known.emplace(name.text, name);
     return name;
 }
 
@@ -406,85 +404,11 @@ struct RulesTree::Impl {
 
 namespace {
 
-// Builds the items from a walk over the objects.
-class TreeBuilder : public HIPGSpirit::StructureVisitor {
+// Builds the items from the line index and the values noted while the document was read.
+class TreeBuilder {
 public:
     explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { m_open.push_back({&add(Item::Kind::document), nullptr}); }
 
-    void start_element(const char* ns, const char* local) override
-    {
-        element(cached_name(ns), cached_name(local));
-    }
-    void attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value) override
-    {
-        bool kept = value.member && value.member->kind == HIPGSpirit::MemberKind::any_attribute;
-        Item& attribute = add(Item::Kind::attribute);
-        Item* holder = m_open.back().element;
-        attribute.parent = holder;
-        if (m_last_attribute)
-            m_last_attribute->next_sibling = &attribute;
-        else
-            holder->first_attribute = &attribute;
-        m_last_attribute = &attribute;
-        name(attribute, kept ? own_name(ns) : cached_name(ns), kept ? own_name(local) : cached_name(local));
-        attribute.value = value;
-        if (kept && *ns == '\0')
-            m_impl.unqualified.push_back(&attribute);
-    }
-    void text(const HIPGSpirit::ValueSite& value) override { m_open.back().element->value = value; }
-    void kept_element(const lmx60::c_any_info& any) override
-    {
-        element(own_name(any.get_namespace()), own_name(any.get_local_name()));
-        end_element();
-    }
-    void end_element() override
-    {
-        m_open.back().element->end = m_impl.items.size();
-        m_open.pop_back();
-    }
-
-    // After the walk: the name indexes are filled.
-    void finish()
-    {
-        m_impl.items.front().end = m_impl.items.size();
-        m_impl.elements_named.fill(m_impl.items, m_names,
-                                   [](const Item& item) { return item.kind == Item::Kind::element; });
-        m_impl.attributes_named.fill(m_impl.items, m_names,
-                                     [](const Item& item) { return item.kind == Item::Kind::attribute; });
-    }
-
-private:
-    using Item = RulesTree::Item;
-    struct Open {
-        Item* element;
-        Item* last_child;
-    };
-
-    // lasting_name() behind a small table of this walk's own: a document names the same few hundred
-    // names again and again.
-    NameId cached_name(const char* text)
-    {
-        return m_recent_names.find(text, [text] { return lasting_name(text); });
-    }
-
-    NameId own_name(std::string_view text)
-    {
-        auto found = m_own_ids.find(text);
-        if (found == m_own_ids.end()) {
-            m_impl.own_names.emplace_back(text);
-            auto id = static_cast<uint32_t>(kFirstOwnId + m_impl.own_names.size() - 1);
-            found = m_own_ids.emplace(m_impl.own_names.back(), id).first;
-        }
-        return NameId{found->second, m_impl.own_names[found->second - kFirstOwnId].c_str()};
-    }
-
-    Item& add(Item::Kind kind)
-    {
-        Item& item = m_impl.items.add();
-        item.kind = kind;
-        item.order = m_impl.items.size() - 1;
-        return item;
-    }
     void element(NameId ns, NameId local)
     {
         Item& element = add(Item::Kind::element);
@@ -499,6 +423,72 @@ private:
         m_open.push_back({&element, nullptr});
         m_last_attribute = nullptr;
     }
+    void attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value)
+    {
+        bool kept = value.member->kind == HIPGSpirit::MemberKind::any_attribute;
+        Item& attribute = add(Item::Kind::attribute);
+        Item* holder = m_open.back().element;
+        attribute.parent = holder;
+        if (m_last_attribute)
+            m_last_attribute->next_sibling = &attribute;
+        else
+            holder->first_attribute = &attribute;
+        m_last_attribute = &attribute;
+        name(attribute, kept ? own_name(ns) : cached_name(ns), kept ? own_name(local) : cached_name(local));
+        attribute.value = value;
+        if (kept && *ns == '\0')
+            m_impl.unqualified.push_back(&attribute);
+    }
+    void text(const HIPGSpirit::ValueSite& value) { m_open.back().element->value = value; }
+    void end_element()
+    {
+        m_open.back().element->end = m_impl.items.size();
+        m_open.pop_back();
+    }
+
+    // After the last element: the name indexes are filled.
+    void finish()
+    {
+        m_impl.items.front().end = m_impl.items.size();
+        m_impl.elements_named.fill(m_impl.items, m_names,
+                                   [](const Item& item) { return item.kind == Item::Kind::element; });
+        m_impl.attributes_named.fill(m_impl.items, m_names,
+                                     [](const Item& item) { return item.kind == Item::Kind::attribute; });
+    }
+
+    // A name of an element outside the standard's namespace, which no path step can match.
+    NameId own_name(std::string_view text)
+    {
+        auto found = m_own_ids.find(text);
+        if (found == m_own_ids.end()) {
+            m_impl.own_names.emplace_back(text);
+            auto id = static_cast<uint32_t>(kFirstOwnId + m_impl.own_names.size() - 1);
+            found = m_own_ids.emplace(m_impl.own_names.back(), id).first;
+        }
+        return NameId{found->second, m_impl.own_names[found->second - kFirstOwnId].c_str()};
+    }
+
+private:
+    using Item = RulesTree::Item;
+    struct Open {
+        Item* element;
+        Item* last_child;
+    };
+
+    // lasting_name() behind a small table of this tree's own: a document names the same few
+    // attributes again and again.
+    NameId cached_name(const char* text)
+    {
+        return m_recent_names.find(text, [text] { return lasting_name(text); });
+    }
+
+    Item& add(Item::Kind kind)
+    {
+        Item& item = m_impl.items.add();
+        item.kind = kind;
+        item.order = m_impl.items.size() - 1;
+        return item;
+    }
     void name(Item& item, NameId ns, NameId local)
     {
         item.local_id = local.id;
@@ -509,19 +499,75 @@ private:
                 m_names = std::max(m_names, id + 1);
     }
     RulesTree::Impl& m_impl;
-    RecentByAddress<NameId, 509> m_recent_names;
+    RecentByAddress<NameId, 61> m_recent_names;
     std::vector<Open> m_open;
     std::unordered_map<std::string_view, uint32_t> m_own_ids;
     Item* m_last_attribute = nullptr;
     uint32_t m_names = 0;  // one past the largest name id met
 };
 
+const char* namespace_uri(int32_t ns_id)
+{
+    switch (ns_id) {
+    case HIPGSpirit::kSpiritNamespaceId: return HIPGSpirit::kSpiritNamespaceUri;
+    case HIPGSpirit::kVorlixNamespaceId: return HIPGSpirit::kVorlixNamespaceUri;
+    default: return "";
+    }
+}
+
+// Hands one noted value to the builder: an attribute of the element last begun, or its text.
+void add_value(TreeBuilder& builder, const ReadValues::Value& noted)
+{
+    HIPGSpirit::ValueSite site{noted.owner, noted.member, noted.index};
+    switch (noted.member->kind) {
+    case HIPGSpirit::MemberKind::attribute:
+        builder.attribute(namespace_uri(noted.member->ns_id), noted.member->name, site);
+        return;
+    case HIPGSpirit::MemberKind::any_attribute:
+        if (const lmx60::c_any_attribute* kept = noted.member->ops->item(*noted.owner, noted.index).attribute) {
+            std::string_view qname = kept->qname;
+            size_t colon = qname.find(':');
+            // The local name is a view into the kept qname, which ends where the name does.
+            builder.attribute(kept->ns_uri.c_str(), qname.data() + (colon == qname.npos ? 0 : colon + 1), site);
+        }
+        return;
+    default:
+        builder.text(site);
+        return;
+    }
+}
+
 }  // namespace
 
 RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
 {
+    const LineIndex& lines = document.lines();
+    const ReadValues& noted = DocumentAccess::values(document);
     TreeBuilder builder(*m_impl);
-    HIPGSpirit::walk_structure(document.top(), builder);
+    const NameId spirit{spirit_namespace_id(), HIPGSpirit::kSpiritNamespaceUri};
+    const NameId foreign_ns = builder.own_name("");
+    // The line index names each distinct name once per document: known again by the text's address.
+    RecentByAddress<NameId, 127> names;
+    std::vector<LineIndex::Node> open;
+    auto next_foreign = noted.foreign.begin();
+    auto next_value = noted.values.begin();
+    for (LineIndex::Node node = 0; node < lines.size(); ++node) {
+        for (LineIndex::Node parent = lines.parent(node); !open.empty() && open.back() != parent; open.pop_back())
+            builder.end_element();
+        std::string_view local = lines.name(node);
+        bool foreign = next_foreign != noted.foreign.end() && *next_foreign == node;
+        if (foreign) {
+            ++next_foreign;
+            builder.element(foreign_ns, builder.own_name(local));
+        } else {
+            builder.element(spirit, names.find(local.data(), [local] { return text_name(local); }));
+        }
+        open.push_back(node);
+        for (; next_value != noted.values.end() && next_value->node == node; ++next_value)
+            add_value(builder, *next_value);
+    }
+    for (; !open.empty(); open.pop_back())
+        builder.end_element();
     builder.finish();
     m_impl->ok = m_impl->items.front().first_child != nullptr;
 }
@@ -794,10 +840,50 @@ void append_text(RulesTree::Node element, std::string& out)
 
 }  // namespace
 
+namespace {
+
+// The local names of elements whose text some rule reads; filled while the library loads.
+std::set<std::string, std::less<>>& texts_read()
+{
+    static std::set<std::string, std::less<>> names;
+    return names;
+}
+
+void read_text_at_end_of(const char* expression)
+{
+    for (const Path& path : parse_expression(expression))
+        if (!path.steps.empty() && path.steps.back().test == Step::Test::name)
+            texts_read().emplace(Names::instance().text(path.steps.back().local));
+}
+
+}  // namespace
+
+void RulesTree::reads_text(const char* expression)
+{
+    read_text_at_end_of(expression);
+}
+
+void RulesTree::reads_field(const char* members, const char* key)
+{
+    if (std::strcmp(key, ".") == 0)
+        read_text_at_end_of(members);
+    else if (key[0] != '@')
+        read_text_at_end_of(key);
+}
+
+bool RulesTree::text_is_read(std::string_view local)
+{
+    return texts_read().count(local) > 0;
+}
+
 std::string RulesTree::text(Node node)
 {
     if (!node)
         return std::string();
+    // Reading kept no text for this element: every rule must name what it reads (ReadsText).
+    if (node->kind == Item::Kind::element && !node->value.member && node->ns_id == spirit_namespace_id() &&
+        !text_is_read(node->local))
+        throw std::logic_error(std::string("the text of spirit:") + node->local + " is read by no registered rule");
     if (node->kind == Item::Kind::attribute || !node->first_child)
         return std::string(trim_xml_whitespace(value_of(node)));
     std::string all;

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ipxact {
@@ -16,12 +17,13 @@ namespace catalog {
 
 class Document;
 
-/// The elements, attributes and values of a document's objects, laid out by the binding's structure
-/// walk (the writer's order, nothing written); a value is read from its object when a rule asks
-/// for it. What a rule sees is what the objects hold (the binding's reading already applied), and
-/// the element paths match the document's line index, so findings get the line of the element in
-/// the file. A vendor element kept whole inside
-/// `spirit:vendorExtensions` is one node without children, as it is in the line index.
+/// The elements, attributes and values of a document's objects, laid out from its line index and
+/// the values the binding told of as it read them (a document that read cleanly holds its elements
+/// in document order, as written); a value is read from its object when a rule asks for it. What a
+/// rule sees is what the objects hold (the binding's reading already applied), and the nodes are
+/// the line index's, so findings get the line of the element in the file. A vendor element kept
+/// whole inside `spirit:vendorExtensions`, or read into a typed vendor slot, is one node without
+/// children, as it is in the line index.
 ///
 /// Rules whose checks are structural (names unique among siblings, references inside a document)
 /// are written once over this tree instead of once per element kind over the objects.
@@ -92,6 +94,16 @@ public:
     static std::string attribute(Node element, const char* local);
     /// Whether an element carries that attribute.
     static bool has_attribute(Node element, const char* local);
+
+    /// Reading keeps where the text of an element stands only for the elements some rule reads the
+    /// text of: a rule names them while the library loads (from a namespace-scope initializer),
+    /// before any document is read. reads_text() takes the last element step of each alternative
+    /// of `expression`; reads_field() the element a member's key names below `members`
+    /// ("spirit:name"), or the members themselves for ".". text() of any other element throws.
+    static void reads_text(const char* expression);
+    static void reads_field(const char* members, const char* key);
+    /// Whether some rule reads the text of elements of this local name (of the standard's namespace).
+    static bool text_is_read(std::string_view local);
 
     /// The tree's storage, opaque to rules.
     struct Impl;

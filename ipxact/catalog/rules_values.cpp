@@ -96,6 +96,12 @@ const EnumeratedMember kEnumeratedMembers[] = {
      listed<HIPGSAbstractorMode, &HIPGSAbstractorMode::setAbstractorMode>},
 };
 
+const bool kValuesRead = [] {
+    for (const EnumeratedMember& member : kEnumeratedMembers)
+        RulesTree::reads_text(member.where);
+    return true;
+}();
+
 class UnlistedValue : public Rule {
 public:
     const char* id() const override { return "values.unlisted"; }
@@ -205,6 +211,14 @@ const NameReference kNameReferences[] = {
      "@spirit:componentRef", "spirit:componentInstances/spirit:componentInstance", "spirit:instanceName",
      "component instance"},
 };
+
+const bool kFieldsRead = [] {
+    for (const NameReference& reference : kNameReferences) {
+        RulesTree::reads_field(reference.referrers, reference.field);
+        RulesTree::reads_field(reference.targets, reference.key);
+    }
+    return true;
+}();
 
 class NameReferences : public Rule {
 public:

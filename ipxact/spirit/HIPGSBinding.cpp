@@ -23,6 +23,57 @@ namespace {
 
 const char* const kAnonymousCompositor = "{anonymous compositor}";
 
+const char* namespace_uri(int32_t nsId)
+{
+    switch (nsId) {
+    case kSpiritNamespaceId: return kSpiritNamespaceUri;
+    case kVorlixNamespaceId: return kVorlixNamespaceUri;
+    case kXsiNamespaceId: return kXsiNamespaceUri;
+    default: return "";
+    }
+}
+
+std::string_view local_part(const std::string& qname)
+{
+    size_t colon = qname.find(':');
+    return colon == std::string::npos ? std::string_view(qname) : std::string_view(qname).substr(colon + 1);
+}
+
+// The reading being observed on this thread, if any (ObservedReading).
+struct Observation {
+    const lmx60::c_xml_reader* reader = nullptr;
+    ReadObserver* observer = nullptr;
+};
+// Initial-exec: every member read asks, and the general model would call the runtime each time.
+thread_local Observation t_observation __attribute__((tls_model("initial-exec")));
+
+ReadObserver* observer_of(const lmx60::c_xml_reader& reader)
+{
+    return t_observation.reader == &reader ? t_observation.observer : nullptr;
+}
+
+// After an occurrence of a member was read, the reader still on it: its text, where it is one.
+void tell_text(ReadObserver& observer, const lmx60::c_xml_reader& reader, const HIPGSBase& obj,
+               const MemberInfo& member)
+{
+    if (!member.ops->holds_text || !observer.wants_text(reader))
+        return;
+    if (size_t count = member.ops->count(obj))
+        observer.text(ValueSite{&obj, &member, static_cast<uint32_t>(count - 1)});
+}
+
+// After an attribute was kept as read: the last one the member holds.
+void tell_kept_attribute(ReadObserver& observer, const HIPGSBase& obj, const MemberInfo& member)
+{
+    size_t count = member.ops->count(obj);
+    if (count == 0)
+        return;
+    if (const lmx60::c_any_attribute* kept = member.ops->item(obj, count - 1).attribute)
+        // The local name is a view into the kept qname, which ends where the name does.
+        observer.attribute(kept->ns_uri.c_str(), local_part(kept->qname).data(),
+                           ValueSite{&obj, &member, static_cast<uint32_t>(count - 1)});
+}
+
 struct name_key {
     int ns_id;
     std::string_view name;
@@ -142,6 +193,8 @@ void read_member(lmx60::c_xml_reader& reader, HIPGSBase& obj, const MemberInfo& 
     else
         reader.set_current_item(reader.element_qname());
     member.ops->read(reader, obj, member);
+    if (ReadObserver* observer = observer_of(reader); observer && member.kind == MemberKind::element)
+        tell_text(*observer, reader, obj, member);
     reader.advance();
 }
 
@@ -450,6 +503,9 @@ const MemberInfo* read_own_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj
         lmx60::c_xml_reader_local scope(reader);
         reader.set_current_item(member->qname);
         member->ops->read(reader, obj, *member);
+        ReadObserver* observer = observer_of(reader);
+        if (observer && member->ns_id != kXsiNamespaceId && member->ops->count(obj) > 0)
+            observer->attribute(namespace_uri(member->ns_id), member->name, ValueSite{&obj, member, 0});
     }
     return member;
 }
@@ -463,6 +519,8 @@ void read_other_attribute(lmx60::c_xml_reader& reader, HIPGSBase& obj, const Cla
     for (uint32_t i = 0; i < info.member_count; ++i)
         if (info.members[i].kind == MemberKind::any_attribute && (nsId == 0 || nsId == -1)) {
             info.members[i].ops->read(reader, obj, info.members[i]);
+            if (ReadObserver* observer = observer_of(reader))
+                tell_kept_attribute(*observer, obj, info.members[i]);
             return;
         }
     reader.capture_error(lmx60::ELMX_UNEXPECTED_ATTRIBUTE, reader.attribute_qname(), __FILE__, __LINE__);
@@ -492,8 +550,11 @@ void read_content_to_end(lmx60::c_xml_reader& reader, HIPGSBase& obj, const Clas
 {
     if (info.content == ContentKind::simple) {
         for (uint32_t i = 0; i < info.member_count; ++i)
-            if (info.members[i].kind == MemberKind::simple_content)
+            if (info.members[i].kind == MemberKind::simple_content) {
                 info.members[i].ops->read(reader, obj, info.members[i]);
+                if (ReadObserver* observer = observer_of(reader))
+                    tell_text(*observer, reader, obj, info.members[i]);
+            }
         return;
     }
     reader.enter();
@@ -828,22 +889,6 @@ bool starts_content(lmx60::c_xml_reader& reader, const ClassInfo& info)
 
 namespace {
 
-const char* namespace_uri(int32_t nsId)
-{
-    switch (nsId) {
-    case kSpiritNamespaceId: return kSpiritNamespaceUri;
-    case kVorlixNamespaceId: return kVorlixNamespaceUri;
-    case kXsiNamespaceId: return kXsiNamespaceUri;
-    default: return "";
-    }
-}
-
-std::string_view local_part(const std::string& qname)
-{
-    size_t colon = qname.find(':');
-    return colon == std::string::npos ? std::string_view(qname) : std::string_view(qname).substr(colon + 1);
-}
-
 class StructureWalk {
 public:
     explicit StructureWalk(StructureVisitor& visitor) : m_visitor(visitor) {}
@@ -953,6 +998,16 @@ private:
 };
 
 }  // namespace
+
+ObservedReading::ObservedReading(const lmx60::c_xml_reader& reader, ReadObserver& observer)
+{
+    t_observation = Observation{&reader, &observer};
+}
+
+ObservedReading::~ObservedReading()
+{
+    t_observation = Observation();
+}
 
 bool value_text(const ValueSite& site, std::string& text)
 {

@@ -74,9 +74,15 @@ public:
     // Whether is_writable() can ever say false; most holders are always writable, and checking an
     // object before it is written then costs no call per member.
     const bool may_be_unwritable;
+    // Whether the member holds simple values, each with a text (not objects, kept elements or
+    // empty elements): known without a call.
+    const bool holds_text;
 
 protected:
-    constexpr explicit MemberOps(bool mayBeUnwritable) : may_be_unwritable(mayBeUnwritable) {}
+    constexpr MemberOps(bool mayBeUnwritable, bool holdsText)
+        : may_be_unwritable(mayBeUnwritable), holds_text(holdsText)
+    {
+    }
     ~MemberOps() = default;
 };
 
@@ -654,7 +660,7 @@ class member_ops final : public MemberOps {
     using io = holder_io<H>;
 
 public:
-    constexpr member_ops() : MemberOps(holder_may_be_unwritable<H>) {}
+    constexpr member_ops() : MemberOps(holder_may_be_unwritable<H>, !std::is_base_of_v<without_text, io>) {}
     void read(lmx60::c_xml_reader& r, HIPGSBase& o, const MemberInfo& m) const override
     {
         io::read(r, static_cast<C&>(o).*Member, m);

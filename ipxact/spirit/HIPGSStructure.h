@@ -1,6 +1,6 @@
-// The elements and attributes that bound objects would be written as, walked without writing: for
-// tools that look at a whole document by element name (checks, indexes) and need neither text nor
-// escaping, only the values they ask for.
+// The elements and attributes that bound objects would be written as, walked without writing, and
+// the values reading stores, told as it stores them: for tools that look at a whole document by
+// element name (checks, indexes) and need neither text nor escaping, only the values they ask for.
 #ifndef IPXACT_SPIRIT_HIPGSSTRUCTURE_H
 #define IPXACT_SPIRIT_HIPGSSTRUCTURE_H
 
@@ -9,6 +9,10 @@
 
 #include <ipxact/lmx60/c_any_info.h>
 #include <ipxact/spirit/HIPGSBase.h>
+
+namespace lmx60 {
+class c_xml_reader;
+}
 
 namespace HIPGSpirit {
 
@@ -41,6 +45,35 @@ public:
 
 protected:
     ~StructureVisitor() = default;
+};
+
+// Told of each value as reading stores it in the objects: for a tool that notes where values stand
+// while a document is read (beside a line index, say) instead of walking the objects afterwards.
+// Schema hints (xsi) are not told, as the walk leaves them out.
+class ReadObserver {
+public:
+    // An attribute of the element the reader stands on; one kept as read has its own namespace and
+    // local name.
+    virtual void attribute(const char* ns, const char* local, const ValueSite& value) = 0;
+    // The text of the element the reader stands on: a simple element, or an element's simple content.
+    virtual void text(const ValueSite& value) = 0;
+    // Asked before text(), with the reader on the element: an observer that keeps the texts of few
+    // elements says no to the others before their value is looked for.
+    virtual bool wants_text(const lmx60::c_xml_reader& reader) = 0;
+
+protected:
+    ~ReadObserver() = default;
+};
+
+// While it lives, `observer` is told of the values read on this thread through `reader`. Values
+// read through another reader are not told: a typed vendor slot is filled from a reader of its own,
+// and its content is no element of the document's reader. One scope per thread at a time.
+class ObservedReading {
+public:
+    ObservedReading(const lmx60::c_xml_reader& reader, ReadObserver& observer);
+    ~ObservedReading();
+    ObservedReading(const ObservedReading&) = delete;
+    ObservedReading& operator=(const ObservedReading&) = delete;
 };
 
 // Walks what `root` holds: a document held in place (HIPGSTop), or an object of a global element's

@@ -1,7 +1,9 @@
-// The tree the catalog's rules query: built from a document's objects, it must mirror the document
-// the line index saw, and its path expressions must select what XPath would, in document order.
+// The tree the catalog's rules query: laid out from a document's line index and the values reading
+// noted, it must mirror the document the line index saw, and its path expressions must select what
+// XPath would, in document order.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -67,6 +69,9 @@ const char kComponent[] = R"xml(<?xml version="1.0" encoding="UTF-8"?>
   </ipx:vendorExtensions>
 </ipx:component>
 )xml";
+
+// Like a rule, the tests name the texts they read beyond those the registered rules read.
+const bool kResetValuesRead = (RulesTree::reads_text("spirit:reset/spirit:value"), true);
 
 class RulesTreeTest : public ::testing::Test {
 protected:
@@ -182,4 +187,16 @@ TEST_F(RulesTreeTest, ExpressionsOutsideTheSupportedFormSelectNothing)
     for (const char* expression : {"//other:name", "count(//spirit:field)", "//spirit:field[1]", "", "a//",
                                    "//*[@spirit:x=unquoted]", "//name", "//*[@resolve]", "//@id"})
         EXPECT_TRUE(tree.select(expression).empty()) << expression;
+}
+
+TEST_F(RulesTreeTest, TheTextOfAnElementNoRuleReadsIsAnError)
+{
+    // Reading kept no text for it: an empty answer would pass for an empty element.
+    ASSERT_FALSE(RulesTree::text_is_read("bitOffset"));
+    RulesTree::Node offset = tree.first("spirit:field/spirit:bitOffset", tree.select("//spirit:register").front());
+    ASSERT_NE(offset, nullptr);
+    EXPECT_THROW(RulesTree::text(offset), std::logic_error);
+    // Attributes are all kept, and so are the texts rules name.
+    EXPECT_EQ(texts("//spirit:field/spirit:bitWidth/@spirit:dependency"), std::vector<std::string>{"id('ctrl_size')"});
+    EXPECT_TRUE(RulesTree::text_is_read("name"));
 }

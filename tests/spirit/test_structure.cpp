@@ -1,5 +1,6 @@
 // The structure walk beside the writer: the outline of what walk_structure reports for an object is
-// the outline of the document the same object writes, read back with libxml2.
+// the outline of the document the same object writes, read back with libxml2. The values reading
+// tells an observer of are the values the walk meets afterwards.
 #include <gtest/gtest.h>
 
 #include <libxml/parser.h>
@@ -337,4 +338,98 @@ TEST(StructureWalk, EmptyPlacesReportNothing)
     walk_structure(HIPGSTop(), walk);
     EXPECT_EQ(walk.events, 0u);
     EXPECT_EQ(walk.lines.text, "");
+}
+
+namespace {
+
+// Each value as "{ns}local=text" (attributes with '@'), sorted: reading meets attributes in the
+// document's order, the walk in the class's. Values inside a typed vendor slot are left out on both
+// sides: the slot is read from a reader of its own, which is not observed.
+class ValuesTold final : public ReadObserver {
+public:
+    std::vector<std::string> values;
+
+    void attribute(const char* ns, const char* local, const ValueSite& value) override
+    {
+        add("@" + name_of(ns, local), value);
+    }
+    bool wants_text(const lmx60::c_xml_reader& reader) override
+    {
+        m_element = name_of(reader.element_ns_uri(), reader.element_local_name());
+        return true;
+    }
+    void text(const ValueSite& value) override { add(m_element, value); }
+    void add(const std::string& name, const ValueSite& value)
+    {
+        std::string text;
+        if (value_text(value, text))
+            values.push_back(name + "=" + text);
+    }
+
+private:
+    std::string m_element;
+};
+
+class ValuesWalked final : public StructureVisitor {
+public:
+    std::vector<std::string> values;
+
+    void start_element(const char* ns, const char* local) override
+    {
+        m_open.push_back(name_of(ns, local));
+        if (ns == kVorlix && m_slot_depth == 0 && m_open.size() > 1)
+            m_slot_depth = m_open.size();
+    }
+    void attribute(const char* ns, const char* local, const ValueSite& value) override
+    {
+        add("@" + name_of(ns, local), value);
+    }
+    void text(const ValueSite& value) override { add(m_open.back(), value); }
+    void kept_element(const lmx60::c_any_info&) override {}
+    void end_element() override
+    {
+        if (m_open.size() == m_slot_depth)
+            m_slot_depth = 0;
+        m_open.pop_back();
+    }
+
+private:
+    void add(const std::string& name, const ValueSite& value)
+    {
+        std::string text;
+        if (m_slot_depth == 0 && value_text(value, text))
+            values.push_back(name + "=" + text);
+    }
+    std::vector<std::string> m_open;
+    size_t m_slot_depth = 0;  // the depth of the typed vendor element being walked, 0 outside one
+};
+
+}  // namespace
+
+TEST(ObservedReading, TellsTheValuesTheWalkMeets)
+{
+    HIPGSTop top;
+    lmx60::c_xml_reader_memory reader(kComponent.data(), kComponent.size(), "component.xml");
+    ValuesTold told;
+    {
+        ObservedReading observing(reader, told);
+        ASSERT_EQ(top.unmarshal(reader), lmx60::ELMX_OK);
+    }
+    ValuesWalked walked;
+    walk_structure(top, walked);
+    std::sort(told.values.begin(), told.values.end());
+    std::sort(walked.values.begin(), walked.values.end());
+    EXPECT_EQ(told.values, walked.values);
+    EXPECT_NE(std::find(told.values.begin(), told.values.end(), "@{urn:example:acme}origin=x < y"), told.values.end());
+    EXPECT_NE(std::find(told.values.begin(), told.values.end(), "{" + kSpirit + "}clockPeriod=8.5"), told.values.end());
+
+    // Once the scope has ended, or through another reader, nothing is told.
+    HIPGSTop again;
+    lmx60::c_xml_reader_memory other(kComponent.data(), kComponent.size(), "component.xml");
+    size_t before = told.values.size();
+    {
+        ObservedReading observing(reader, told);
+        ASSERT_EQ(again.unmarshal(other), lmx60::ELMX_OK);
+    }
+    EXPECT_EQ(told.values.size(), before);
 }

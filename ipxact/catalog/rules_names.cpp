@@ -1,7 +1,8 @@
 // Names that must be unique: among the siblings that one element holds (ports of a model, registers
 // of a block, instances of a design...), and spirit:id values across a whole document.
-#include <map>
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include <ipxact/catalog/rule.h>
 
@@ -79,6 +80,26 @@ const bool kKeysRead = [] {
     return true;
 }();
 
+struct Named {
+    std::string name;
+    RulesTree::Node node;
+};
+
+// Calls `report(again, first)` for each member whose name an earlier member (in document order)
+// has, with the first of them. Sorting keeps a scope's few names in one array, without a node per
+// name as a map would make.
+template <class Report>
+void report_repeated(std::vector<Named>& named, Report report)
+{
+    std::stable_sort(named.begin(), named.end(), [](const Named& a, const Named& b) { return a.name < b.name; });
+    for (size_t first = 0, next = 1; next < named.size(); ++next) {
+        if (named[next].name != named[first].name)
+            first = next;
+        else
+            report(named[next], named[first]);
+    }
+}
+
 class UniqueNames : public Rule {
 public:
     const char* id() const override { return "names.unique"; }
@@ -92,31 +113,31 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
+        std::vector<Named> named;
         for (const NameSet& set : kNameSets)
             for (RulesTree::Node scope : tree.select(set.scope)) {
-                std::map<std::string, RulesTree::Node> seen;
+                named.clear();
                 for (RulesTree::Node member : tree.select(set.members, scope)) {
-                    std::string name;
-                    if (!tree.field(member, set.key, &name))
-                        continue;
-                    auto [first, fresh] = seen.emplace(name, member);
-                    if (!fresh)
-                        context.report(Severity::error, RulesTree::path(member),
-                                       std::string("name '") + name + "' is used twice among " + set.what +
-                                           " (first at " + RulesTree::path(first->second) + ")");
+                    named.push_back({std::string(), member});
+                    if (!tree.field(member, set.key, &named.back().name))
+                        named.pop_back();
                 }
+                report_repeated(named, [&](const Named& again, const Named& first) {
+                    context.report(Severity::error, RulesTree::path(again.node),
+                                   std::string("name '") + again.name + "' is used twice among " + set.what +
+                                       " (first at " + RulesTree::path(first.node) + ")");
+                });
             }
         // spirit:id values name configurable values for expressions and configurations anywhere in
         // the document, so they are one set whatever element carries them.
-        std::map<std::string, RulesTree::Node> ids;
-        for (RulesTree::Node id : tree.select("//@spirit:id")) {
-            std::string value = RulesTree::text(id);
-            auto [first, fresh] = ids.emplace(value, id);
-            if (!fresh)
-                context.report(Severity::error, RulesTree::path(id),
-                               "spirit:id '" + value + "' is used twice in the document (first at " +
-                                   RulesTree::path(first->second) + ")");
-        }
+        named.clear();
+        for (RulesTree::Node id : tree.select("//@spirit:id"))
+            named.push_back({RulesTree::text(id), id});
+        report_repeated(named, [&](const Named& again, const Named& first) {
+            context.report(Severity::error, RulesTree::path(again.node),
+                           "spirit:id '" + again.name + "' is used twice in the document (first at " +
+                               RulesTree::path(first.node) + ")");
+        });
     }
 };
 

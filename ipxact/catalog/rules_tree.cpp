@@ -303,51 +303,34 @@ std::string value_of(RulesTree::Node node)
     return value;
 }
 
-// The items, in blocks that double in size, so that they keep their addresses while the tree grows
-// and a small document does not pay for a large block.
+// The items, in one array sized before the first is added, so that they keep their addresses.
 class ItemStore {
 public:
+    void reserve(size_t capacity)
+    {
+        m_items.reset(new RulesTree::Item[capacity]);
+        m_capacity = static_cast<uint32_t>(capacity);
+    }
     RulesTree::Item& add()
     {
-        if (m_count == m_capacity) {
-            size_t size = size_t{kFirstBlock} << m_blocks.size();
-            m_blocks.emplace_back(new RulesTree::Item[size]);
-            m_capacity += static_cast<uint32_t>(size);
-        }
-        uint32_t order = m_count++;
-        return block_of(order)[order - start_of(m_blocks.size() - 1)];
+        if (m_count == m_capacity)
+            throw std::logic_error("rules tree: more items than were counted");
+        return m_items[m_count++];
     }
-    const RulesTree::Item& operator[](uint32_t order) const
-    {
-        size_t block = block_index(order);
-        return m_blocks[block][order - start_of(block)];
-    }
-    RulesTree::Item& front() { return m_blocks.front()[0]; }
-    const RulesTree::Item& front() const { return m_blocks.front()[0]; }
+    const RulesTree::Item& operator[](uint32_t order) const { return m_items[order]; }
+    RulesTree::Item& front() { return m_items[0]; }
+    const RulesTree::Item& front() const { return m_items[0]; }
     uint32_t size() const { return m_count; }
 
     template <class Visit>
-    void for_each(Visit visit)
+    void for_each(Visit visit) const
     {
-        for (size_t block = 0; block < m_blocks.size(); ++block) {
-            uint32_t first = start_of(block);
-            uint32_t last = std::min<uint32_t>(m_count, first + (kFirstBlock << block));
-            for (uint32_t order = first; order < last; ++order)
-                visit(m_blocks[block][order - first]);
-        }
+        for (uint32_t order = 0; order < m_count; ++order)
+            visit(m_items[order]);
     }
 
 private:
-    static constexpr uint32_t kFirstBlock = 64;
-    // Block k holds kFirstBlock << k items and starts at kFirstBlock * (2^k - 1).
-    static uint32_t start_of(size_t block) { return kFirstBlock * ((uint32_t{1} << block) - 1); }
-    static size_t block_index(uint32_t order)
-    {
-        return static_cast<size_t>(31 - __builtin_clz(order / kFirstBlock + 1));
-    }
-    RulesTree::Item* block_of(uint32_t order) { return m_blocks[block_index(order)].get(); }
-
-    std::vector<std::unique_ptr<RulesTree::Item[]>> m_blocks;
+    std::unique_ptr<RulesTree::Item[]> m_items;
     uint32_t m_count = 0;
     uint32_t m_capacity = 0;
 };
@@ -356,7 +339,7 @@ private:
 class ByName {
 public:
     template <class Keep>
-    void fill(ItemStore& items, uint32_t names, Keep keep)
+    void fill(const ItemStore& items, uint32_t names, Keep keep)
     {
         m_start.assign(names + 2, 0);
         // Names of the tree's own (kFirstOwnId up) are never looked up, and are left out.
@@ -407,7 +390,12 @@ namespace {
 // Builds the items from the line index and the values noted while the document was read.
 class TreeBuilder {
 public:
-    explicit TreeBuilder(RulesTree::Impl& impl) : m_impl(impl) { m_open.push_back({&add(Item::Kind::document), nullptr}); }
+    // `elements` and `attributes`: how many of each the tree will hold.
+    TreeBuilder(RulesTree::Impl& impl, size_t elements, size_t attributes) : m_impl(impl)
+    {
+        m_impl.items.reserve(1 + elements + attributes);
+        m_open.push_back({&add(Item::Kind::document), nullptr});
+    }
 
     void element(NameId ns, NameId local)
     {
@@ -543,7 +531,11 @@ RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
 {
     const LineIndex& lines = document.lines();
     const ReadValues& noted = DocumentAccess::values(document);
-    TreeBuilder builder(*m_impl);
+    size_t attributes = std::count_if(noted.values.begin(), noted.values.end(), [](const ReadValues::Value& value) {
+        return value.member->kind == HIPGSpirit::MemberKind::attribute ||
+               value.member->kind == HIPGSpirit::MemberKind::any_attribute;
+    });
+    TreeBuilder builder(*m_impl, lines.size(), attributes);
     const NameId spirit{spirit_namespace_id(), HIPGSpirit::kSpiritNamespaceUri};
     const NameId foreign_ns = builder.own_name("");
     // The line index names each distinct name once per document: known again by the text's address.
@@ -563,8 +555,10 @@ RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
             builder.element(spirit, names.find(local.data(), [local] { return text_name(local); }));
         }
         open.push_back(node);
-        for (; next_value != noted.values.end() && next_value->node == node; ++next_value)
-            add_value(builder, *next_value);
+        // Reading tells each value while it stands on its element, so values come in node order.
+        for (; next_value != noted.values.end() && next_value->node <= node; ++next_value)
+            if (next_value->node == node)
+                add_value(builder, *next_value);
     }
     for (; !open.empty(); open.pop_back())
         builder.end_element();

@@ -115,13 +115,19 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
-        for (const EnumeratedMember& member : kEnumeratedMembers)
+        for (const EnumeratedMember& member : kEnumeratedMembers) {
+            std::string listed;  // the last value found listed: a document repeats a few values
             for (RulesTree::Node node : tree.select(member.where)) {
                 std::string text = RulesTree::text(node);
-                if (!member.listed(text))
+                if (text == listed)
+                    continue;
+                if (member.listed(text))
+                    listed = text;
+                else
                     context.report(Severity::error, RulesTree::path(node),
                                    std::string(member.what) + " '" + text + "' is not one of the values the standard lists");
             }
+        }
     }
 };
 

@@ -39,16 +39,6 @@ int LineIndex::line(Node node) const
     return node < m_nodes.size() ? static_cast<int>(m_nodes[node].line) : 0;
 }
 
-std::string_view LineIndex::name(Node node) const
-{
-    return node < m_nodes.size() ? std::string_view(m_names[m_nodes[node].name]) : std::string_view();
-}
-
-LineIndex::Node LineIndex::parent(Node node) const
-{
-    return node < m_nodes.size() ? m_nodes[node].parent : npos;
-}
-
 LineIndex::Node LineIndex::child(Node parent, std::string_view local, size_t position) const
 {
     return child_at_depth(parent, local, position, 0);

@@ -43,9 +43,12 @@ public:
     /// The element's line (1-based), 0 for npos.
     int line(Node node) const;
     /// The element's local name, empty for npos.
-    std::string_view name(Node node) const;
+    std::string_view name(Node node) const
+    {
+        return node < m_nodes.size() ? std::string_view(m_names[m_nodes[node].name]) : std::string_view();
+    }
     /// The element's parent, npos for the document element.
-    Node parent(Node node) const;
+    Node parent(Node node) const { return node < m_nodes.size() ? m_nodes[node].parent : npos; }
     /// The `position`-th child (0-based) among the children named `local`; npos when there are
     /// fewer or `parent` is npos.
     Node child(Node parent, std::string_view local, size_t position = 0) const;

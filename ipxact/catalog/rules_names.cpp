@@ -87,11 +87,14 @@ struct Named {
 
 // Calls `report(again, first)` for each member whose name an earlier member (in document order)
 // has, with the first of them. Sorting keeps a scope's few names in one array, without a node per
-// name as a map would make.
+// name as a map would make; equal names stay in document order.
 template <class Report>
 void report_repeated(std::vector<Named>& named, Report report)
 {
-    std::stable_sort(named.begin(), named.end(), [](const Named& a, const Named& b) { return a.name < b.name; });
+    std::sort(named.begin(), named.end(), [](const Named& a, const Named& b) {
+        int order = a.name.compare(b.name);
+        return order != 0 ? order < 0 : RulesTree::position(a.node) < RulesTree::position(b.node);
+    });
     for (size_t first = 0, next = 1; next < named.size(); ++next) {
         if (named[next].name != named[first].name)
             first = next;

@@ -211,13 +211,13 @@ uint32_t LineIndex::Builder::name_id(const char* local)
     if (recent.pointer == local)
         return recent.id;
     auto known = m_by_pointer.find(local);
-    uint32_t id = 0;
+    uint32_t id;
     if (known != m_by_pointer.end()) {
         id = known->second;
     } else {
-        while (id < m_index.m_names.size() && m_index.m_names[id] != local)
-            ++id;
-        if (id == m_index.m_names.size())
+        auto named = m_by_text.emplace(local, static_cast<uint32_t>(m_index.m_names.size()));
+        id = named.first->second;
+        if (named.second)
             m_index.m_names.emplace_back(local);
         m_by_pointer.emplace(local, id);
     }
@@ -263,6 +263,7 @@ void LineIndex::Builder::finish()
     }
     nodes.shrink_to_fit();
     m_by_pointer = {};
+    m_by_text = {};
 }
 
 }  // namespace catalog

@@ -377,6 +377,7 @@ struct RulesTree::Impl {
     ByName elements_named;
     ByName attributes_named;
     std::vector<const Item*> unqualified;  // kept attributes in no namespace, in document order
+    std::vector<const Item*> current, next;  // select()'s working lists
     bool ok = false;
 
     bool passes_predicate(const Item* item, const Step& step) const;
@@ -658,8 +659,10 @@ std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node cont
         m_impl->apply(alternatives[0].steps[0], alternatives[0].absolute ? &m_impl->items.front() : start, selected);
         return selected;
     }
-    std::vector<Node> current;
-    std::vector<Node> next;
+    // The steps' working lists are the tree's own, kept from call to call (a tree serves one
+    // thread at a time): a rule selects thousands of times per document.
+    std::vector<Node>& current = m_impl->current;
+    std::vector<Node>& next = m_impl->next;
     for (const Path& path : alternatives) {
         current.assign(1, path.absolute ? &m_impl->items.front() : start);
         for (const Step& step : path.steps) {
@@ -878,11 +881,17 @@ std::string RulesTree::text(Node node)
     if (node->kind == Item::Kind::element && !node->value.member && node->ns_id == spirit_namespace_id() &&
         !text_is_read(node->local))
         throw std::logic_error(std::string("the text of spirit:") + node->local + " is read by no registered rule");
-    if (node->kind == Item::Kind::attribute || !node->first_child)
-        return std::string(trim_xml_whitespace(value_of(node)));
     std::string all;
-    append_text(node, all);
-    return std::string(trim_xml_whitespace(all));
+    if (node->kind == Item::Kind::attribute || !node->first_child)
+        HIPGSpirit::value_text(node->value, all);
+    else
+        append_text(node, all);
+    // Trimmed where it stands: most values have nothing to trim, and none is copied.
+    std::string_view kept = trim_xml_whitespace(all);
+    size_t start = static_cast<size_t>(kept.data() - all.data());
+    all.erase(start + kept.size());
+    all.erase(0, start);
+    return all;
 }
 
 namespace {

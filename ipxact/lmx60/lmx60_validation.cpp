@@ -29,6 +29,11 @@ const int kUnordered = 3;   // NaN, which no bound holds
 int compare_number(const std::string& value, const char* bound)
 {
     std::string boundText(bound);
+    // Nearly every value and bound is an integer of a few digits: compared as a machine integer,
+    // with big integers only for what does not fit.
+    long long small, smallBound;
+    if (parse_long_long(value, &small) && parse_long_long(boundText, &smallBound))
+        return small < smallBound ? -1 : (smallBound < small ? 1 : 0);
     if (c_big_int::is_valid(value) && c_big_int::is_valid(boundText)) {
         c_big_int a(value), b(boundText);
         return a < b ? -1 : (b < a ? 1 : 0);

@@ -193,9 +193,12 @@ private:
 
     void spirit_reference(const char* local, int line)
     {
-        Vlnv target;
-        if (!m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "vendor", &target.vendor))
+        // Most elements carry no attributes at all; the identifier is made for the few references.
+        std::string vendor;
+        if (!m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "vendor", &vendor))
             return;
+        Vlnv target;
+        target.vendor = std::move(vendor);
         m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "library", &target.library);
         m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "name", &target.name);
         m_reader.find_attribute(HIPGSpirit::kSpiritNamespaceUri, "version", &target.version);

@@ -117,10 +117,13 @@ public:
         if (!tree.ok())
             return;
         std::vector<Named> named;
-        for (const NameSet& set : kNameSets)
-            for (RulesTree::Node scope : tree.select(set.scope)) {
+        std::vector<RulesTree::Node> scopes, members;
+        for (const NameSet& set : kNameSets) {
+            tree.select(set.scope, nullptr, scopes);
+            for (RulesTree::Node scope : scopes) {
                 named.clear();
-                for (RulesTree::Node member : tree.select(set.members, scope)) {
+                tree.select(set.members, scope, members);
+                for (RulesTree::Node member : members) {
                     named.push_back({std::string(), member});
                     if (!tree.field(member, set.key, &named.back().name))
                         named.pop_back();
@@ -131,6 +134,7 @@ public:
                                        " (first at " + RulesTree::path(first.node) + ")");
                 });
             }
+        }
         // spirit:id values name configurable values for expressions and configurations anywhere in
         // the document, so they are one set whatever element carries them.
         named.clear();

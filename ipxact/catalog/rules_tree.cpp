@@ -650,14 +650,21 @@ void RulesTree::Impl::keep_holders(const Step& step, const Item* context, std::v
 std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node context) const
 {
     std::vector<Node> selected;
+    select(expression, context, selected);
+    return selected;
+}
+
+void RulesTree::select(const char* expression, Node context, std::vector<Node>& selected) const
+{
+    selected.clear();
     if (!m_impl->ok)
-        return selected;
+        return;
     const Expression& alternatives = parsed(expression);
     Node start = context ? context : root();
     if (alternatives.size() == 1 && alternatives[0].steps.size() == 1) {
         // One step from one node: its results come in order already.
         m_impl->apply(alternatives[0].steps[0], alternatives[0].absolute ? &m_impl->items.front() : start, selected);
-        return selected;
+        return;
     }
     // The steps' working lists are the tree's own, kept from call to call (a tree serves one
     // thread at a time): a rule selects thousands of times per document.
@@ -683,7 +690,6 @@ std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node cont
         std::sort(selected.begin(), selected.end(), in_order);
         selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
     }
-    return selected;
 }
 
 namespace {

@@ -55,6 +55,8 @@ public:
     /// this form selects nothing. Expressions are known again by their address: pass literals or
     /// entries of tables that live as long as the process, never a text built for the call.
     std::vector<Node> select(const char* expression, Node context = nullptr) const;
+    /// The same into `selected`, which is cleared first: a rule that selects in a loop keeps one list.
+    void select(const char* expression, Node context, std::vector<Node>& selected) const;
 
     /// The first node select() would give, or null; a chain of child steps ("spirit:reset/spirit:value")
     /// is walked without gathering the rest.

@@ -115,9 +115,11 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
+        std::vector<RulesTree::Node> holders;
         for (const EnumeratedMember& member : kEnumeratedMembers) {
             std::string listed;  // the last value found listed: a document repeats a few values
-            for (RulesTree::Node node : tree.select(member.where)) {
+            tree.select(member.where, nullptr, holders);
+            for (RulesTree::Node node : holders) {
                 std::string text = RulesTree::text(node);
                 if (text == listed)
                     continue;
@@ -239,15 +241,23 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
-        for (const NameReference& reference : kNameReferences)
-            for (RulesTree::Node scope : tree.select(reference.scope)) {
+        std::vector<RulesTree::Node> scopes, found;
+        for (const NameReference& reference : kNameReferences) {
+            tree.select(reference.scope, nullptr, scopes);
+            for (RulesTree::Node scope : scopes) {
+                tree.select(reference.referrers, scope, found);
+                if (found.empty())
+                    continue;  // nothing refers, so the names referred to need not be gathered
+                std::vector<RulesTree::Node> referrers;
+                referrers.swap(found);
                 std::set<std::string> keys;
-                for (RulesTree::Node target : tree.select(reference.targets, scope)) {
+                tree.select(reference.targets, scope, found);
+                for (RulesTree::Node target : found) {
                     std::string key;
                     if (tree.field(target, reference.key, &key))
                         keys.insert(key);
                 }
-                for (RulesTree::Node referrer : tree.select(reference.referrers, scope)) {
+                for (RulesTree::Node referrer : referrers) {
                     std::string name;
                     if (!tree.field(referrer, reference.field, &name) || keys.count(name))
                         continue;
@@ -255,6 +265,7 @@ public:
                                    std::string(reference.what) + " '" + name + "' does not exist in this document");
                 }
             }
+        }
     }
 };
 

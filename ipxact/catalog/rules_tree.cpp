@@ -27,6 +27,12 @@ namespace {
 
 using lmx60::trim_xml_whitespace;
 
+// A name's process-wide id, and its text, which lives as long as the process.
+struct NameId {
+    uint32_t id = 0;
+    const char* text = nullptr;
+};
+
 // The names and namespaces that trees and path steps use, with one id each for the whole process,
 // so that a step's names are known in every tree without a lookup per tree.
 class Names {
@@ -53,16 +59,16 @@ public:
         std::lock_guard<std::mutex> lock(m_guard);
         return m_texts[id].c_str();
     }
+    NameId name(std::string_view text)
+    {
+        uint32_t known = id(text);
+        return NameId{known, this->text(known)};
+    }
 
 private:
     std::mutex m_guard;
     std::deque<std::string> m_texts;  // stable addresses as the table grows
     std::unordered_map<std::string_view, uint32_t> m_ids;
-};
-
-struct NameId {
-    uint32_t id = 0;
-    const char* text = nullptr;
 };
 
 // A name whose text never changes at its address (the binding's tables, literals): known again by
@@ -71,13 +77,7 @@ NameId lasting_name(const char* text)
 {
     thread_local std::unordered_map<const char*, NameId> known;
     auto found = known.find(text);
-    if (found != known.end())
-        return found->second;
-    Names& names = Names::instance();
-    uint32_t id = names.id(text);
-    NameId name{id, names.text(id)};
-    known.emplace(text, name);
-    return name;
+    return found != known.end() ? found->second : known.emplace(text, Names::instance().name(text)).first->second;
 }
 
 // A name known by its text (a line index's, which lives no longer than its document): the same ids
@@ -88,11 +88,8 @@ NameId text_name(std::string_view text)
     auto found = known.find(text);
     if (found != known.end())
         return found->second;
-    Names& names = Names::instance();
-    uint32_t id = names.id(text);
-    NameId name{id, names.text(id)};
-    known.emplace(name.text, name);
-    return name;
+    NameId name = Names::instance().name(text);
+    return known.emplace(name.text, name).first->second;
 }
 
 // Names of content kept as read (vendor elements, attributes a class admits whatever they are) are

@@ -205,24 +205,16 @@ LineIndex::Builder::Builder(LineIndex& index) : m_index(index)
 
 uint32_t LineIndex::Builder::name_id(const char* local)
 {
-    // The parser interns names, so within one document a name is nearly always the same pointer;
-    // the text comparison catches the same name under another pointer.
+    // The parser interns names, so within one document a name is nearly always the same pointer,
+    // and a small table by pointer answers; behind it, names are known by their text.
     RecentName& recent = m_recent[(reinterpret_cast<uintptr_t>(local) >> 3) % (sizeof m_recent / sizeof m_recent[0])];
     if (recent.pointer == local)
         return recent.id;
-    auto known = m_by_pointer.find(local);
-    uint32_t id;
-    if (known != m_by_pointer.end()) {
-        id = known->second;
-    } else {
-        auto named = m_by_text.emplace(local, static_cast<uint32_t>(m_index.m_names.size()));
-        id = named.first->second;
-        if (named.second)
-            m_index.m_names.emplace_back(local);
-        m_by_pointer.emplace(local, id);
-    }
-    recent = {local, id};
-    return id;
+    auto named = m_by_text.emplace(local, static_cast<uint32_t>(m_index.m_names.size()));
+    if (named.second)
+        m_index.m_names.emplace_back(local);
+    recent = {local, named.first->second};
+    return recent.id;
 }
 
 void LineIndex::Builder::element(size_t level, const char* local, int line)
@@ -262,7 +254,6 @@ void LineIndex::Builder::finish()
         m_open.pop_back();
     }
     nodes.shrink_to_fit();
-    m_by_pointer = {};
     m_by_text = {};
 }
 

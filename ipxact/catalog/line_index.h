@@ -98,9 +98,8 @@ public:
 
         LineIndex& m_index;
         std::vector<Node> m_open;
-        RecentName m_recent[127] = {};  // in front of m_by_pointer: the few names a document repeats
-        std::unordered_map<const char*, uint32_t> m_by_pointer;  // parser dictionary name -> name id
-        std::unordered_map<std::string, uint32_t> m_by_text;     // a name met under a new pointer
+        RecentName m_recent[127] = {};  // parser dictionary name -> name id, for the names met last
+        std::unordered_map<std::string, uint32_t> m_by_text;  // every name met, by its text
     };
 
 private:

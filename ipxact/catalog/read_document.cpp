@@ -134,7 +134,9 @@ public:
             m_root_ns = ns;
             m_root_local = local;
         }
-        if (ns == NamespaceOf::spirit)
+        // The standard's references are told by their attributes, and most elements have none; the
+        // vendor's may have none at all.
+        if (ns == NamespaceOf::spirit && m_reader.has_attributes())
             spirit_reference(local, line);
         else if (ns == NamespaceOf::vorlix)
             vendor_reference(local, line, std::string());

@@ -122,6 +122,8 @@ public:
 
     // The value of an attribute of the current start tag, found by namespace URI and local name.
     bool find_attribute(const char* nsUri, const char* local, std::string* value) const;
+    // Whether the current start tag has attributes (namespace declarations are none).
+    bool has_attributes() const { return m_current_kind == token_kind::start && m_current_attribute_count > 0; }
     // Counts the tokens passed so far, so that a caller can tell whether a step consumed anything.
     size_t token_count() const { return m_token_count; }
     // One number a host works out from the current token and keeps until the reader moves on: a

@@ -59,6 +59,12 @@ public:
         std::lock_guard<std::mutex> lock(m_guard);
         return m_texts[id].c_str();
     }
+    // One past the largest id given so far.
+    uint32_t size()
+    {
+        std::lock_guard<std::mutex> lock(m_guard);
+        return static_cast<uint32_t>(m_texts.size());
+    }
     NameId name(std::string_view text)
     {
         uint32_t known = id(text);
@@ -332,37 +338,40 @@ private:
     uint32_t m_capacity = 0;
 };
 
-// The items of each name in document order: one array, in runs by name id.
+// The elements and the attributes of each name, each in document order: one array, in runs by name
+// id and kind.
 class ByName {
 public:
-    template <class Keep>
-    void fill(const ItemStore& items, uint32_t names, Keep keep)
+    // `names`: one past the largest process-wide name id; names of the tree's own are left out,
+    // since no step names them.
+    void fill(const ItemStore& items, uint32_t names)
     {
-        m_start.assign(names + 2, 0);
-        // Names of the tree's own (kFirstOwnId up) are never looked up, and are left out.
-        auto indexed = [&](const RulesTree::Item& item) { return item.local_id < names && keep(item); };
+        m_start.assign(2 * size_t{names} + 2, 0);
         items.for_each([&](const RulesTree::Item& item) {
-            if (indexed(item))
-                ++m_start[item.local_id + 2];
+            if (item.kind != RulesTree::Item::Kind::document && item.local_id < names)
+                ++m_start[key(item.local_id, item.kind == RulesTree::Item::Kind::attribute) + 2];
         });
-        for (size_t id = 2; id < m_start.size(); ++id)
-            m_start[id] += m_start[id - 1];
+        for (size_t k = 2; k < m_start.size(); ++k)
+            m_start[k] += m_start[k - 1];
         m_items.resize(m_start.back());
         items.for_each([&](const RulesTree::Item& item) {
-            if (indexed(item))
-                m_items[m_start[item.local_id + 1]++] = &item;
+            if (item.kind != RulesTree::Item::Kind::document && item.local_id < names)
+                m_items[m_start[key(item.local_id, item.kind == RulesTree::Item::Kind::attribute) + 1]++] = &item;
         });
     }
-    // The items named `id`, in document order.
-    std::pair<const RulesTree::Item* const*, const RulesTree::Item* const*> named(uint32_t id) const
+    // The elements (or attributes) named `id`, in document order.
+    std::pair<const RulesTree::Item* const*, const RulesTree::Item* const*> named(uint32_t id, bool attributes) const
     {
-        if (id + 1 >= m_start.size())
+        size_t k = key(id, attributes);
+        if (k + 1 >= m_start.size())
             return {nullptr, nullptr};
-        return {m_items.data() + m_start[id], m_items.data() + m_start[id + 1]};
+        return {m_items.data() + m_start[k], m_items.data() + m_start[k + 1]};
     }
 
 private:
-    std::vector<uint32_t> m_start;  // by name id: where its run begins (after fill)
+    static size_t key(uint32_t id, bool attribute) { return 2 * size_t{id} + (attribute ? 1 : 0); }
+
+    std::vector<uint32_t> m_start;  // by key: where its run begins (after fill)
     std::vector<const RulesTree::Item*> m_items;
 };
 
@@ -371,8 +380,7 @@ private:
 struct RulesTree::Impl {
     ItemStore items;  // in document order
     std::deque<std::string> own_names;  // by id - kFirstOwnId
-    ByName elements_named;
-    ByName attributes_named;
+    ByName by_name;
     std::vector<const Item*> unqualified;  // kept attributes in no namespace, in document order
     std::vector<const Item*> current, next;  // select()'s working lists
     bool ok = false;
@@ -436,10 +444,7 @@ public:
     void finish()
     {
         m_impl.items.front().end = m_impl.items.size();
-        m_impl.elements_named.fill(m_impl.items, m_names,
-                                   [](const Item& item) { return item.kind == Item::Kind::element; });
-        m_impl.attributes_named.fill(m_impl.items, m_names,
-                                     [](const Item& item) { return item.kind == Item::Kind::attribute; });
+        m_impl.by_name.fill(m_impl.items, Names::instance().size());
     }
 
     // A name of an element outside the standard's namespace, which no path step can match.
@@ -480,16 +485,12 @@ private:
         item.local_id = local.id;
         item.local = local.text;
         item.ns_id = ns.id;
-        for (uint32_t id : {local.id, ns.id})
-            if (id < kFirstOwnId)
-                m_names = std::max(m_names, id + 1);
     }
     RulesTree::Impl& m_impl;
     RecentByAddress<NameId, 61> m_recent_names;
     std::vector<Open> m_open;
     std::unordered_map<std::string_view, uint32_t> m_own_ids;
     Item* m_last_attribute = nullptr;
-    uint32_t m_names = 0;  // one past the largest name id met
 };
 
 const char* namespace_uri(int32_t ns_id)
@@ -622,7 +623,7 @@ void RulesTree::Impl::apply(const Step& step, const Item* context, std::vector<c
     }
     // Every descendant (and, for attributes, the context's own): the items of that name ordered
     // between the context and the end of its subtree.
-    auto [begin, end] = (step.test == Step::Test::attribute ? attributes_named : elements_named).named(step.local);
+    auto [begin, end] = by_name.named(step.local, step.test == Step::Test::attribute);
     for (auto it = after(begin, end, context); it != end && (*it)->order < context->end; ++it)
         if (named(*it))
             keep(*it);
@@ -634,7 +635,7 @@ void RulesTree::Impl::keep_holders(const Step& step, const Item* context, std::v
     // attribute index names those elements without every descendant being looked at.
     size_t first_kept = out.size();
     for (const Step::AttributeTest& test : step.any_of) {
-        auto [begin, end] = attributes_named.named(test.local);
+        auto [begin, end] = by_name.named(test.local, true);
         for (auto it = after(begin, end, context); it != end && (*it)->order < context->end; ++it)
             if ((*it)->ns_id == test.ns && (*it)->parent != context && passes_predicate((*it)->parent, step))
                 out.push_back((*it)->parent);

@@ -132,14 +132,6 @@ bool is_integer_lexical(std::string_view text) {
   return digits > 0 && pos + digits == text.size();
 }
 
-bool is_xml_whitespace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-std::string_view trim_xml_whitespace(std::string_view text) {
-  while (!text.empty() && is_xml_whitespace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && is_xml_whitespace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 bool same_ignoring_ascii_case(std::string_view a, std::string_view b) {
   auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
   return a.size() == b.size() &&

@@ -13,11 +13,16 @@ namespace lmx60 {
 
 enum elmx_whitespace { ews_preserve, ews_replace, ews_collapse };
 
-bool is_xml_whitespace(char c);
+// Inline: reading asks of every character of many values.
+inline bool is_xml_whitespace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 // The view without leading and trailing XML whitespace; what every simple
 // type other than string sees of its text.
-std::string_view trim_xml_whitespace(std::string_view text);
+inline std::string_view trim_xml_whitespace(std::string_view text) {
+  while (!text.empty() && is_xml_whitespace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && is_xml_whitespace(text.back())) text.remove_suffix(1);
+  return text;
+}
 // Whether two texts are the same but for the case of ASCII letters (file name extensions, language
 // names).
 bool same_ignoring_ascii_case(std::string_view a, std::string_view b);

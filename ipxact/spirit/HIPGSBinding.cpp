@@ -1000,13 +1000,14 @@ private:
 }  // namespace
 
 ObservedReading::ObservedReading(const lmx60::c_xml_reader& reader, ReadObserver& observer)
+    : m_outer_reader(t_observation.reader), m_outer_observer(t_observation.observer)
 {
     t_observation = Observation{&reader, &observer};
 }
 
 ObservedReading::~ObservedReading()
 {
-    t_observation = Observation();
+    t_observation = Observation{m_outer_reader, m_outer_observer};
 }
 
 bool value_text(const ValueSite& site, std::string& text)

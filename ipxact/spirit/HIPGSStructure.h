@@ -67,13 +67,18 @@ protected:
 
 // While it lives, `observer` is told of the values read on this thread through `reader`. Values
 // read through another reader are not told: a typed vendor slot is filled from a reader of its own,
-// and its content is no element of the document's reader. One scope per thread at a time.
+// and its content is no element of the document's reader. Scopes nest: the innermost one observes,
+// and the one around it observes again once it ends.
 class ObservedReading {
 public:
     ObservedReading(const lmx60::c_xml_reader& reader, ReadObserver& observer);
     ~ObservedReading();
     ObservedReading(const ObservedReading&) = delete;
     ObservedReading& operator=(const ObservedReading&) = delete;
+
+private:
+    const lmx60::c_xml_reader* m_outer_reader;
+    ReadObserver* m_outer_observer;
 };
 
 // Walks what `root` holds: a document held in place (HIPGSTop), or an object of a global element's

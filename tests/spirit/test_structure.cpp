@@ -423,13 +423,25 @@ TEST(ObservedReading, TellsTheValuesTheWalkMeets)
     EXPECT_NE(std::find(told.values.begin(), told.values.end(), "@{urn:example:acme}origin=x < y"), told.values.end());
     EXPECT_NE(std::find(told.values.begin(), told.values.end(), "{" + kSpirit + "}clockPeriod=8.5"), told.values.end());
 
-    // Once the scope has ended, or through another reader, nothing is told.
-    HIPGSTop again;
+    // Through another reader nothing is told; a scope inside another observes its own reader, and
+    // the outer scope observes again once it ends.
+    HIPGSTop again, third;
     lmx60::c_xml_reader_memory other(kComponent.data(), kComponent.size(), "component.xml");
-    size_t before = told.values.size();
+    lmx60::c_xml_reader_memory inner(kComponent.data(), kComponent.size(), "component.xml");
+    ValuesTold outer, nested;
     {
-        ObservedReading observing(reader, told);
+        ObservedReading observing(other, outer);
+        {
+            ObservedReading observingInner(inner, nested);
+            ASSERT_EQ(third.unmarshal(inner), lmx60::ELMX_OK);
+        }
         ASSERT_EQ(again.unmarshal(other), lmx60::ELMX_OK);
     }
-    EXPECT_EQ(told.values.size(), before);
+    size_t before = told.values.size();
+    EXPECT_EQ(nested.values.size(), before);
+    EXPECT_EQ(outer.values.size(), before);
+    lmx60::c_xml_reader_memory after(kComponent.data(), kComponent.size(), "component.xml");
+    HIPGSTop fourth;
+    ASSERT_EQ(fourth.unmarshal(after), lmx60::ELMX_OK);
+    EXPECT_EQ(outer.values.size(), before) << "told after its scope ended";
 }

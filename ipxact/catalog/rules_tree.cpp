@@ -493,35 +493,16 @@ private:
     Item* m_last_attribute = nullptr;
 };
 
-const char* namespace_uri(int32_t ns_id)
-{
-    switch (ns_id) {
-    case HIPGSpirit::kSpiritNamespaceId: return HIPGSpirit::kSpiritNamespaceUri;
-    case HIPGSpirit::kVorlixNamespaceId: return HIPGSpirit::kVorlixNamespaceUri;
-    default: return "";
-    }
-}
-
 // Hands one noted value to the builder: an attribute of the element last begun, or its text.
 void add_value(TreeBuilder& builder, const ReadValues::Value& noted)
 {
     HIPGSpirit::ValueSite site{noted.owner, noted.member, noted.index};
-    switch (noted.member->kind) {
-    case HIPGSpirit::MemberKind::attribute:
-        builder.attribute(namespace_uri(noted.member->ns_id), noted.member->name, site);
-        return;
-    case HIPGSpirit::MemberKind::any_attribute:
-        if (const lmx60::c_any_attribute* kept = noted.member->ops->item(*noted.owner, noted.index).attribute) {
-            std::string_view qname = kept->qname;
-            size_t colon = qname.find(':');
-            // The local name is a view into the kept qname, which ends where the name does.
-            builder.attribute(kept->ns_uri.c_str(), qname.data() + (colon == qname.npos ? 0 : colon + 1), site);
-        }
-        return;
-    default:
+    const char* ns = nullptr;
+    const char* local = nullptr;
+    if (HIPGSpirit::attribute_name(site, &ns, &local))
+        builder.attribute(ns, local, site);
+    else if (noted.member->kind != HIPGSpirit::MemberKind::any_attribute)
         builder.text(site);
-        return;
-    }
 }
 
 }  // namespace
@@ -832,16 +813,13 @@ std::string RulesTree::path(Node node)
 
 namespace {
 
-void append_text(RulesTree::Node element, std::string& out)
+// A node's own value, then the texts of the elements below it (an attribute has none).
+void append_text(RulesTree::Node node, std::string& out)
 {
-    HIPGSpirit::value_text(element->value, out);
-    for (RulesTree::Node child = element->first_child; child; child = child->next_sibling)
+    HIPGSpirit::value_text(node->value, out);
+    for (RulesTree::Node child = node->first_child; child; child = child->next_sibling)
         append_text(child, out);
 }
-
-}  // namespace
-
-namespace {
 
 // The local names of elements whose text some rule reads; filled while the library loads.
 std::set<std::string, std::less<>>& texts_read()
@@ -850,26 +828,21 @@ std::set<std::string, std::less<>>& texts_read()
     return names;
 }
 
-void read_text_at_end_of(const char* expression)
+}  // namespace
+
+void RulesTree::reads_text(const char* expression)
 {
     for (const Path& path : parse_expression(expression))
         if (!path.steps.empty() && path.steps.back().test == Step::Test::name)
             texts_read().emplace(Names::instance().text(path.steps.back().local));
 }
 
-}  // namespace
-
-void RulesTree::reads_text(const char* expression)
-{
-    read_text_at_end_of(expression);
-}
-
 void RulesTree::reads_field(const char* members, const char* key)
 {
     if (std::strcmp(key, ".") == 0)
-        read_text_at_end_of(members);
+        reads_text(members);
     else if (key[0] != '@')
-        read_text_at_end_of(key);
+        reads_text(key);
 }
 
 bool RulesTree::text_is_read(std::string_view local)
@@ -881,15 +854,12 @@ std::string RulesTree::text(Node node)
 {
     if (!node)
         return std::string();
-    // Reading kept no text for this element: every rule must name what it reads (ReadsText).
+    // Reading kept no text for this element: every rule must name what it reads (reads_text).
     if (node->kind == Item::Kind::element && !node->value.member && node->ns_id == spirit_namespace_id() &&
         !text_is_read(node->local))
         throw std::logic_error(std::string("the text of spirit:") + node->local + " is read by no registered rule");
     std::string all;
-    if (node->kind == Item::Kind::attribute || !node->first_child)
-        HIPGSpirit::value_text(node->value, all);
-    else
-        append_text(node, all);
+    append_text(node, all);
     // Trimmed where it stands: most values have nothing to trim, and none is copied.
     std::string_view kept = trim_xml_whitespace(all);
     size_t start = static_cast<size_t>(kept.data() - all.data());

@@ -241,18 +241,16 @@ public:
         const RulesTree& tree = context.shared<RulesTree>();
         if (!tree.ok())
             return;
-        std::vector<RulesTree::Node> scopes, found;
+        std::vector<RulesTree::Node> scopes, referrers, targets;
         for (const NameReference& reference : kNameReferences) {
             tree.select(reference.scope, nullptr, scopes);
             for (RulesTree::Node scope : scopes) {
-                tree.select(reference.referrers, scope, found);
-                if (found.empty())
+                tree.select(reference.referrers, scope, referrers);
+                if (referrers.empty())
                     continue;  // nothing refers, so the names referred to need not be gathered
-                std::vector<RulesTree::Node> referrers;
-                referrers.swap(found);
                 std::set<std::string> keys;
-                tree.select(reference.targets, scope, found);
-                for (RulesTree::Node target : found) {
+                tree.select(reference.targets, scope, targets);
+                for (RulesTree::Node target : targets) {
                     std::string key;
                     if (tree.field(target, reference.key, &key))
                         keys.insert(key);

@@ -1015,6 +1015,26 @@ bool value_text(const ValueSite& site, std::string& text)
     return site.owner && site.member && site.member->ops->text(*site.owner, site.index, text);
 }
 
+bool attribute_name(const ValueSite& site, const char** ns, const char** local)
+{
+    if (!site.owner || !site.member)
+        return false;
+    if (site.member->kind == MemberKind::attribute) {
+        *ns = namespace_uri(site.member->ns_id);
+        *local = site.member->name;
+        return true;
+    }
+    if (site.member->kind != MemberKind::any_attribute || site.index >= site.member->ops->count(*site.owner))
+        return false;
+    const lmx60::c_any_attribute* kept = site.member->ops->item(*site.owner, site.index).attribute;
+    if (!kept)
+        return false;
+    *ns = kept->ns_uri.c_str();
+    // The local name is a view into the kept qname, which ends where the name does.
+    *local = local_part(kept->qname).data();
+    return true;
+}
+
 void walk_structure(const HIPGSBase& root, StructureVisitor& visitor)
 {
     const ClassInfo* info = root.getClassInfo();

@@ -30,6 +30,10 @@ struct ValueSite {
 // no text (an empty element, a site of no value).
 bool value_text(const ValueSite& site, std::string& text);
 
+// The namespace URI ("" for none) and local name of the attribute a site holds, one of its class
+// or one kept as read; false for a site of no attribute. Valid while the object lives unchanged.
+bool attribute_name(const ValueSite& site, const char** ns, const char** local);
+
 // What walk_structure meets, in the order the writer would write it: an element's attributes come
 // after its start and before its content. Names are namespace URIs ("" for none) and local names,
 // valid while the objects live.

@@ -22,6 +22,7 @@ foreach(layer lmx60 common spirit catalog)
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipxact/${layer}
           COMPONENT development
           FILES_MATCHING PATTERN "*.h"
+          PATTERN "document_head.h" EXCLUDE
           PATTERN "read_document.h" EXCLUDE
           PATTERN "recent_by_address.h" EXCLUDE
           PATTERN "rules_support.h" EXCLUDE

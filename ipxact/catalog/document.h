@@ -62,15 +62,18 @@ public:
     DocumentKind kind() const { return m_kind; }
     /// Its document element's qualified name ("spirit:component"), empty when nothing was read.
     const std::string& root_element() const { return m_root; }
-    /// Whether it has an identifier (documents of the first eight kinds that read that far).
+    /// Whether it has an identifier (documents of the first eight kinds whose text holds one before
+    /// its first fault, if any).
     bool has_vlnv() const { return m_has_vlnv; }
     /// Its identifier; all parts empty unless has_vlnv().
     const Vlnv& vlnv() const { return m_vlnv; }
     /// Whether it was read without any fault. Rules run only on such documents: one read in part
     /// would make them report what is merely missing from the part.
     bool read_cleanly() const { return m_clean; }
-    /// Its objects (the document element is the chosen alternative). Parts after a fault are
-    /// missing when !read_cleanly().
+    /// Its objects (the document element is the chosen alternative). When !read_cleanly(), parts
+    /// after the first fault are missing, and so may be a few hundred bytes' worth before it: the
+    /// reader stops at a fault in what it has parsed ahead. kind(), root_element() and vlnv() come
+    /// from the text before the fault all the same.
     const HIPGSpirit::HIPGSTop& top() const { return *m_top; }
     /// Where its elements stand.
     const LineIndex& lines() const { return m_lines; }

@@ -15,6 +15,7 @@
 #include <ipxact/spirit/HIPGSTop.h>
 #include <ipxact/spirit/HIPGSVersionedIdentifier.h>
 
+#include "document_head.h"
 #include "recent_by_address.h"
 #include "rules_tree.h"
 
@@ -352,9 +353,21 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         faults.push_back(read_finding(file, first.document_line, "", result, first.item_name));
     }
 
-    if (observer.root_ns() == NamespaceOf::none && !document->m_lines.empty()) {
-        findings.push_back({"load.not-ipxact", Severity::note, file, document->m_lines.line(0),
-                            std::string(document->m_lines.name(0)),
+    // A fault the reader saw ahead fails the read before it hands out the element it stands on: in
+    // a small file, before the document element. What the document is then comes from its head.
+    NamespaceOf::Which rootNs = observer.root_ns();
+    std::string rootLocal = observer.root_local();
+    int rootLine = document->m_lines.empty() ? 0 : document->m_lines.line(0);
+    DocumentHead head;
+    if (document->m_lines.empty() && result != lmx60::ELMX_OK) {
+        head = read_head(file, text);
+        rootNs = NamespaceOf()(head.local.empty() ? nullptr : head.uri.c_str());
+        rootLocal = head.local;
+        rootLine = head.line;
+    }
+
+    if (rootNs == NamespaceOf::none && !rootLocal.empty()) {
+        findings.push_back({"load.not-ipxact", Severity::note, file, rootLine, rootLocal,
                             "passed over: the document element belongs to neither IP-XACT 1685-2009 nor the vendor vocabulary"});
         return nullptr;
     }
@@ -366,16 +379,20 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
 
     const char* chosen = document->m_top->getChosenElementId();
     document->m_root = chosen ? chosen : "";
-    if (observer.root_ns() == NamespaceOf::spirit) {
+    if (rootNs == NamespaceOf::spirit) {
         for (const KindOfRoot& root : kSpiritRoots)
-            if (observer.root_local() == root.local)
+            if (rootLocal == root.local)
                 document->m_kind = root.kind;
-    } else if (observer.root_local() == "parameterAbstractionDefinition") {
+    } else if (rootLocal == "parameterAbstractionDefinition") {
         document->m_kind = DocumentKind::parameter_abstraction_definition;
     }
-    if (document->m_root.empty() && !document->m_lines.empty())
-        document->m_root = (observer.root_ns() == NamespaceOf::spirit ? "spirit:" : "vorlix:") + observer.root_local();
+    if (document->m_root.empty() && !rootLocal.empty())
+        document->m_root = (rootNs == NamespaceOf::spirit ? "spirit:" : "vorlix:") + rootLocal;
     document->m_has_vlnv = identifier_of(document->m_top->getChosenObject(), &document->m_vlnv);
+    if (!document->m_has_vlnv && head.has_id) {
+        document->m_has_vlnv = true;
+        document->m_vlnv = head.id;
+    }
     if (!document->m_has_vlnv)
         document->m_vlnv = Vlnv();
 

@@ -124,6 +124,50 @@ TEST(CatalogLoading, BrokenFilesBecomeFindingsWithTheirLineAndLoadingGoesOn)
     EXPECT_FALSE(kept->read_cleanly());
 }
 
+// The reader fails at a fault it has parsed ahead before handing out the element it stands on, so a
+// fault close to the top hides even the document element; what the document is and its identifier
+// must not depend on how far from the top the fault lies.
+TEST(CatalogLoading, AFaultCloseToTheTopKeepsTheDocumentsKindAndIdentifier)
+{
+    const std::string head = std::string("<?xml version=\"1.0\"?>\n<spirit:busDefinition ") + spirit_ns() + ">\n";
+    const std::string tail = "  <spirit:directConnection>true</spirit:directConnectio>\n";
+    const std::string padding = "  <!--" + std::string(4000, '.') + "-->\n";
+    scratch_directory dir;
+    dir.write("near.xml", head + vlnv_elements("acme.example.com", "buses", "near", "1.0") + tail);
+    dir.write("far.xml", head + vlnv_elements("acme.example.com", "buses", "far", "1.0") + padding + tail);
+    dir.write("cut.xml", head + "  <spirit:vendor>acme.example.com</spirit:vendor>\n  <spirit:library>bu");
+    dir.write("other.xml", "<?xml version=\"1.0\"?>\n<notes>\n  <note>unclosed\n</notes>\n");
+    dir.write("nothing.xml", "<?xml version=\"1.0\"?>\n<");
+    Catalog catalog;
+    catalog.load({dir.path().string()});
+    const Document& fromText =
+        catalog.add_text("text.xml", head + vlnv_elements("acme.example.com", "buses", "text", "1.0") + tail);
+
+    for (const char* name : {"near", "far", "text"}) {
+        const Document* document = catalog.find(acme("buses", name));
+        ASSERT_NE(document, nullptr) << name;
+        EXPECT_EQ(document->kind(), DocumentKind::bus_definition) << name;
+        EXPECT_EQ(document->root_element(), "spirit:busDefinition") << name;
+        EXPECT_FALSE(document->read_cleanly()) << name;
+    }
+    EXPECT_EQ(&fromText, catalog.find(acme("buses", "text")));
+    const Document* cut = catalog.find_file((dir / "cut.xml").string());
+    ASSERT_NE(cut, nullptr);
+    EXPECT_EQ(cut->kind(), DocumentKind::bus_definition);
+    EXPECT_FALSE(cut->has_vlnv());
+    const Document* nothing = catalog.find_file((dir / "nothing.xml").string());
+    ASSERT_NE(nothing, nullptr);
+    EXPECT_EQ(nothing->kind(), DocumentKind::other);
+    EXPECT_EQ(nothing->root_element(), "");
+
+    EXPECT_EQ(catalog.find_file((dir / "other.xml").string()), nullptr);
+    std::vector<Finding> passed = with_rule(catalog.load_findings(), "load.not-ipxact");
+    ASSERT_EQ(passed.size(), 1u);
+    EXPECT_EQ(passed[0].line, 2);
+    EXPECT_EQ(passed[0].path, "notes");
+    EXPECT_EQ(with_rule(catalog.load_findings(), "read.fault").size(), 5u);
+}
+
 TEST(CatalogLoading, OneThreadAndManyThreadsLoadTheSameCatalog)
 {
     scratch_directory dir;

@@ -9,12 +9,14 @@
 #include <exception>
 #include <filesystem>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <unordered_map>
 #include <unordered_set>
 
 #include <ipxact/common/HPAParamMgr.h>
+#include <ipxact/lmx60/lmx60_error.h>
 #include <ipxact/lmx60/lmx60_text.h>
 #include <ipxact/spirit/HIPGSBase.h>
 #include <ipxact/spirit/HIPGSTop.h>
@@ -237,6 +239,24 @@ const Document& Catalog::add_text(const std::string& file, std::string_view xml)
     Document& added = adopt(std::move(document));
     reindex();
     return added;
+}
+
+const Document& Catalog::add_objects(const std::string& file, const HIPGSpirit::HIPGSTop& top)
+{
+    std::ostringstream text;
+    lmx60::s_debug_error fault;
+    lmx60::elmx_error code;
+    try {
+        code = top.marshal(text, &fault);
+    } catch (const std::exception& e) {
+        throw std::invalid_argument(file + ": the objects cannot be written: " + e.what());
+    }
+    if (code != lmx60::ELMX_OK) {
+        const char* description = lmx60::get_error_description(code);
+        throw std::invalid_argument(file + ": the objects cannot be written: code " + std::to_string(code) + ": " +
+                                    (description ? description : "unknown error") + " (" + fault.item_name + ")");
+    }
+    return add_text(file, text.str());
 }
 
 void Catalog::reindex()

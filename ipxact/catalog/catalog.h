@@ -79,6 +79,12 @@ public:
     size_t load(const std::vector<std::string>& paths, const LoadOptions& options = {});
     /// Reads one document from memory, under the file name given (used in findings only).
     const Document& add_text(const std::string& file, std::string_view xml);
+    /// Adds a document held as objects (one built or edited through the binding and not yet saved),
+    /// under the file name given. The objects are written out and that text is read back, so the
+    /// document's lines are those of the text as `marshal` writes it and the rules see what a file
+    /// holding the objects would hold. Throws std::invalid_argument, saying why, when the objects
+    /// cannot be written (a required child never created, a choice with nothing chosen).
+    const Document& add_objects(const std::string& file, const HIPGSpirit::HIPGSTop& top);
 
     /// Every document, in the order loaded (files of one directory in name order).
     const std::vector<const Document*>& documents() const { return m_view; }

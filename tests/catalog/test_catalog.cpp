@@ -10,7 +10,11 @@
 
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/report.h>
+#include <ipxact/spirit/HIPGSBusInterfaceType.h>
+#include <ipxact/spirit/HIPGSBusInterfaces.h>
+#include <ipxact/spirit/HIPGSComponentType.h>
 #include <ipxact/spirit/HIPGSTop.h>
+#include <ipxact/spirit/HIPGSVersionedIdentifier.h>
 
 #include "catalog_test_support.h"
 
@@ -166,6 +170,36 @@ TEST(CatalogLoading, AFaultCloseToTheTopKeepsTheDocumentsKindAndIdentifier)
     EXPECT_EQ(passed[0].line, 2);
     EXPECT_EQ(passed[0].path, "notes");
     EXPECT_EQ(with_rule(catalog.load_findings(), "read.fault").size(), 5u);
+}
+
+TEST(CatalogLoading, ObjectsEditedInMemoryAreCheckedAsTheirWrittenText)
+{
+    Catalog catalog;
+    catalog.add_text("apb.xml", bus_definition("apb"));
+    std::string text = component("timer", "apb");
+    HIPGSpirit::HIPGSTop top;
+    ASSERT_EQ(top.unmarshal(text.data(), text.size()), lmx60::ELMX_OK);
+    // Edited: a second bus interface of the same name, under a new identifier.
+    HIPGSpirit::HIPGSComponentType& timer = top.getComponent();
+    timer.getVersionedIdentifier().setName("timer2");
+    HIPGSpirit::HIPGSBusInterfaces& interfaces = timer.getBusInterfaces();
+    interfaces.appendBusInterface(new HIPGSpirit::HIPGSBusInterfaceType(interfaces.getBusInterface(0)));
+
+    const Document& added = catalog.add_objects("timer2.xml", top);
+    EXPECT_TRUE(added.read_cleanly());
+    EXPECT_TRUE(added.top() == top);
+    EXPECT_EQ(catalog.find(acme("ip", "timer2")), &added);
+    ASSERT_EQ(added.references().size(), 4u);
+    EXPECT_EQ(catalog.resolve(added.references()[0]), catalog.find(Vlnv{"acme.example.com", "buses", "apb", "1.0"}));
+    std::vector<Finding> twice = with_rule(catalog.check(added), "names.unique");
+    ASSERT_EQ(twice.size(), 1u);
+    EXPECT_EQ(twice[0].file, "timer2.xml");
+    EXPECT_EQ(twice[0].path, "component/busInterfaces/busInterface[2]");
+    EXPECT_GT(twice[0].line, 1);
+
+    HIPGSpirit::HIPGSTop nothing;
+    EXPECT_THROW(catalog.add_objects("nothing.xml", nothing), std::invalid_argument);
+    EXPECT_EQ(catalog.documents().size(), 2u);
 }
 
 TEST(CatalogLoading, OneThreadAndManyThreadsLoadTheSameCatalog)

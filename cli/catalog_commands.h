@@ -21,6 +21,9 @@ struct catalog_options {
     std::vector<std::string> catalog_paths;  // `deps --catalog`
     std::vector<std::string> operands;
     std::string error;
+    // The process ends after the command: its catalog is left to the exit, which returns the
+    // memory at once, instead of being released object by object.
+    bool leave_catalog_to_exit = false;
 };
 
 // Takes the options out of the arguments of `command`; what is left are operands.

@@ -180,6 +180,7 @@ int run_info(const std::vector<std::string>& arguments)
 int run_check(const std::vector<std::string>& arguments)
 {
     catalog_options options = parse_catalog_options("check", arguments);
+    options.leave_catalog_to_exit = true;
     if (!options.error.empty())
         return usage_error("check", options.error);
     if (options.list_rules) {
@@ -202,6 +203,7 @@ int run_check(const std::vector<std::string>& arguments)
 int run_catalog(const std::vector<std::string>& arguments)
 {
     catalog_options options = parse_catalog_options("catalog", arguments);
+    options.leave_catalog_to_exit = true;
     if (!options.error.empty())
         return usage_error("catalog", options.error);
     if (options.operands.empty())
@@ -214,6 +216,7 @@ int run_catalog(const std::vector<std::string>& arguments)
 int run_deps(const std::vector<std::string>& arguments)
 {
     catalog_options options = parse_catalog_options("deps", arguments);
+    options.leave_catalog_to_exit = true;
     if (!options.error.empty())
         return usage_error("deps", options.error);
     if (options.operands.size() != 1)

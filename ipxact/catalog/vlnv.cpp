@@ -1,6 +1,8 @@
 #include <ipxact/catalog/vlnv.h>
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <tuple>
 
 namespace ipxact {
@@ -23,7 +25,8 @@ std::optional<Vlnv> Vlnv::parse(const std::string& text)
         if (++part == 4)
             return std::nullopt;
     }
-    if (part != 3)
+    // A document's identifier has no empty part, so a text with one names nothing.
+    if (part != 3 || std::any_of(std::begin(parts), std::end(parts), [](const std::string& p) { return p.empty(); }))
         return std::nullopt;
     return Vlnv{parts[0], parts[1], parts[2], parts[3]};
 }

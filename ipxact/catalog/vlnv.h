@@ -22,8 +22,8 @@ struct Vlnv {
 
     /// "vendor:library:name:version".
     std::string to_string() const;
-    /// Reads "vendor:library:name:version" (exactly four parts separated by ':'); nothing when the
-    /// text is not of that form.
+    /// Reads "vendor:library:name:version" (exactly four parts separated by ':', none empty, as in
+    /// every document's identifier); nothing when the text is not of that form.
     static std::optional<Vlnv> parse(const std::string& text);
 
     /// Equal when all four parts are equal.

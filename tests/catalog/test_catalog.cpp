@@ -699,6 +699,8 @@ TEST(CatalogVlnv, ParsesFourPartsOnly)
     EXPECT_EQ(Vlnv::parse("a:b:c:d"), (Vlnv{"a", "b", "c", "d"}));
     EXPECT_FALSE(Vlnv::parse("a:b:c"));
     EXPECT_FALSE(Vlnv::parse("a:b:c:d:e"));
+    EXPECT_FALSE(Vlnv::parse(":::"));
+    EXPECT_FALSE(Vlnv::parse("a:b::d"));
     EXPECT_EQ(Vlnv::parse("a:b:c:d")->to_string(), "a:b:c:d");
 }
 

@@ -309,6 +309,54 @@ struct c_empty {
     bool operator==(const c_empty&) const { return true; }
 };
 
+// Members most objects leave unset, held together behind one pointer, null until one of them is
+// changed: every configurable value (a field's width, a register's size) admits a dozen optional
+// attributes that documents hardly ever write, and a word for each in every object is most of the
+// object. Reading through a const holder never allocates; T's default value (its defaults applied)
+// stands in while there is none.
+template <class T>
+class ct_boxed {
+public:
+    ct_boxed() = default;
+    ~ct_boxed() { storage_delete(m_value); }
+    ct_boxed(const ct_boxed& other) : m_value(other.m_value ? storage_new<T>(*other.m_value) : nullptr) {}
+    ct_boxed& operator=(const ct_boxed& other)
+    {
+        ct_boxed copy(other);
+        swap(copy);
+        return *this;
+    }
+    ct_boxed(ct_boxed&& other) noexcept : m_value(other.m_value) { other.m_value = nullptr; }
+    ct_boxed& operator=(ct_boxed&& other) noexcept
+    {
+        ct_boxed moved(std::move(other));
+        swap(moved);
+        return *this;
+    }
+
+    const T& get() const { return m_value ? *m_value : unset(); }
+    // The members to change; from here on the holder has a block of its own.
+    T& own()
+    {
+        if (!m_value)
+            m_value = storage_new<T>();
+        return *m_value;
+    }
+    const T* operator->() const { return &get(); }
+    T* operator->() { return &own(); }
+    bool operator==(const ct_boxed& other) const { return get() == other.get(); }
+    void swap(ct_boxed& other) noexcept { std::swap(m_value, other.m_value); }
+
+private:
+    static const T& unset()
+    {
+        static const T value{};
+        return value;
+    }
+
+    T* m_value = nullptr;
+};
+
 // An element without content: only its presence matters.
 template <class T = c_empty>
 class ct_empty_single {

@@ -35,20 +35,20 @@ static const int32_t HIPGSAddressBlockType_first_events_15[] = {442, 0};
 static const int32_t HIPGSAddressBlockType_first_events_16[] = {509, 563, 0};
 
 const MemberInfo HIPGSAddressBlockType::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSAddressBlockType::m_optional_attributes, &HIPGSAddressBlockType::OptionalAttributes::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_14, ops<&HIPGSAddressBlockType::m_NameGroup>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:addressSpecifier", 0, 1, 1, HIPGSAddressBlockType_first_events_15, ops<&HIPGSAddressBlockType::m_AddressSpecifier>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:addressBlockDefinitionGroup", 0, 1, 1, HIPGSAddressBlockType_first_events_16, ops<&HIPGSAddressBlockType::m_AddressBlockDefinitionGroup>(), nullptr},
@@ -90,50 +90,24 @@ HIPGSAddressBlockType::~HIPGSAddressBlockType() = default;
 
 void HIPGSAddressBlockType::swap(HIPGSAddressBlockType& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_AddressSpecifier.swap(other.m_AddressSpecifier);
     m_AddressBlockDefinitionGroup.swap(other.m_AddressBlockDefinitionGroup);
     m_VendorExtensions.swap(other.m_VendorExtensions);
     m_AddressBlockInfo.swap(other.m_AddressBlockInfo);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSAddressBlockType::operator==(const HIPGSAddressBlockType& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
+    return m_NameGroup == other.m_NameGroup
         && m_AddressSpecifier == other.m_AddressSpecifier
         && m_AddressBlockDefinitionGroup == other.m_AddressBlockDefinitionGroup
         && m_VendorExtensions == other.m_VendorExtensions
         && m_AddressBlockInfo == other.m_AddressBlockInfo
-        && m_any_attribute == other.m_any_attribute;
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSAddressBlockType::init()
@@ -181,17 +155,39 @@ lmx60::elmx_error HIPGSAddressBlockType::marshal(lmx60::c_xml_writer& writer, co
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSAddressBlockType::OptionalAttributes::OptionalAttributes()
+{
+}
+
+bool HIPGSAddressBlockType::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
+}
+
 lmx60::elmx_error HIPGSAddressBlockType::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAddressBlockType::e_enum_FormatAttr HIPGSAddressBlockType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -204,13 +200,13 @@ lmx60::elmx_error HIPGSAddressBlockType::setResolveAttr(const std::string& value
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAddressBlockType::e_enum_ResolveAttr HIPGSAddressBlockType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -221,25 +217,25 @@ bool HIPGSAddressBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSAddressBlockType::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -249,19 +245,19 @@ lmx60::elmx_error HIPGSAddressBlockType::setBitStringLengthAttr(const lmx60::c_b
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -269,13 +265,13 @@ lmx60::elmx_error HIPGSAddressBlockType::setRangeTypeAttr(const std::string& val
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAddressBlockType::e_enum_RangeTypeAttr HIPGSAddressBlockType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAddressBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -286,19 +282,19 @@ bool HIPGSAddressBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSAddressBlockType::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setSchemaLocationAttr(const std::string& value)
 {
-    m_SchemaLocationAttr.set(value);
+    m_optional_attributes->m_SchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAddressBlockType::setNoNamespaceSchemaLocationAttr(const std::string& value)
 {
-    m_NoNamespaceSchemaLocationAttr.set(value);
+    m_optional_attributes->m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

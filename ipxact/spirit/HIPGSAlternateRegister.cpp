@@ -34,18 +34,18 @@ static const int32_t HIPGSAlternateRegister_first_events_12[] = {492, 0};
 static const int32_t HIPGSAlternateRegister_first_events_14[] = {365, 395, 488, 524, 563, 0};
 
 const MemberInfo HIPGSAlternateRegister::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSAlternateRegister::m_optional_attributes, &HIPGSAlternateRegister::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSAlternateRegister_first_events_12, ops<&HIPGSAlternateRegister::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "alternateGroups", "spirit:alternateGroups", 299, 1, 1, nullptr, ops<&HIPGSAlternateRegister::m_AlternateGroups>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:alternateRegisterDefinitionGroup", 0, 0, 1, HIPGSAlternateRegister_first_events_14, ops<&HIPGSAlternateRegister::m_AlternateRegisterDefinitionGroup>(), nullptr},
@@ -87,46 +87,24 @@ HIPGSAlternateRegister::~HIPGSAlternateRegister() = default;
 
 void HIPGSAlternateRegister::swap(HIPGSAlternateRegister& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_AlternateGroups.swap(other.m_AlternateGroups);
     m_AlternateRegisterDefinitionGroup.swap(other.m_AlternateRegisterDefinitionGroup);
     m_Parameters.swap(other.m_Parameters);
     m_VendorExtensions.swap(other.m_VendorExtensions);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSAlternateRegister::operator==(const HIPGSAlternateRegister& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_NameGroup == other.m_NameGroup
+    return m_NameGroup == other.m_NameGroup
         && m_AlternateGroups == other.m_AlternateGroups
         && m_AlternateRegisterDefinitionGroup == other.m_AlternateRegisterDefinitionGroup
         && m_Parameters == other.m_Parameters
         && m_VendorExtensions == other.m_VendorExtensions
-        && m_any_attribute == other.m_any_attribute;
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSAlternateRegister::init()
@@ -174,17 +152,37 @@ lmx60::elmx_error HIPGSAlternateRegister::marshal(lmx60::c_xml_writer& writer, c
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSAlternateRegister::OptionalAttributes::OptionalAttributes()
+{
+}
+
+bool HIPGSAlternateRegister::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr;
+}
+
 lmx60::elmx_error HIPGSAlternateRegister::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAlternateRegister::e_enum_FormatAttr HIPGSAlternateRegister::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -197,13 +195,13 @@ lmx60::elmx_error HIPGSAlternateRegister::setResolveAttr(const std::string& valu
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAlternateRegister::e_enum_ResolveAttr HIPGSAlternateRegister::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -214,25 +212,25 @@ bool HIPGSAlternateRegister::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSAlternateRegister::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAlternateRegister::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAlternateRegister::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAlternateRegister::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -242,19 +240,19 @@ lmx60::elmx_error HIPGSAlternateRegister::setBitStringLengthAttr(const lmx60::c_
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAlternateRegister::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSAlternateRegister::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -262,13 +260,13 @@ lmx60::elmx_error HIPGSAlternateRegister::setRangeTypeAttr(const std::string& va
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSAlternateRegister::e_enum_RangeTypeAttr HIPGSAlternateRegister::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSAlternateRegister::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -279,7 +277,7 @@ bool HIPGSAlternateRegister::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSAlternateRegister::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -33,18 +33,18 @@ static const int32_t HIPGSBankedBlockType_first_events_13[] = {509, 0};
 static const int32_t HIPGSBankedBlockType_first_events_14[] = {312, 365, 488, 512, 513, 570, 0};
 
 const MemberInfo HIPGSBankedBlockType::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBankedBlockType::m_optional_attributes, &HIPGSBankedBlockType::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSBankedBlockType_first_events_12, ops<&HIPGSBankedBlockType::m_NameGroup>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:blockSize", 0, 1, 1, HIPGSBankedBlockType_first_events_13, ops<&HIPGSBankedBlockType::m_BlockSize>(), nullptr},
     {MemberKind::group, 1001, nullptr, "spirit:addressBlockExtensions", 0, 0, 1, HIPGSBankedBlockType_first_events_14, ops<&HIPGSBankedBlockType::m_AddressBlockExtensions>(), nullptr},
@@ -85,44 +85,22 @@ HIPGSBankedBlockType::~HIPGSBankedBlockType() = default;
 
 void HIPGSBankedBlockType::swap(HIPGSBankedBlockType& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_BlockSize.swap(other.m_BlockSize);
     m_AddressBlockExtensions.swap(other.m_AddressBlockExtensions);
     m_VendorExtensions.swap(other.m_VendorExtensions);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSBankedBlockType::operator==(const HIPGSBankedBlockType& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_NameGroup == other.m_NameGroup
+    return m_NameGroup == other.m_NameGroup
         && m_BlockSize == other.m_BlockSize
         && m_AddressBlockExtensions == other.m_AddressBlockExtensions
         && m_VendorExtensions == other.m_VendorExtensions
-        && m_any_attribute == other.m_any_attribute;
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSBankedBlockType::init()
@@ -170,17 +148,37 @@ lmx60::elmx_error HIPGSBankedBlockType::marshal(lmx60::c_xml_writer& writer, con
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSBankedBlockType::OptionalAttributes::OptionalAttributes()
+{
+}
+
+bool HIPGSBankedBlockType::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr;
+}
+
 lmx60::elmx_error HIPGSBankedBlockType::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBankedBlockType::e_enum_FormatAttr HIPGSBankedBlockType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -193,13 +191,13 @@ lmx60::elmx_error HIPGSBankedBlockType::setResolveAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBankedBlockType::e_enum_ResolveAttr HIPGSBankedBlockType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -210,25 +208,25 @@ bool HIPGSBankedBlockType::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSBankedBlockType::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -238,19 +236,19 @@ lmx60::elmx_error HIPGSBankedBlockType::setBitStringLengthAttr(const lmx60::c_bi
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBankedBlockType::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -258,13 +256,13 @@ lmx60::elmx_error HIPGSBankedBlockType::setRangeTypeAttr(const std::string& valu
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBankedBlockType::e_enum_RangeTypeAttr HIPGSBankedBlockType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBankedBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -275,7 +273,7 @@ bool HIPGSBankedBlockType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSBankedBlockType::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -31,20 +31,20 @@ const lmx60::s_event_map HIPGSBaseAddress2::attr_event_map[] = {
 
 
 const MemberInfo HIPGSBaseAddress2::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSBaseAddress2::m_optional_attributes, &HIPGSBaseAddress2::OptionalAttributes::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBaseAddress2::m_BaseAddress>(), &validation_spec_preserve_Lexical2},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBaseAddress2::m_any_attribute>(), nullptr},
 };
@@ -144,52 +144,20 @@ HIPGSBaseAddress2::~HIPGSBaseAddress2() = default;
 
 void HIPGSBaseAddress2::swap(HIPGSBaseAddress2& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_BaseAddress.swap(other.m_BaseAddress);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSBaseAddress2::operator==(const HIPGSBaseAddress2& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_BaseAddress == other.m_BaseAddress
-        && m_any_attribute == other.m_any_attribute;
+    return m_BaseAddress == other.m_BaseAddress
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSBaseAddress2::init()
 {
-    static const std::string kFormatAttrDefault("long");
-    m_FormatAttr.set_default(&kFormatAttrDefault);
-    static const std::string kRangeTypeAttrDefault("float");
-    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
-    static const std::string kPromptAttrDefault("Base Address:");
-    m_PromptAttr.set_default(&kPromptAttrDefault);
 }
 
 bool HIPGSBaseAddress2::isOccursOk() const
@@ -233,17 +201,45 @@ lmx60::elmx_error HIPGSBaseAddress2::marshal(lmx60::c_xml_writer& writer, const 
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSBaseAddress2::OptionalAttributes::OptionalAttributes()
+{
+    static const std::string kFormatAttrDefault("long");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kPromptAttrDefault("Base Address:");
+    m_PromptAttr.set_default(&kPromptAttrDefault);
+}
+
+bool HIPGSBaseAddress2::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
+}
+
 lmx60::elmx_error HIPGSBaseAddress2::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBaseAddress2::e_enum_FormatAttr HIPGSBaseAddress2::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -256,13 +252,13 @@ lmx60::elmx_error HIPGSBaseAddress2::setResolveAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBaseAddress2::e_enum_ResolveAttr HIPGSBaseAddress2::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -273,25 +269,25 @@ bool HIPGSBaseAddress2::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSBaseAddress2::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -301,19 +297,19 @@ lmx60::elmx_error HIPGSBaseAddress2::setBitStringLengthAttr(const lmx60::c_big_i
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -321,13 +317,13 @@ lmx60::elmx_error HIPGSBaseAddress2::setRangeTypeAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBaseAddress2::e_enum_RangeTypeAttr HIPGSBaseAddress2::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBaseAddress2::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -338,19 +334,19 @@ bool HIPGSBaseAddress2::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSBaseAddress2::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setSchemaLocationAttr(const std::string& value)
 {
-    m_SchemaLocationAttr.set(value);
+    m_optional_attributes->m_SchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBaseAddress2::setNoNamespaceSchemaLocationAttr(const std::string& value)
 {
-    m_NoNamespaceSchemaLocationAttr.set(value);
+    m_optional_attributes->m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -653,53 +653,72 @@ constexpr bool holder_may_be_unwritable = false;
 template <class V>
 constexpr bool holder_may_be_unwritable<lmx60::ct_simple_list_optional<V>> = true;
 
+// Where a member's holder stands in its object: a field of its class, or a field of the block of
+// rarely set members that the class holds behind one pointer (lmx60::ct_boxed), which reading
+// through a const object never creates.
 template <auto Member>
-class member_ops final : public MemberOps {
+struct field_access {
     using C = typename member_pointer_traits<decltype(Member)>::owner;
     using H = typename member_pointer_traits<decltype(Member)>::holder;
+    static H& held(HIPGSBase& o) { return static_cast<C&>(o).*Member; }
+    static const H& held(const HIPGSBase& o) { return static_cast<const C&>(o).*Member; }
+};
+
+template <auto Box, auto Member>
+struct boxed_access {
+    using C = typename member_pointer_traits<decltype(Box)>::owner;
+    using H = typename member_pointer_traits<decltype(Member)>::holder;
+    static H& held(HIPGSBase& o) { return (static_cast<C&>(o).*Box).own().*Member; }
+    static const H& held(const HIPGSBase& o) { return (static_cast<const C&>(o).*Box).get().*Member; }
+};
+
+template <class Access>
+class member_ops final : public MemberOps {
+    using H = typename Access::H;
     using io = holder_io<H>;
 
 public:
     constexpr member_ops() : MemberOps(holder_may_be_unwritable<H>, !std::is_base_of_v<without_text, io>) {}
     void read(lmx60::c_xml_reader& r, HIPGSBase& o, const MemberInfo& m) const override
     {
-        io::read(r, static_cast<C&>(o).*Member, m);
+        io::read(r, Access::held(o), m);
     }
     void write(lmx60::c_xml_writer& w, const HIPGSBase& o, const MemberInfo& m) const override
     {
-        io::write(w, static_cast<const C&>(o).*Member, m);
+        io::write(w, Access::held(o), m);
     }
-    size_t count(const HIPGSBase& o) const override { return io::count(static_cast<const C&>(o).*Member); }
-    bool is_writable(const HIPGSBase& o) const override { return holds_writable(static_cast<const C&>(o).*Member); }
-    void create(HIPGSBase& o) const override { io::create(static_cast<C&>(o).*Member); }
-    void clear(HIPGSBase& o) const override { io::clear(static_cast<C&>(o).*Member); }
-    HIPGSBase* object(HIPGSBase& o) const override { return single_child<H>::get(static_cast<C&>(o).*Member); }
-    const HIPGSBase* object(const HIPGSBase& o) const override
-    {
-        return single_child<H>::get(static_cast<const C&>(o).*Member);
-    }
-    MemberItem item(const HIPGSBase& o, size_t index) const override
-    {
-        return io::item(static_cast<const C&>(o).*Member, index);
-    }
+    size_t count(const HIPGSBase& o) const override { return io::count(Access::held(o)); }
+    bool is_writable(const HIPGSBase& o) const override { return holds_writable(Access::held(o)); }
+    void create(HIPGSBase& o) const override { io::create(Access::held(o)); }
+    void clear(HIPGSBase& o) const override { io::clear(Access::held(o)); }
+    HIPGSBase* object(HIPGSBase& o) const override { return single_child<H>::get(Access::held(o)); }
+    const HIPGSBase* object(const HIPGSBase& o) const override { return single_child<H>::get(Access::held(o)); }
+    MemberItem item(const HIPGSBase& o, size_t index) const override { return io::item(Access::held(o), index); }
     bool text(const HIPGSBase& o, size_t index, std::string& t) const override
     {
-        return io::text(static_cast<const C&>(o).*Member, index, t);
+        return io::text(Access::held(o), index, t);
     }
 
     static const member_ops instance;
 };
 
-template <auto Member>
-const member_ops<Member> member_ops<Member>::instance{};
+template <class Access>
+const member_ops<Access> member_ops<Access>::instance{};
 
 }  // namespace detail
 
-// The operations of one member, for the generated tables: HIPGSpirit::ops<&HIPGSFoo::m_bar>().
+// The operations of one member, for the generated tables: HIPGSpirit::ops<&HIPGSFoo::m_bar>(), or
+// ops<&HIPGSFoo::m_box, &HIPGSFoo::Box::m_bar>() for a member held in a box of rarely set ones.
 template <auto Member>
 constexpr const MemberOps* ops()
 {
-    return &detail::member_ops<Member>::instance;
+    return &detail::member_ops<detail::field_access<Member>>::instance;
+}
+
+template <auto Box, auto Member>
+constexpr const MemberOps* ops()
+{
+    return &detail::member_ops<detail::boxed_access<Box, Member>>::instance;
 }
 
 }  // namespace HIPGSpirit

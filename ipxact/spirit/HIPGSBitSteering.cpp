@@ -29,18 +29,18 @@ const lmx60::s_event_map HIPGSBitSteering::attr_event_map[] = {
 
 
 const MemberInfo HIPGSBitSteering::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBitSteering::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBitSteering::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBitSteering::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBitSteering::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBitSteering::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBitSteering::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBitSteering::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBitSteering::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBitSteering::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBitSteering::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBitSteering::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBitSteering::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSBitSteering::m_optional_attributes, &HIPGSBitSteering::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSBitSteering::m_BitSteering>(), &lmx60::validation_spec_empty, "off"},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSBitSteering::m_any_attribute>(), nullptr},
 };
@@ -78,44 +78,20 @@ HIPGSBitSteering::~HIPGSBitSteering() = default;
 
 void HIPGSBitSteering::swap(HIPGSBitSteering& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
     m_BitSteering.swap(other.m_BitSteering);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSBitSteering::operator==(const HIPGSBitSteering& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_BitSteering == other.m_BitSteering
-        && m_any_attribute == other.m_any_attribute;
+    return m_BitSteering == other.m_BitSteering
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSBitSteering::init()
 {
-    static const std::string kFormatAttrDefault("string");
-    m_FormatAttr.set_default(&kFormatAttrDefault);
     m_BitSteering.set("off");
 }
 
@@ -160,17 +136,39 @@ lmx60::elmx_error HIPGSBitSteering::marshal(lmx60::c_xml_writer& writer, const c
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSBitSteering::OptionalAttributes::OptionalAttributes()
+{
+    static const std::string kFormatAttrDefault("string");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+}
+
+bool HIPGSBitSteering::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr;
+}
+
 lmx60::elmx_error HIPGSBitSteering::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBitSteering::e_enum_FormatAttr HIPGSBitSteering::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -183,13 +181,13 @@ lmx60::elmx_error HIPGSBitSteering::setResolveAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBitSteering::e_enum_ResolveAttr HIPGSBitSteering::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -200,25 +198,25 @@ bool HIPGSBitSteering::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSBitSteering::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -228,19 +226,19 @@ lmx60::elmx_error HIPGSBitSteering::setBitStringLengthAttr(const lmx60::c_big_in
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSBitSteering::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -248,13 +246,13 @@ lmx60::elmx_error HIPGSBitSteering::setRangeTypeAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSBitSteering::e_enum_RangeTypeAttr HIPGSBitSteering::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSBitSteering::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -265,7 +263,7 @@ bool HIPGSBitSteering::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSBitSteering::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

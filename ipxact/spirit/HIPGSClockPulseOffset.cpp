@@ -30,19 +30,19 @@ const lmx60::s_event_map HIPGSClockPulseOffset::attr_event_map[] = {
 
 
 const MemberInfo HIPGSClockPulseOffset::s_members[] = {
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_ResolveAttr>(), &validation_spec_collapse_Value39},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "units", "spirit:units", 569, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_UnitsAttr>(), &validation_spec_collapse_Value60},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value39},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "units", "spirit:units", 569, 0, 1, nullptr, ops<&HIPGSClockPulseOffset::m_optional_attributes, &HIPGSClockPulseOffset::OptionalAttributes::m_UnitsAttr>(), &validation_spec_collapse_Value60},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSClockPulseOffset::m_ClockPulseOffset>(), &validation_spec_collapse_Value86},
     {MemberKind::any_attribute, 0, nullptr, nullptr, 0, 0, kUnbounded, nullptr, ops<&HIPGSClockPulseOffset::m_any_attribute>(), nullptr},
 };
@@ -80,50 +80,20 @@ HIPGSClockPulseOffset::~HIPGSClockPulseOffset() = default;
 
 void HIPGSClockPulseOffset::swap(HIPGSClockPulseOffset& other) noexcept
 {
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
-    m_UnitsAttr.swap(other.m_UnitsAttr);
     m_ClockPulseOffset.swap(other.m_ClockPulseOffset);
     m_any_attribute.swap(other.m_any_attribute);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSClockPulseOffset::operator==(const HIPGSClockPulseOffset& other) const
 {
-    return m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_UnitsAttr == other.m_UnitsAttr
-        && m_ClockPulseOffset == other.m_ClockPulseOffset
-        && m_any_attribute == other.m_any_attribute;
+    return m_ClockPulseOffset == other.m_ClockPulseOffset
+        && m_any_attribute == other.m_any_attribute
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSClockPulseOffset::init()
 {
-    static const std::string kFormatAttrDefault("float");
-    m_FormatAttr.set_default(&kFormatAttrDefault);
-    static const std::string kRangeTypeAttrDefault("float");
-    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
-    static const std::string kUnitsAttrDefault("ns");
-    m_UnitsAttr.set_default(&kUnitsAttrDefault);
 }
 
 bool HIPGSClockPulseOffset::isOccursOk() const
@@ -167,17 +137,44 @@ lmx60::elmx_error HIPGSClockPulseOffset::marshal(lmx60::c_xml_writer& writer, co
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSClockPulseOffset::OptionalAttributes::OptionalAttributes()
+{
+    static const std::string kFormatAttrDefault("float");
+    m_FormatAttr.set_default(&kFormatAttrDefault);
+    static const std::string kRangeTypeAttrDefault("float");
+    m_RangeTypeAttr.set_default(&kRangeTypeAttrDefault);
+    static const std::string kUnitsAttrDefault("ns");
+    m_UnitsAttr.set_default(&kUnitsAttrDefault);
+}
+
+bool HIPGSClockPulseOffset::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr
+        && m_UnitsAttr == other.m_UnitsAttr;
+}
+
 lmx60::elmx_error HIPGSClockPulseOffset::setFormatAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSClockPulseOffset::e_enum_FormatAttr HIPGSClockPulseOffset::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSClockPulseOffset::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -190,13 +187,13 @@ lmx60::elmx_error HIPGSClockPulseOffset::setResolveAttr(const std::string& value
 {
     if (lmx60::elmx_error error = UserValidator39(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSClockPulseOffset::e_enum_ResolveAttr HIPGSClockPulseOffset::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_33, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSClockPulseOffset::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -207,25 +204,25 @@ bool HIPGSClockPulseOffset::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSClockPulseOffset::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPulseOffset::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPulseOffset::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPulseOffset::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -235,19 +232,19 @@ lmx60::elmx_error HIPGSClockPulseOffset::setBitStringLengthAttr(const lmx60::c_b
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPulseOffset::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSClockPulseOffset::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -255,13 +252,13 @@ lmx60::elmx_error HIPGSClockPulseOffset::setRangeTypeAttr(const std::string& val
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSClockPulseOffset::e_enum_RangeTypeAttr HIPGSClockPulseOffset::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSClockPulseOffset::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -272,7 +269,7 @@ bool HIPGSClockPulseOffset::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
 
 lmx60::elmx_error HIPGSClockPulseOffset::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -280,13 +277,13 @@ lmx60::elmx_error HIPGSClockPulseOffset::setUnitsAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator60(value, "units"))
         return error;
-    m_UnitsAttr.set(value);
+    m_optional_attributes->m_UnitsAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSClockPulseOffset::e_enum_UnitsAttr HIPGSClockPulseOffset::getEnumUnitsAttr() const
 {
-    return static_cast<e_enum_UnitsAttr>(enum_number(value_set_54, m_UnitsAttr.is_set(), m_UnitsAttr.get()));
+    return static_cast<e_enum_UnitsAttr>(enum_number(value_set_54, m_optional_attributes->m_UnitsAttr.is_set(), m_optional_attributes->m_UnitsAttr.get()));
 }
 
 bool HIPGSClockPulseOffset::setEnumUnitsAttr(e_enum_UnitsAttr value)

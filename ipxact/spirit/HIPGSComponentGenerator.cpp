@@ -29,10 +29,10 @@ const lmx60::s_event_map HIPGSComponentGenerator::attr_event_map[] = {
 static const int32_t HIPGSComponentGenerator_first_events_4[] = {492, 0};
 
 const MemberInfo HIPGSComponentGenerator::s_members[] = {
-    {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_ScopeAttr>(), &validation_spec_preserve_Value43},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "hidden", "spirit:hidden", 411, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_optional_attributes, &HIPGSComponentGenerator::OptionalAttributes::m_HiddenAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "scope", "spirit:scope", 528, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_optional_attributes, &HIPGSComponentGenerator::OptionalAttributes::m_ScopeAttr>(), &validation_spec_preserve_Value43},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_optional_attributes, &HIPGSComponentGenerator::OptionalAttributes::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_optional_attributes, &HIPGSComponentGenerator::OptionalAttributes::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::group, 1001, nullptr, "spirit:nameGroup", 0, 1, 1, HIPGSComponentGenerator_first_events_4, ops<&HIPGSComponentGenerator::m_NameGroup>(), nullptr},
     {MemberKind::element, 1001, "phase", "spirit:phase", 424, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_Phase>(), nullptr},
     {MemberKind::element, 1001, "parameters", "spirit:parameters", 312, 0, 1, nullptr, ops<&HIPGSComponentGenerator::m_Parameters>(), nullptr},
@@ -138,10 +138,6 @@ HIPGSComponentGenerator::~HIPGSComponentGenerator() = default;
 
 void HIPGSComponentGenerator::swap(HIPGSComponentGenerator& other) noexcept
 {
-    m_HiddenAttr.swap(other.m_HiddenAttr);
-    m_ScopeAttr.swap(other.m_ScopeAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_NameGroup.swap(other.m_NameGroup);
     m_Phase.swap(other.m_Phase);
     m_Parameters.swap(other.m_Parameters);
@@ -150,30 +146,24 @@ void HIPGSComponentGenerator::swap(HIPGSComponentGenerator& other) noexcept
     m_GeneratorExe.swap(other.m_GeneratorExe);
     m_VendorExtensions.swap(other.m_VendorExtensions);
     m_Group.swap(other.m_Group);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSComponentGenerator::operator==(const HIPGSComponentGenerator& other) const
 {
-    return m_HiddenAttr == other.m_HiddenAttr
-        && m_ScopeAttr == other.m_ScopeAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_NameGroup == other.m_NameGroup
+    return m_NameGroup == other.m_NameGroup
         && m_Phase == other.m_Phase
         && m_Parameters == other.m_Parameters
         && m_ApiType == other.m_ApiType
         && m_TransportMethods == other.m_TransportMethods
         && m_GeneratorExe == other.m_GeneratorExe
         && m_VendorExtensions == other.m_VendorExtensions
-        && m_Group == other.m_Group;
+        && m_Group == other.m_Group
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSComponentGenerator::init()
 {
-    static const bool kHiddenAttrDefault(false);
-    m_HiddenAttr.set_default(&kHiddenAttrDefault);
-    static const std::string kScopeAttrDefault("instance");
-    m_ScopeAttr.set_default(&kScopeAttrDefault);
 }
 
 bool HIPGSComponentGenerator::isOccursOk() const
@@ -217,9 +207,25 @@ lmx60::elmx_error HIPGSComponentGenerator::marshal(lmx60::c_xml_writer& writer, 
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSComponentGenerator::OptionalAttributes::OptionalAttributes()
+{
+    static const bool kHiddenAttrDefault(false);
+    m_HiddenAttr.set_default(&kHiddenAttrDefault);
+    static const std::string kScopeAttrDefault("instance");
+    m_ScopeAttr.set_default(&kScopeAttrDefault);
+}
+
+bool HIPGSComponentGenerator::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_HiddenAttr == other.m_HiddenAttr
+        && m_ScopeAttr == other.m_ScopeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
+}
+
 lmx60::elmx_error HIPGSComponentGenerator::setHiddenAttr(const bool& value)
 {
-    m_HiddenAttr.set(value);
+    m_optional_attributes->m_HiddenAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -227,13 +233,13 @@ lmx60::elmx_error HIPGSComponentGenerator::setScopeAttr(const std::string& value
 {
     if (lmx60::elmx_error error = UserValidator43(value, "scope"))
         return error;
-    m_ScopeAttr.set(value);
+    m_optional_attributes->m_ScopeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSComponentGenerator::e_enum_ScopeAttr HIPGSComponentGenerator::getEnumScopeAttr() const
 {
-    return static_cast<e_enum_ScopeAttr>(enum_number(value_set_37, m_ScopeAttr.is_set(), m_ScopeAttr.get()));
+    return static_cast<e_enum_ScopeAttr>(enum_number(value_set_37, m_optional_attributes->m_ScopeAttr.is_set(), m_optional_attributes->m_ScopeAttr.get()));
 }
 
 bool HIPGSComponentGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
@@ -244,13 +250,13 @@ bool HIPGSComponentGenerator::setEnumScopeAttr(e_enum_ScopeAttr value)
 
 lmx60::elmx_error HIPGSComponentGenerator::setSchemaLocationAttr(const std::string& value)
 {
-    m_SchemaLocationAttr.set(value);
+    m_optional_attributes->m_SchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSComponentGenerator::setNoNamespaceSchemaLocationAttr(const std::string& value)
 {
-    m_NoNamespaceSchemaLocationAttr.set(value);
+    m_optional_attributes->m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

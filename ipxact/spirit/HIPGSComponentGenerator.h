@@ -64,30 +64,30 @@ public:
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
     // @spirit:hidden, optional
-    const bool& getHiddenAttr() const { return m_HiddenAttr.get(); }
+    const bool& getHiddenAttr() const { return m_optional_attributes->m_HiddenAttr.get(); }
     lmx60::elmx_error setHiddenAttr(const bool& value);
-    bool isSetHiddenAttr() const { return m_HiddenAttr.is_set(); }
-    void unsetHiddenAttr() { m_HiddenAttr.unset(); }
+    bool isSetHiddenAttr() const { return m_optional_attributes->m_HiddenAttr.is_set(); }
+    void unsetHiddenAttr() { m_optional_attributes->m_HiddenAttr.unset(); }
 
     // @spirit:scope, optional
-    const std::string& getScopeAttr() const { return m_ScopeAttr.get(); }
+    const std::string& getScopeAttr() const { return m_optional_attributes->m_ScopeAttr.get(); }
     lmx60::elmx_error setScopeAttr(const std::string& value);
-    bool isSetScopeAttr() const { return m_ScopeAttr.is_set(); }
-    void unsetScopeAttr() { m_ScopeAttr.unset(); }
+    bool isSetScopeAttr() const { return m_optional_attributes->m_ScopeAttr.is_set(); }
+    void unsetScopeAttr() { m_optional_attributes->m_ScopeAttr.unset(); }
     e_enum_ScopeAttr getEnumScopeAttr() const;
     bool setEnumScopeAttr(e_enum_ScopeAttr value);
 
     // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    const std::string& getSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.get(); }
     lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+    bool isSetSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_optional_attributes->m_SchemaLocationAttr.unset(); }
 
     // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.get(); }
     lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_optional_attributes->m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;
@@ -160,10 +160,6 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<bool> m_HiddenAttr;  // @spirit:hidden, optional
-    lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @spirit:scope, optional
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_complex_single<HIPGSNameGroup> m_NameGroup;  // group spirit:nameGroup, 1..1
     lmx60::ct_complex_single<HIPGSPhase> m_Phase;  // spirit:phase, 0..1
     lmx60::ct_complex_single<HIPGSParameters> m_Parameters;  // spirit:parameters, 0..1
@@ -172,6 +168,15 @@ protected:
     lmx60::ct_simple_single<std::string> m_GeneratorExe;  // spirit:generatorExe, 1..1
     lmx60::ct_complex_single<HIPGSVendorExtensions> m_VendorExtensions;  // spirit:vendorExtensions, 0..1
     lmx60::ct_simple_multi<std::string> m_Group;  // spirit:group, 0..unbounded
+    struct OptionalAttributes {
+        OptionalAttributes();
+        bool operator==(const OptionalAttributes& other) const;
+        lmx60::ct_simple_optional<bool> m_HiddenAttr;  // @spirit:hidden, optional
+        lmx60::ct_simple_optional<std::string> m_ScopeAttr;  // @spirit:scope, optional
+        lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+        lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    };
+    lmx60::ct_boxed<OptionalAttributes> m_optional_attributes;  // the optional attributes, once one is set
 
     static const MemberInfo s_members[];
 };

@@ -22,11 +22,11 @@ const lmx60::s_event_map HIPGSConfigElementInfo::attr_event_map[] = {
 
 
 const MemberInfo HIPGSConfigElementInfo::s_members[] = {
-    {MemberKind::attribute, 1000, "referenceId", "vorlix:referenceId", 194, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ReferenceIdAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "valueSource", "vorlix:valueSource", 269, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValueSourceAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "valueExpression", "vorlix:valueExpression", 266, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValueExpressionAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "valuePermission", "vorlix:valuePermission", 268, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValuePermissionAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "valueMode", "vorlix:valueMode", 267, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_ValueModeAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "referenceId", "vorlix:referenceId", 194, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_optional_attributes, &HIPGSConfigElementInfo::OptionalAttributes::m_ReferenceIdAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "valueSource", "vorlix:valueSource", 269, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_optional_attributes, &HIPGSConfigElementInfo::OptionalAttributes::m_ValueSourceAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "valueExpression", "vorlix:valueExpression", 266, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_optional_attributes, &HIPGSConfigElementInfo::OptionalAttributes::m_ValueExpressionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "valuePermission", "vorlix:valuePermission", 268, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_optional_attributes, &HIPGSConfigElementInfo::OptionalAttributes::m_ValuePermissionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "valueMode", "vorlix:valueMode", 267, 0, 1, nullptr, ops<&HIPGSConfigElementInfo::m_optional_attributes, &HIPGSConfigElementInfo::OptionalAttributes::m_ValueModeAttr>(), &lmx60::validation_spec_empty},
 };
 
 
@@ -62,20 +62,12 @@ HIPGSConfigElementInfo::~HIPGSConfigElementInfo() = default;
 
 void HIPGSConfigElementInfo::swap(HIPGSConfigElementInfo& other) noexcept
 {
-    m_ReferenceIdAttr.swap(other.m_ReferenceIdAttr);
-    m_ValueSourceAttr.swap(other.m_ValueSourceAttr);
-    m_ValueExpressionAttr.swap(other.m_ValueExpressionAttr);
-    m_ValuePermissionAttr.swap(other.m_ValuePermissionAttr);
-    m_ValueModeAttr.swap(other.m_ValueModeAttr);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSConfigElementInfo::operator==(const HIPGSConfigElementInfo& other) const
 {
-    return m_ReferenceIdAttr == other.m_ReferenceIdAttr
-        && m_ValueSourceAttr == other.m_ValueSourceAttr
-        && m_ValueExpressionAttr == other.m_ValueExpressionAttr
-        && m_ValuePermissionAttr == other.m_ValuePermissionAttr
-        && m_ValueModeAttr == other.m_ValueModeAttr;
+    return m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSConfigElementInfo::init()
@@ -123,33 +115,46 @@ lmx60::elmx_error HIPGSConfigElementInfo::marshal(lmx60::c_xml_writer& writer, c
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSConfigElementInfo::OptionalAttributes::OptionalAttributes()
+{
+}
+
+bool HIPGSConfigElementInfo::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_ReferenceIdAttr == other.m_ReferenceIdAttr
+        && m_ValueSourceAttr == other.m_ValueSourceAttr
+        && m_ValueExpressionAttr == other.m_ValueExpressionAttr
+        && m_ValuePermissionAttr == other.m_ValuePermissionAttr
+        && m_ValueModeAttr == other.m_ValueModeAttr;
+}
+
 lmx60::elmx_error HIPGSConfigElementInfo::setReferenceIdAttr(const std::string& value)
 {
-    m_ReferenceIdAttr.set(value);
+    m_optional_attributes->m_ReferenceIdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigElementInfo::setValueSourceAttr(const std::string& value)
 {
-    m_ValueSourceAttr.set(value);
+    m_optional_attributes->m_ValueSourceAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigElementInfo::setValueExpressionAttr(const std::string& value)
 {
-    m_ValueExpressionAttr.set(value);
+    m_optional_attributes->m_ValueExpressionAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigElementInfo::setValuePermissionAttr(const std::string& value)
 {
-    m_ValuePermissionAttr.set(value);
+    m_optional_attributes->m_ValuePermissionAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSConfigElementInfo::setValueModeAttr(const std::string& value)
 {
-    m_ValueModeAttr.set(value);
+    m_optional_attributes->m_ValueModeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

@@ -36,45 +36,50 @@ public:
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
     // @vorlix:referenceId, optional
-    const std::string& getReferenceIdAttr() const { return m_ReferenceIdAttr.get(); }
+    const std::string& getReferenceIdAttr() const { return m_optional_attributes->m_ReferenceIdAttr.get(); }
     lmx60::elmx_error setReferenceIdAttr(const std::string& value);
-    bool isSetReferenceIdAttr() const { return m_ReferenceIdAttr.is_set(); }
-    void unsetReferenceIdAttr() { m_ReferenceIdAttr.unset(); }
+    bool isSetReferenceIdAttr() const { return m_optional_attributes->m_ReferenceIdAttr.is_set(); }
+    void unsetReferenceIdAttr() { m_optional_attributes->m_ReferenceIdAttr.unset(); }
 
     // @vorlix:valueSource, optional
-    const std::string& getValueSourceAttr() const { return m_ValueSourceAttr.get(); }
+    const std::string& getValueSourceAttr() const { return m_optional_attributes->m_ValueSourceAttr.get(); }
     lmx60::elmx_error setValueSourceAttr(const std::string& value);
-    bool isSetValueSourceAttr() const { return m_ValueSourceAttr.is_set(); }
-    void unsetValueSourceAttr() { m_ValueSourceAttr.unset(); }
+    bool isSetValueSourceAttr() const { return m_optional_attributes->m_ValueSourceAttr.is_set(); }
+    void unsetValueSourceAttr() { m_optional_attributes->m_ValueSourceAttr.unset(); }
 
     // @vorlix:valueExpression, optional
-    const std::string& getValueExpressionAttr() const { return m_ValueExpressionAttr.get(); }
+    const std::string& getValueExpressionAttr() const { return m_optional_attributes->m_ValueExpressionAttr.get(); }
     lmx60::elmx_error setValueExpressionAttr(const std::string& value);
-    bool isSetValueExpressionAttr() const { return m_ValueExpressionAttr.is_set(); }
-    void unsetValueExpressionAttr() { m_ValueExpressionAttr.unset(); }
+    bool isSetValueExpressionAttr() const { return m_optional_attributes->m_ValueExpressionAttr.is_set(); }
+    void unsetValueExpressionAttr() { m_optional_attributes->m_ValueExpressionAttr.unset(); }
 
     // @vorlix:valuePermission, optional
-    const std::string& getValuePermissionAttr() const { return m_ValuePermissionAttr.get(); }
+    const std::string& getValuePermissionAttr() const { return m_optional_attributes->m_ValuePermissionAttr.get(); }
     lmx60::elmx_error setValuePermissionAttr(const std::string& value);
-    bool isSetValuePermissionAttr() const { return m_ValuePermissionAttr.is_set(); }
-    void unsetValuePermissionAttr() { m_ValuePermissionAttr.unset(); }
+    bool isSetValuePermissionAttr() const { return m_optional_attributes->m_ValuePermissionAttr.is_set(); }
+    void unsetValuePermissionAttr() { m_optional_attributes->m_ValuePermissionAttr.unset(); }
 
     // @vorlix:valueMode, optional
-    const std::string& getValueModeAttr() const { return m_ValueModeAttr.get(); }
+    const std::string& getValueModeAttr() const { return m_optional_attributes->m_ValueModeAttr.get(); }
     lmx60::elmx_error setValueModeAttr(const std::string& value);
-    bool isSetValueModeAttr() const { return m_ValueModeAttr.is_set(); }
-    void unsetValueModeAttr() { m_ValueModeAttr.unset(); }
+    bool isSetValueModeAttr() const { return m_optional_attributes->m_ValueModeAttr.is_set(); }
+    void unsetValueModeAttr() { m_optional_attributes->m_ValueModeAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<std::string> m_ReferenceIdAttr;  // @vorlix:referenceId, optional
-    lmx60::ct_simple_optional<std::string> m_ValueSourceAttr;  // @vorlix:valueSource, optional
-    lmx60::ct_simple_optional<std::string> m_ValueExpressionAttr;  // @vorlix:valueExpression, optional
-    lmx60::ct_simple_optional<std::string> m_ValuePermissionAttr;  // @vorlix:valuePermission, optional
-    lmx60::ct_simple_optional<std::string> m_ValueModeAttr;  // @vorlix:valueMode, optional
+    struct OptionalAttributes {
+        OptionalAttributes();
+        bool operator==(const OptionalAttributes& other) const;
+        lmx60::ct_simple_optional<std::string> m_ReferenceIdAttr;  // @vorlix:referenceId, optional
+        lmx60::ct_simple_optional<std::string> m_ValueSourceAttr;  // @vorlix:valueSource, optional
+        lmx60::ct_simple_optional<std::string> m_ValueExpressionAttr;  // @vorlix:valueExpression, optional
+        lmx60::ct_simple_optional<std::string> m_ValuePermissionAttr;  // @vorlix:valuePermission, optional
+        lmx60::ct_simple_optional<std::string> m_ValueModeAttr;  // @vorlix:valueMode, optional
+    };
+    lmx60::ct_boxed<OptionalAttributes> m_optional_attributes;  // the optional attributes, once one is set
 
     static const MemberInfo s_members[];
 };

@@ -61,87 +61,87 @@ public:
     lmx60::elmx_error marshal(lmx60::c_xml_writer& writer, const char* name) const override;
 
     // @spirit:format, optional
-    const std::string& getFormatAttr() const { return m_FormatAttr.get(); }
+    const std::string& getFormatAttr() const { return m_optional_attributes->m_FormatAttr.get(); }
     lmx60::elmx_error setFormatAttr(const std::string& value);
-    bool isSetFormatAttr() const { return m_FormatAttr.is_set(); }
-    void unsetFormatAttr() { m_FormatAttr.unset(); }
+    bool isSetFormatAttr() const { return m_optional_attributes->m_FormatAttr.is_set(); }
+    void unsetFormatAttr() { m_optional_attributes->m_FormatAttr.unset(); }
     e_enum_FormatAttr getEnumFormatAttr() const;
     bool setEnumFormatAttr(e_enum_FormatAttr value);
 
     // @spirit:resolve, optional
-    const std::string& getResolveAttr() const { return m_ResolveAttr.get(); }
+    const std::string& getResolveAttr() const { return m_optional_attributes->m_ResolveAttr.get(); }
     lmx60::elmx_error setResolveAttr(const std::string& value);
-    bool isSetResolveAttr() const { return m_ResolveAttr.is_set(); }
-    void unsetResolveAttr() { m_ResolveAttr.unset(); }
+    bool isSetResolveAttr() const { return m_optional_attributes->m_ResolveAttr.is_set(); }
+    void unsetResolveAttr() { m_optional_attributes->m_ResolveAttr.unset(); }
     e_enum_ResolveAttr getEnumResolveAttr() const;
     bool setEnumResolveAttr(e_enum_ResolveAttr value);
 
     // @spirit:id, optional
-    const std::string& getIdAttr() const { return m_IdAttr.get(); }
+    const std::string& getIdAttr() const { return m_optional_attributes->m_IdAttr.get(); }
     lmx60::elmx_error setIdAttr(const std::string& value);
-    bool isSetIdAttr() const { return m_IdAttr.is_set(); }
-    void unsetIdAttr() { m_IdAttr.unset(); }
+    bool isSetIdAttr() const { return m_optional_attributes->m_IdAttr.is_set(); }
+    void unsetIdAttr() { m_optional_attributes->m_IdAttr.unset(); }
 
     // @spirit:dependency, optional
-    const std::string& getDependencyAttr() const { return m_DependencyAttr.get(); }
+    const std::string& getDependencyAttr() const { return m_optional_attributes->m_DependencyAttr.get(); }
     lmx60::elmx_error setDependencyAttr(const std::string& value);
-    bool isSetDependencyAttr() const { return m_DependencyAttr.is_set(); }
-    void unsetDependencyAttr() { m_DependencyAttr.unset(); }
+    bool isSetDependencyAttr() const { return m_optional_attributes->m_DependencyAttr.is_set(); }
+    void unsetDependencyAttr() { m_optional_attributes->m_DependencyAttr.unset(); }
 
     // @spirit:choiceRef, optional
-    const std::string& getChoiceRefAttr() const { return m_ChoiceRefAttr.get(); }
+    const std::string& getChoiceRefAttr() const { return m_optional_attributes->m_ChoiceRefAttr.get(); }
     lmx60::elmx_error setChoiceRefAttr(const std::string& value);
-    bool isSetChoiceRefAttr() const { return m_ChoiceRefAttr.is_set(); }
-    void unsetChoiceRefAttr() { m_ChoiceRefAttr.unset(); }
+    bool isSetChoiceRefAttr() const { return m_optional_attributes->m_ChoiceRefAttr.is_set(); }
+    void unsetChoiceRefAttr() { m_optional_attributes->m_ChoiceRefAttr.unset(); }
 
     // @spirit:order, optional
-    const std::string& getOrderAttr() const { return m_OrderAttr.get(); }
+    const std::string& getOrderAttr() const { return m_optional_attributes->m_OrderAttr.get(); }
     lmx60::elmx_error setOrderAttr(const std::string& value);
-    bool isSetOrderAttr() const { return m_OrderAttr.is_set(); }
-    void unsetOrderAttr() { m_OrderAttr.unset(); }
+    bool isSetOrderAttr() const { return m_optional_attributes->m_OrderAttr.is_set(); }
+    void unsetOrderAttr() { m_optional_attributes->m_OrderAttr.unset(); }
 
     // @spirit:configGroups, optional
-    size_t sizeConfigGroupsAttr() const { return m_ConfigGroupsAttr.size(); }
-    const std::string& getConfigGroupsAttr(size_t index) const { return m_ConfigGroupsAttr.get(index); }
-    const std::vector<std::string>& getConfigGroupsAttr() const { return m_ConfigGroupsAttr.items(); }
-    void appendConfigGroupsAttr(const std::string& value) { m_ConfigGroupsAttr.append(value); }
-    void deleteConfigGroupsAttr(size_t index) { m_ConfigGroupsAttr.erase(index); }
-    void clearConfigGroupsAttr() { m_ConfigGroupsAttr.clear(); }
-    bool isSetConfigGroupsAttr() const { return m_ConfigGroupsAttr.is_set(); }
-    void setPresentConfigGroupsAttr() { m_ConfigGroupsAttr.set_present(); }
-    void unsetConfigGroupsAttr() { m_ConfigGroupsAttr.unset(); }
+    size_t sizeConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.size(); }
+    const std::string& getConfigGroupsAttr(size_t index) const { return m_optional_attributes->m_ConfigGroupsAttr.get(index); }
+    const std::vector<std::string>& getConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.items(); }
+    void appendConfigGroupsAttr(const std::string& value) { m_optional_attributes->m_ConfigGroupsAttr.append(value); }
+    void deleteConfigGroupsAttr(size_t index) { m_optional_attributes->m_ConfigGroupsAttr.erase(index); }
+    void clearConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.clear(); }
+    bool isSetConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.is_set(); }
+    void setPresentConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.set_present(); }
+    void unsetConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.unset(); }
 
     // @spirit:bitStringLength, optional
-    const lmx60::c_big_int& getBitStringLengthAttr() const { return m_BitStringLengthAttr.get(); }
+    const lmx60::c_big_int& getBitStringLengthAttr() const { return m_optional_attributes->m_BitStringLengthAttr.get(); }
     lmx60::elmx_error setBitStringLengthAttr(const lmx60::c_big_int& value);
-    bool isSetBitStringLengthAttr() const { return m_BitStringLengthAttr.is_set(); }
-    void unsetBitStringLengthAttr() { m_BitStringLengthAttr.unset(); }
+    bool isSetBitStringLengthAttr() const { return m_optional_attributes->m_BitStringLengthAttr.is_set(); }
+    void unsetBitStringLengthAttr() { m_optional_attributes->m_BitStringLengthAttr.unset(); }
 
     // @spirit:minimum, optional
-    const std::string& getMinimumAttr() const { return m_MinimumAttr.get(); }
+    const std::string& getMinimumAttr() const { return m_optional_attributes->m_MinimumAttr.get(); }
     lmx60::elmx_error setMinimumAttr(const std::string& value);
-    bool isSetMinimumAttr() const { return m_MinimumAttr.is_set(); }
-    void unsetMinimumAttr() { m_MinimumAttr.unset(); }
+    bool isSetMinimumAttr() const { return m_optional_attributes->m_MinimumAttr.is_set(); }
+    void unsetMinimumAttr() { m_optional_attributes->m_MinimumAttr.unset(); }
 
     // @spirit:maximum, optional
-    const std::string& getMaximumAttr() const { return m_MaximumAttr.get(); }
+    const std::string& getMaximumAttr() const { return m_optional_attributes->m_MaximumAttr.get(); }
     lmx60::elmx_error setMaximumAttr(const std::string& value);
-    bool isSetMaximumAttr() const { return m_MaximumAttr.is_set(); }
-    void unsetMaximumAttr() { m_MaximumAttr.unset(); }
+    bool isSetMaximumAttr() const { return m_optional_attributes->m_MaximumAttr.is_set(); }
+    void unsetMaximumAttr() { m_optional_attributes->m_MaximumAttr.unset(); }
 
     // @spirit:rangeType, optional
-    const std::string& getRangeTypeAttr() const { return m_RangeTypeAttr.get(); }
+    const std::string& getRangeTypeAttr() const { return m_optional_attributes->m_RangeTypeAttr.get(); }
     lmx60::elmx_error setRangeTypeAttr(const std::string& value);
-    bool isSetRangeTypeAttr() const { return m_RangeTypeAttr.is_set(); }
-    void unsetRangeTypeAttr() { m_RangeTypeAttr.unset(); }
+    bool isSetRangeTypeAttr() const { return m_optional_attributes->m_RangeTypeAttr.is_set(); }
+    void unsetRangeTypeAttr() { m_optional_attributes->m_RangeTypeAttr.unset(); }
     e_enum_RangeTypeAttr getEnumRangeTypeAttr() const;
     bool setEnumRangeTypeAttr(e_enum_RangeTypeAttr value);
 
     // @spirit:prompt, optional
-    const std::string& getPromptAttr() const { return m_PromptAttr.get(); }
+    const std::string& getPromptAttr() const { return m_optional_attributes->m_PromptAttr.get(); }
     lmx60::elmx_error setPromptAttr(const std::string& value);
-    bool isSetPromptAttr() const { return m_PromptAttr.is_set(); }
-    void unsetPromptAttr() { m_PromptAttr.unset(); }
+    bool isSetPromptAttr() const { return m_optional_attributes->m_PromptAttr.is_set(); }
+    void unsetPromptAttr() { m_optional_attributes->m_PromptAttr.unset(); }
 
     // simple content, xs:string
     const std::string& getFlags() const { return m_Flags.get(); }
@@ -161,20 +161,25 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<std::string> m_FormatAttr;  // @spirit:format, optional
-    lmx60::ct_simple_optional<std::string> m_ResolveAttr;  // @spirit:resolve, optional
-    lmx60::ct_simple_optional<std::string> m_IdAttr;  // @spirit:id, optional
-    lmx60::ct_simple_optional<std::string> m_DependencyAttr;  // @spirit:dependency, optional
-    lmx60::ct_simple_optional<std::string> m_ChoiceRefAttr;  // @spirit:choiceRef, optional
-    lmx60::ct_simple_optional<std::string> m_OrderAttr;  // @spirit:order, optional
-    lmx60::ct_simple_list_optional<std::string> m_ConfigGroupsAttr;  // @spirit:configGroups, optional
-    lmx60::ct_simple_optional<lmx60::c_big_int> m_BitStringLengthAttr;  // @spirit:bitStringLength, optional
-    lmx60::ct_simple_optional<std::string> m_MinimumAttr;  // @spirit:minimum, optional
-    lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
-    lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
-    lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
     lmx60::ct_simple_single<std::string> m_Flags;  // simple content, xs:string
     lmx60::ct_simple_multi<lmx60::c_any_attribute> m_any_attribute;  // attributes of other namespaces
+    struct OptionalAttributes {
+        OptionalAttributes();
+        bool operator==(const OptionalAttributes& other) const;
+        lmx60::ct_simple_optional<std::string> m_FormatAttr;  // @spirit:format, optional
+        lmx60::ct_simple_optional<std::string> m_ResolveAttr;  // @spirit:resolve, optional
+        lmx60::ct_simple_optional<std::string> m_IdAttr;  // @spirit:id, optional
+        lmx60::ct_simple_optional<std::string> m_DependencyAttr;  // @spirit:dependency, optional
+        lmx60::ct_simple_optional<std::string> m_ChoiceRefAttr;  // @spirit:choiceRef, optional
+        lmx60::ct_simple_optional<std::string> m_OrderAttr;  // @spirit:order, optional
+        lmx60::ct_simple_list_optional<std::string> m_ConfigGroupsAttr;  // @spirit:configGroups, optional
+        lmx60::ct_simple_optional<lmx60::c_big_int> m_BitStringLengthAttr;  // @spirit:bitStringLength, optional
+        lmx60::ct_simple_optional<std::string> m_MinimumAttr;  // @spirit:minimum, optional
+        lmx60::ct_simple_optional<std::string> m_MaximumAttr;  // @spirit:maximum, optional
+        lmx60::ct_simple_optional<std::string> m_RangeTypeAttr;  // @spirit:rangeType, optional
+        lmx60::ct_simple_optional<std::string> m_PromptAttr;  // @spirit:prompt, optional
+    };
+    lmx60::ct_boxed<OptionalAttributes> m_optional_attributes;  // the optional attributes, once one is set
 
     static const MemberInfo s_members[];
 };

@@ -37,26 +37,26 @@ const lmx60::s_event_map HIPGSParameterAbstractionType::attr_event_map[] = {
 
 
 const MemberInfo HIPGSParameterAbstractionType::s_members[] = {
-    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "provision", "vorlix:provision", 184, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ProvisionAttr>(), &validation_spec_preserve_Value19},
-    {MemberKind::attribute, 1000, "default", "vorlix:default", 80, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DefaultAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "required", "vorlix:required", 196, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_RequiredAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "displayName", "vorlix:displayName", 106, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DisplayNameAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_FormatAttr>(), &validation_spec_collapse_Value29},
-    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ResolveAttr>(), &validation_spec_collapse_Value33},
-    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_IdAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DependencyAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_OrderAttr>(), &lmx60::validation_spec_collapse},
-    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
-    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
-    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_MinimumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_MaximumAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
-    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PromptAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "description", "vorlix:description", 89, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_DescriptionAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1000, "propagationSource", "vorlix:propagationSource", 183, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PropagationSourceAttr>(), &validation_spec_preserve_Value73},
-    {MemberKind::attribute, 1000, "propagationConflictSeverity", "vorlix:propagationConflictSeverity", 182, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_PropagationConflictSeverityAttr>(), &validation_spec_preserve_Value35},
+    {MemberKind::attribute, 1000, "logicalName", "vorlix:logicalName", 152, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_LogicalNameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "provision", "vorlix:provision", 184, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_ProvisionAttr>(), &validation_spec_preserve_Value19},
+    {MemberKind::attribute, 1000, "default", "vorlix:default", 80, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_DefaultAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "required", "vorlix:required", 196, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_RequiredAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "displayName", "vorlix:displayName", 106, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_DisplayNameAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "format", "spirit:format", 39, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_FormatAttr>(), &validation_spec_collapse_Value29},
+    {MemberKind::attribute, 1001, "resolve", "spirit:resolve", 40, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_ResolveAttr>(), &validation_spec_collapse_Value33},
+    {MemberKind::attribute, 1001, "id", "spirit:id", 41, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_IdAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "dependency", "spirit:dependency", 42, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_DependencyAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "choiceRef", "spirit:choiceRef", 43, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_ChoiceRefAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "order", "spirit:order", 44, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_OrderAttr>(), &lmx60::validation_spec_collapse},
+    {MemberKind::attribute, 1001, "configGroups", "spirit:configGroups", 45, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_ConfigGroupsAttr>(), &validation_spec_collapse_Value87},
+    {MemberKind::attribute, 1001, "bitStringLength", "spirit:bitStringLength", 46, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_BitStringLengthAttr>(), &validation_spec_collapse_Value82},
+    {MemberKind::attribute, 1001, "minimum", "spirit:minimum", 47, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_MinimumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "maximum", "spirit:maximum", 48, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_MaximumAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1001, "rangeType", "spirit:rangeType", 49, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_RangeTypeAttr>(), &validation_spec_collapse_Value37},
+    {MemberKind::attribute, 1001, "prompt", "spirit:prompt", 50, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_PromptAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "description", "vorlix:description", 89, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_DescriptionAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1000, "propagationSource", "vorlix:propagationSource", 183, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_PropagationSourceAttr>(), &validation_spec_preserve_Value73},
+    {MemberKind::attribute, 1000, "propagationConflictSeverity", "vorlix:propagationConflictSeverity", 182, 0, 1, nullptr, ops<&HIPGSParameterAbstractionType::m_optional_attributes, &HIPGSParameterAbstractionType::OptionalAttributes::m_PropagationConflictSeverityAttr>(), &validation_spec_preserve_Value35},
 };
 
 
@@ -92,50 +92,12 @@ HIPGSParameterAbstractionType::~HIPGSParameterAbstractionType() = default;
 
 void HIPGSParameterAbstractionType::swap(HIPGSParameterAbstractionType& other) noexcept
 {
-    m_LogicalNameAttr.swap(other.m_LogicalNameAttr);
-    m_ProvisionAttr.swap(other.m_ProvisionAttr);
-    m_DefaultAttr.swap(other.m_DefaultAttr);
-    m_RequiredAttr.swap(other.m_RequiredAttr);
-    m_DisplayNameAttr.swap(other.m_DisplayNameAttr);
-    m_FormatAttr.swap(other.m_FormatAttr);
-    m_ResolveAttr.swap(other.m_ResolveAttr);
-    m_IdAttr.swap(other.m_IdAttr);
-    m_DependencyAttr.swap(other.m_DependencyAttr);
-    m_ChoiceRefAttr.swap(other.m_ChoiceRefAttr);
-    m_OrderAttr.swap(other.m_OrderAttr);
-    m_ConfigGroupsAttr.swap(other.m_ConfigGroupsAttr);
-    m_BitStringLengthAttr.swap(other.m_BitStringLengthAttr);
-    m_MinimumAttr.swap(other.m_MinimumAttr);
-    m_MaximumAttr.swap(other.m_MaximumAttr);
-    m_RangeTypeAttr.swap(other.m_RangeTypeAttr);
-    m_PromptAttr.swap(other.m_PromptAttr);
-    m_DescriptionAttr.swap(other.m_DescriptionAttr);
-    m_PropagationSourceAttr.swap(other.m_PropagationSourceAttr);
-    m_PropagationConflictSeverityAttr.swap(other.m_PropagationConflictSeverityAttr);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSParameterAbstractionType::operator==(const HIPGSParameterAbstractionType& other) const
 {
-    return m_LogicalNameAttr == other.m_LogicalNameAttr
-        && m_ProvisionAttr == other.m_ProvisionAttr
-        && m_DefaultAttr == other.m_DefaultAttr
-        && m_RequiredAttr == other.m_RequiredAttr
-        && m_DisplayNameAttr == other.m_DisplayNameAttr
-        && m_FormatAttr == other.m_FormatAttr
-        && m_ResolveAttr == other.m_ResolveAttr
-        && m_IdAttr == other.m_IdAttr
-        && m_DependencyAttr == other.m_DependencyAttr
-        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
-        && m_OrderAttr == other.m_OrderAttr
-        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
-        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
-        && m_MinimumAttr == other.m_MinimumAttr
-        && m_MaximumAttr == other.m_MaximumAttr
-        && m_RangeTypeAttr == other.m_RangeTypeAttr
-        && m_PromptAttr == other.m_PromptAttr
-        && m_DescriptionAttr == other.m_DescriptionAttr
-        && m_PropagationSourceAttr == other.m_PropagationSourceAttr
-        && m_PropagationConflictSeverityAttr == other.m_PropagationConflictSeverityAttr;
+    return m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSParameterAbstractionType::init()
@@ -183,9 +145,37 @@ lmx60::elmx_error HIPGSParameterAbstractionType::marshal(lmx60::c_xml_writer& wr
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSParameterAbstractionType::OptionalAttributes::OptionalAttributes()
+{
+}
+
+bool HIPGSParameterAbstractionType::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_LogicalNameAttr == other.m_LogicalNameAttr
+        && m_ProvisionAttr == other.m_ProvisionAttr
+        && m_DefaultAttr == other.m_DefaultAttr
+        && m_RequiredAttr == other.m_RequiredAttr
+        && m_DisplayNameAttr == other.m_DisplayNameAttr
+        && m_FormatAttr == other.m_FormatAttr
+        && m_ResolveAttr == other.m_ResolveAttr
+        && m_IdAttr == other.m_IdAttr
+        && m_DependencyAttr == other.m_DependencyAttr
+        && m_ChoiceRefAttr == other.m_ChoiceRefAttr
+        && m_OrderAttr == other.m_OrderAttr
+        && m_ConfigGroupsAttr == other.m_ConfigGroupsAttr
+        && m_BitStringLengthAttr == other.m_BitStringLengthAttr
+        && m_MinimumAttr == other.m_MinimumAttr
+        && m_MaximumAttr == other.m_MaximumAttr
+        && m_RangeTypeAttr == other.m_RangeTypeAttr
+        && m_PromptAttr == other.m_PromptAttr
+        && m_DescriptionAttr == other.m_DescriptionAttr
+        && m_PropagationSourceAttr == other.m_PropagationSourceAttr
+        && m_PropagationConflictSeverityAttr == other.m_PropagationConflictSeverityAttr;
+}
+
 lmx60::elmx_error HIPGSParameterAbstractionType::setLogicalNameAttr(const std::string& value)
 {
-    m_LogicalNameAttr.set(value);
+    m_optional_attributes->m_LogicalNameAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -193,13 +183,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setProvisionAttr(const std::str
 {
     if (lmx60::elmx_error error = UserValidator19(value, "provision"))
         return error;
-    m_ProvisionAttr.set(value);
+    m_optional_attributes->m_ProvisionAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_ProvisionAttr HIPGSParameterAbstractionType::getEnumProvisionAttr() const
 {
-    return static_cast<e_enum_ProvisionAttr>(enum_number(value_set_13, m_ProvisionAttr.is_set(), m_ProvisionAttr.get()));
+    return static_cast<e_enum_ProvisionAttr>(enum_number(value_set_13, m_optional_attributes->m_ProvisionAttr.is_set(), m_optional_attributes->m_ProvisionAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr value)
@@ -210,19 +200,19 @@ bool HIPGSParameterAbstractionType::setEnumProvisionAttr(e_enum_ProvisionAttr va
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setDefaultAttr(const std::string& value)
 {
-    m_DefaultAttr.set(value);
+    m_optional_attributes->m_DefaultAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setRequiredAttr(const std::string& value)
 {
-    m_RequiredAttr.set(value);
+    m_optional_attributes->m_RequiredAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setDisplayNameAttr(const std::string& value)
 {
-    m_DisplayNameAttr.set(value);
+    m_optional_attributes->m_DisplayNameAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -230,13 +220,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setFormatAttr(const std::string
 {
     if (lmx60::elmx_error error = UserValidator29(value, "format"))
         return error;
-    m_FormatAttr.set(value);
+    m_optional_attributes->m_FormatAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_FormatAttr HIPGSParameterAbstractionType::getEnumFormatAttr() const
 {
-    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_FormatAttr.is_set(), m_FormatAttr.get()));
+    return static_cast<e_enum_FormatAttr>(enum_number(value_set_23, m_optional_attributes->m_FormatAttr.is_set(), m_optional_attributes->m_FormatAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumFormatAttr(e_enum_FormatAttr value)
@@ -249,13 +239,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setResolveAttr(const std::strin
 {
     if (lmx60::elmx_error error = UserValidator33(value, "resolve"))
         return error;
-    m_ResolveAttr.set(value);
+    m_optional_attributes->m_ResolveAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_ResolveAttr HIPGSParameterAbstractionType::getEnumResolveAttr() const
 {
-    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_ResolveAttr.is_set(), m_ResolveAttr.get()));
+    return static_cast<e_enum_ResolveAttr>(enum_number(value_set_27, m_optional_attributes->m_ResolveAttr.is_set(), m_optional_attributes->m_ResolveAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumResolveAttr(e_enum_ResolveAttr value)
@@ -266,25 +256,25 @@ bool HIPGSParameterAbstractionType::setEnumResolveAttr(e_enum_ResolveAttr value)
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setIdAttr(const std::string& value)
 {
-    m_IdAttr.set(value);
+    m_optional_attributes->m_IdAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setDependencyAttr(const std::string& value)
 {
-    m_DependencyAttr.set(value);
+    m_optional_attributes->m_DependencyAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setChoiceRefAttr(const std::string& value)
 {
-    m_ChoiceRefAttr.set(value);
+    m_optional_attributes->m_ChoiceRefAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setOrderAttr(const std::string& value)
 {
-    m_OrderAttr.set(value);
+    m_optional_attributes->m_OrderAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -294,19 +284,19 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setBitStringLengthAttr(const lm
     detail::format_value(value, text);
     if (lmx60::elmx_error error = UserValidator82(text, "bitStringLength"))
         return error;
-    m_BitStringLengthAttr.set(value);
+    m_optional_attributes->m_BitStringLengthAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setMinimumAttr(const std::string& value)
 {
-    m_MinimumAttr.set(value);
+    m_optional_attributes->m_MinimumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setMaximumAttr(const std::string& value)
 {
-    m_MaximumAttr.set(value);
+    m_optional_attributes->m_MaximumAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -314,13 +304,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setRangeTypeAttr(const std::str
 {
     if (lmx60::elmx_error error = UserValidator37(value, "rangeType"))
         return error;
-    m_RangeTypeAttr.set(value);
+    m_optional_attributes->m_RangeTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_RangeTypeAttr HIPGSParameterAbstractionType::getEnumRangeTypeAttr() const
 {
-    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_RangeTypeAttr.is_set(), m_RangeTypeAttr.get()));
+    return static_cast<e_enum_RangeTypeAttr>(enum_number(value_set_31, m_optional_attributes->m_RangeTypeAttr.is_set(), m_optional_attributes->m_RangeTypeAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr value)
@@ -331,13 +321,13 @@ bool HIPGSParameterAbstractionType::setEnumRangeTypeAttr(e_enum_RangeTypeAttr va
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setPromptAttr(const std::string& value)
 {
-    m_PromptAttr.set(value);
+    m_optional_attributes->m_PromptAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSParameterAbstractionType::setDescriptionAttr(const std::string& value)
 {
-    m_DescriptionAttr.set(value);
+    m_optional_attributes->m_DescriptionAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
@@ -345,13 +335,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationSourceAttr(const 
 {
     if (lmx60::elmx_error error = UserValidator73(value, "propagationSource"))
         return error;
-    m_PropagationSourceAttr.set(value);
+    m_optional_attributes->m_PropagationSourceAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_PropagationSourceAttr HIPGSParameterAbstractionType::getEnumPropagationSourceAttr() const
 {
-    return static_cast<e_enum_PropagationSourceAttr>(enum_number(value_set_67, m_PropagationSourceAttr.is_set(), m_PropagationSourceAttr.get()));
+    return static_cast<e_enum_PropagationSourceAttr>(enum_number(value_set_67, m_optional_attributes->m_PropagationSourceAttr.is_set(), m_optional_attributes->m_PropagationSourceAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationSourceAttr(e_enum_PropagationSourceAttr value)
@@ -364,13 +354,13 @@ lmx60::elmx_error HIPGSParameterAbstractionType::setPropagationConflictSeverityA
 {
     if (lmx60::elmx_error error = UserValidator35(value, "propagationConflictSeverity"))
         return error;
-    m_PropagationConflictSeverityAttr.set(value);
+    m_optional_attributes->m_PropagationConflictSeverityAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSParameterAbstractionType::e_enum_PropagationConflictSeverityAttr HIPGSParameterAbstractionType::getEnumPropagationConflictSeverityAttr() const
 {
-    return static_cast<e_enum_PropagationConflictSeverityAttr>(enum_number(value_set_29, m_PropagationConflictSeverityAttr.is_set(), m_PropagationConflictSeverityAttr.get()));
+    return static_cast<e_enum_PropagationConflictSeverityAttr>(enum_number(value_set_29, m_optional_attributes->m_PropagationConflictSeverityAttr.is_set(), m_optional_attributes->m_PropagationConflictSeverityAttr.get()));
 }
 
 bool HIPGSParameterAbstractionType::setEnumPropagationConflictSeverityAttr(e_enum_PropagationConflictSeverityAttr value)

@@ -22,11 +22,11 @@ const lmx60::s_event_map HIPGSTimingConstraint::attr_event_map[] = {
 
 
 const MemberInfo HIPGSTimingConstraint::s_members[] = {
-    {MemberKind::attribute, 1001, "clockEdge", "spirit:clockEdge", 339, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockEdgeAttr>(), &validation_spec_collapse_Value69},
-    {MemberKind::attribute, 1001, "delayType", "spirit:delayType", 375, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_DelayTypeAttr>(), &validation_spec_collapse_Value51},
+    {MemberKind::attribute, 1001, "clockEdge", "spirit:clockEdge", 339, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_optional_attributes, &HIPGSTimingConstraint::OptionalAttributes::m_ClockEdgeAttr>(), &validation_spec_collapse_Value69},
+    {MemberKind::attribute, 1001, "delayType", "spirit:delayType", 375, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_optional_attributes, &HIPGSTimingConstraint::OptionalAttributes::m_DelayTypeAttr>(), &validation_spec_collapse_Value51},
     {MemberKind::attribute, 1001, "clockName", "spirit:clockName", 340, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_ClockNameAttr>(), &validation_spec_collapse_Lexical5},
-    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
-    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "schemaLocation", "xsi:schemaLocation", 599, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_optional_attributes, &HIPGSTimingConstraint::OptionalAttributes::m_SchemaLocationAttr>(), &lmx60::validation_spec_empty},
+    {MemberKind::attribute, 1002, "noNamespaceSchemaLocation", "xsi:noNamespaceSchemaLocation", 598, 0, 1, nullptr, ops<&HIPGSTimingConstraint::m_optional_attributes, &HIPGSTimingConstraint::OptionalAttributes::m_NoNamespaceSchemaLocationAttr>(), &lmx60::validation_spec_empty},
     {MemberKind::simple_content, 0, nullptr, nullptr, 0, 1, 1, nullptr, ops<&HIPGSTimingConstraint::m_TimingConstraint>(), &validation_spec_collapse_Value83},
 };
 
@@ -125,28 +125,20 @@ HIPGSTimingConstraint::~HIPGSTimingConstraint() = default;
 
 void HIPGSTimingConstraint::swap(HIPGSTimingConstraint& other) noexcept
 {
-    m_ClockEdgeAttr.swap(other.m_ClockEdgeAttr);
-    m_DelayTypeAttr.swap(other.m_DelayTypeAttr);
     m_ClockNameAttr.swap(other.m_ClockNameAttr);
-    m_SchemaLocationAttr.swap(other.m_SchemaLocationAttr);
-    m_NoNamespaceSchemaLocationAttr.swap(other.m_NoNamespaceSchemaLocationAttr);
     m_TimingConstraint.swap(other.m_TimingConstraint);
+    m_optional_attributes.swap(other.m_optional_attributes);
 }
 
 bool HIPGSTimingConstraint::operator==(const HIPGSTimingConstraint& other) const
 {
-    return m_ClockEdgeAttr == other.m_ClockEdgeAttr
-        && m_DelayTypeAttr == other.m_DelayTypeAttr
-        && m_ClockNameAttr == other.m_ClockNameAttr
-        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
-        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr
-        && m_TimingConstraint == other.m_TimingConstraint;
+    return m_ClockNameAttr == other.m_ClockNameAttr
+        && m_TimingConstraint == other.m_TimingConstraint
+        && m_optional_attributes == other.m_optional_attributes;
 }
 
 void HIPGSTimingConstraint::init()
 {
-    static const std::string kClockEdgeAttrDefault("rise");
-    m_ClockEdgeAttr.set_default(&kClockEdgeAttrDefault);
 }
 
 bool HIPGSTimingConstraint::isOccursOk() const
@@ -190,17 +182,31 @@ lmx60::elmx_error HIPGSTimingConstraint::marshal(lmx60::c_xml_writer& writer, co
     return write_element(writer, *this, s_class_info, name);
 }
 
+HIPGSTimingConstraint::OptionalAttributes::OptionalAttributes()
+{
+    static const std::string kClockEdgeAttrDefault("rise");
+    m_ClockEdgeAttr.set_default(&kClockEdgeAttrDefault);
+}
+
+bool HIPGSTimingConstraint::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    return m_ClockEdgeAttr == other.m_ClockEdgeAttr
+        && m_DelayTypeAttr == other.m_DelayTypeAttr
+        && m_SchemaLocationAttr == other.m_SchemaLocationAttr
+        && m_NoNamespaceSchemaLocationAttr == other.m_NoNamespaceSchemaLocationAttr;
+}
+
 lmx60::elmx_error HIPGSTimingConstraint::setClockEdgeAttr(const std::string& value)
 {
     if (lmx60::elmx_error error = UserValidator69(value, "clockEdge"))
         return error;
-    m_ClockEdgeAttr.set(value);
+    m_optional_attributes->m_ClockEdgeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSTimingConstraint::e_enum_ClockEdgeAttr HIPGSTimingConstraint::getEnumClockEdgeAttr() const
 {
-    return static_cast<e_enum_ClockEdgeAttr>(enum_number(value_set_63, m_ClockEdgeAttr.is_set(), m_ClockEdgeAttr.get()));
+    return static_cast<e_enum_ClockEdgeAttr>(enum_number(value_set_63, m_optional_attributes->m_ClockEdgeAttr.is_set(), m_optional_attributes->m_ClockEdgeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumClockEdgeAttr(e_enum_ClockEdgeAttr value)
@@ -213,13 +219,13 @@ lmx60::elmx_error HIPGSTimingConstraint::setDelayTypeAttr(const std::string& val
 {
     if (lmx60::elmx_error error = UserValidator51(value, "delayType"))
         return error;
-    m_DelayTypeAttr.set(value);
+    m_optional_attributes->m_DelayTypeAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 HIPGSTimingConstraint::e_enum_DelayTypeAttr HIPGSTimingConstraint::getEnumDelayTypeAttr() const
 {
-    return static_cast<e_enum_DelayTypeAttr>(enum_number(value_set_45, m_DelayTypeAttr.is_set(), m_DelayTypeAttr.get()));
+    return static_cast<e_enum_DelayTypeAttr>(enum_number(value_set_45, m_optional_attributes->m_DelayTypeAttr.is_set(), m_optional_attributes->m_DelayTypeAttr.get()));
 }
 
 bool HIPGSTimingConstraint::setEnumDelayTypeAttr(e_enum_DelayTypeAttr value)
@@ -238,13 +244,13 @@ lmx60::elmx_error HIPGSTimingConstraint::setClockNameAttr(const std::string& val
 
 lmx60::elmx_error HIPGSTimingConstraint::setSchemaLocationAttr(const std::string& value)
 {
-    m_SchemaLocationAttr.set(value);
+    m_optional_attributes->m_SchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 
 lmx60::elmx_error HIPGSTimingConstraint::setNoNamespaceSchemaLocationAttr(const std::string& value)
 {
-    m_NoNamespaceSchemaLocationAttr.set(value);
+    m_optional_attributes->m_NoNamespaceSchemaLocationAttr.set(value);
     return lmx60::ELMX_OK;
 }
 

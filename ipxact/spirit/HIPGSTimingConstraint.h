@@ -59,18 +59,18 @@ public:
     lmx60::elmx_error marshal(std::string* text, lmx60::s_debug_error* debug = nullptr) const;
 
     // @spirit:clockEdge, optional
-    const std::string& getClockEdgeAttr() const { return m_ClockEdgeAttr.get(); }
+    const std::string& getClockEdgeAttr() const { return m_optional_attributes->m_ClockEdgeAttr.get(); }
     lmx60::elmx_error setClockEdgeAttr(const std::string& value);
-    bool isSetClockEdgeAttr() const { return m_ClockEdgeAttr.is_set(); }
-    void unsetClockEdgeAttr() { m_ClockEdgeAttr.unset(); }
+    bool isSetClockEdgeAttr() const { return m_optional_attributes->m_ClockEdgeAttr.is_set(); }
+    void unsetClockEdgeAttr() { m_optional_attributes->m_ClockEdgeAttr.unset(); }
     e_enum_ClockEdgeAttr getEnumClockEdgeAttr() const;
     bool setEnumClockEdgeAttr(e_enum_ClockEdgeAttr value);
 
     // @spirit:delayType, optional
-    const std::string& getDelayTypeAttr() const { return m_DelayTypeAttr.get(); }
+    const std::string& getDelayTypeAttr() const { return m_optional_attributes->m_DelayTypeAttr.get(); }
     lmx60::elmx_error setDelayTypeAttr(const std::string& value);
-    bool isSetDelayTypeAttr() const { return m_DelayTypeAttr.is_set(); }
-    void unsetDelayTypeAttr() { m_DelayTypeAttr.unset(); }
+    bool isSetDelayTypeAttr() const { return m_optional_attributes->m_DelayTypeAttr.is_set(); }
+    void unsetDelayTypeAttr() { m_optional_attributes->m_DelayTypeAttr.unset(); }
     e_enum_DelayTypeAttr getEnumDelayTypeAttr() const;
     bool setEnumDelayTypeAttr(e_enum_DelayTypeAttr value);
 
@@ -79,16 +79,16 @@ public:
     lmx60::elmx_error setClockNameAttr(const std::string& value);
 
     // @xsi:schemaLocation, optional, where a validator finds the schemas
-    const std::string& getSchemaLocationAttr() const { return m_SchemaLocationAttr.get(); }
+    const std::string& getSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.get(); }
     lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
-    bool isSetSchemaLocationAttr() const { return m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_SchemaLocationAttr.unset(); }
+    bool isSetSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.is_set(); }
+    void unsetSchemaLocationAttr() { m_optional_attributes->m_SchemaLocationAttr.unset(); }
 
     // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
-    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.get(); }
+    const std::string& getNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.get(); }
     lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
-    bool isSetNoNamespaceSchemaLocationAttr() const { return m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_NoNamespaceSchemaLocationAttr.unset(); }
+    bool isSetNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.is_set(); }
+    void unsetNoNamespaceSchemaLocationAttr() { m_optional_attributes->m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // simple content, delayPercentageType
     const float& getTimingConstraint() const { return m_TimingConstraint.get(); }
@@ -99,12 +99,17 @@ public:
     static const lmx60::s_event_map attr_event_map[];
 
 protected:
-    lmx60::ct_simple_optional<std::string> m_ClockEdgeAttr;  // @spirit:clockEdge, optional
-    lmx60::ct_simple_optional<std::string> m_DelayTypeAttr;  // @spirit:delayType, optional
     lmx60::ct_simple_single<std::string> m_ClockNameAttr;  // @spirit:clockName, required
-    lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
-    lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     lmx60::ct_simple_single<float> m_TimingConstraint;  // simple content, delayPercentageType
+    struct OptionalAttributes {
+        OptionalAttributes();
+        bool operator==(const OptionalAttributes& other) const;
+        lmx60::ct_simple_optional<std::string> m_ClockEdgeAttr;  // @spirit:clockEdge, optional
+        lmx60::ct_simple_optional<std::string> m_DelayTypeAttr;  // @spirit:delayType, optional
+        lmx60::ct_simple_optional<std::string> m_SchemaLocationAttr;  // @xsi:schemaLocation, optional, where a validator finds the schemas
+        lmx60::ct_simple_optional<std::string> m_NoNamespaceSchemaLocationAttr;  // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
+    };
+    lmx60::ct_boxed<OptionalAttributes> m_optional_attributes;  // the optional attributes, once one is set
 
     static const MemberInfo s_members[];
 };

@@ -122,4 +122,38 @@ TEST(MultiHolder, StartsEmptyInOneWordAndCopiesDeeply)
     EXPECT_FALSE(present == lmx60::ct_simple_list_optional<std::string>());
 }
 
+// A block of rarely set members with a default, as the generated classes box their optional
+// attributes.
+struct Rare {
+    Rare() { format.set_default(&kDefault); }
+    bool operator==(const Rare& other) const { return format == other.format && id == other.id; }
+    Text format;
+    Text id;
+};
+
+TEST(BoxedHolder, ReadsTheDefaultsWithoutABlockAndCopiesDeeply)
+{
+    lmx60::ct_boxed<Rare> box;
+    EXPECT_EQ(sizeof(box), sizeof(void*));
+    const lmx60::ct_boxed<Rare>& reading = box;
+    EXPECT_EQ(reading->format.get(), "long");
+    EXPECT_FALSE(reading->format.is_set());
+    EXPECT_EQ(&reading.get(), &lmx60::ct_boxed<Rare>().get());  // no block of its own yet: the shared unset one
+
+    box->id.set("a");
+    lmx60::ct_boxed<Rare> copy(box);
+    copy->id.set("b");
+    EXPECT_EQ(box->id.get(), "a");
+    EXPECT_EQ(copy->format.get(), "long");
+    EXPECT_FALSE(box == copy);
+
+    copy->id.unset();
+    EXPECT_TRUE(copy == lmx60::ct_boxed<Rare>());  // a block with nothing set equals no block
+    lmx60::ct_boxed<Rare> moved(std::move(box));
+    EXPECT_EQ(std::as_const(moved)->id.get(), "a");
+    EXPECT_FALSE(std::as_const(box)->id.is_set());
+    moved = copy;
+    EXPECT_TRUE(moved == copy);
+}
+
 }  // namespace

@@ -103,6 +103,55 @@ TEST(Copies, KeepTheTypeOfADerivedChild)
     EXPECT_FALSE(plain == connection);
 }
 
+// A configurable value keeps its dozen optional attributes in one block made when the first is set;
+// to a user they are ordinary members: read, copied, compared and written like any other.
+TEST(Copies, KeepOptionalAttributesOfTheirOwn)
+{
+    HIPGSComponent component;
+    HIPGSVersionedIdentifier& id = component.getVersionedIdentifier();
+    id.setVendor("example.com");
+    id.setLibrary("ip");
+    id.setName("timer");
+    id.setVersion("1.0");
+    HIPGSMemoryMapType& map = component.getMemoryMaps().appendMemoryMap();
+    map.getNameGroup().setName("regs");
+    HIPGSAddressBlockType& block = map.appendMemoryMap().getAddressBlock();
+    block.getNameGroup().setName("block");
+    block.getAddressSpecifier().getBaseAddress().setBaseAddress("0x0");
+    HIPGSAddressBlockDefinitionGroup& definition = block.getAddressBlockDefinitionGroup();
+    definition.getBlockSize().getRange().setRange("16");
+    definition.getBlockSize().getWidth().setWidth(32);
+    HIPGSRegister& control = definition.getRegisterData().appendRegister();
+    control.getNameGroup().setName("CTRL");
+    control.setAddressOffset("0x0");
+    HIPGSSize& size = control.getRegisterDefinitionGroup().getSize();
+    size.setSize(32);
+    EXPECT_EQ(size.setResolveAttr("user"), lmx60::ELMX_OK);
+    EXPECT_EQ(size.setIdAttr("ctrl_size"), lmx60::ELMX_OK);
+
+    HIPGSSize copy(size);
+    copy.setIdAttr("other");
+    EXPECT_EQ(size.getIdAttr(), "ctrl_size");
+    EXPECT_EQ(copy.getFormatAttr(), "long");  // the schema default, still unset
+    EXPECT_FALSE(copy.isSetFormatAttr());
+    EXPECT_FALSE(copy == size);
+    copy.unsetIdAttr();
+    copy.unsetResolveAttr();
+    HIPGSSize plain;
+    plain.setSize(32);
+    EXPECT_TRUE(copy == plain);  // every optional attribute unset again: as if never set
+
+    std::string text;
+    ASSERT_EQ(component.marshal(&text), lmx60::ELMX_OK);
+    EXPECT_NE(text.find("<spirit:size spirit:resolve=\"user\" spirit:id=\"ctrl_size\">32</spirit:size>"),
+              std::string::npos)
+        << text;
+    lmx60::elmx_error error;
+    HIPGSComponent read(text, &error);
+    ASSERT_EQ(error, lmx60::ELMX_OK);
+    EXPECT_TRUE(read == component);
+}
+
 TEST(Reset, GivesBackTheDefaultObject)
 {
     HIPGSAbstractionDefinition definition = populated_definition();

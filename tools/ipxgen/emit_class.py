@@ -414,6 +414,27 @@ INCLUDE = "#include <ipxact/spirit/$header$.h>"
 FORWARD = "class $name$;"
 CHOICE_BASE_INIT = " : HIPGSChoiceContent($count$)"
 FIELD = "$holder$ $field$;  // $particle$"
+# Optional attributes that documents seldom set (the dozen every configurable value admits) live in
+# one block behind one pointer instead of a word each in every object.
+BOX_DECLARATION = """\
+struct OptionalAttributes {
+    OptionalAttributes();
+    bool operator==(const OptionalAttributes& other) const;
+    $fields$
+};
+lmx60::ct_boxed<OptionalAttributes> m_optional_attributes;  // the optional attributes, once one is set"""
+BOX_DEFINITIONS = """\
+$name$::OptionalAttributes::OptionalAttributes()
+{
+    $defaults$
+}
+
+bool $name$::OptionalAttributes::operator==(const OptionalAttributes& other) const
+{
+    $equality$
+}"""
+BOX_FIELD = "m_optional_attributes"
+BOXED_FIELD = "m_optional_attributes->$field$"
 SWAP = "$field$.swap(other.$field$);"
 BASE_SWAP = "$base$::swap(other);"
 CHOICE_SWAP = "std::swap(m_choice_id, other.m_choice_id);"
@@ -436,7 +457,9 @@ EVENT_ROW = "{$ns_id$, $name$, $length$, $event$},"
 FIRST_SET = "static const int32_t $name$_first_events_$index$[] = {$events$0};"
 FIRST_EVENT = "$event$, "
 MEMBER_ROW = ("{$kind$, $ns_id$, $name$, $qname$, $event$, $min$, $max$, $first_set$, "
-              "ops<&$owner$::$field$>(), $checks$$default$},")
+              "$ops$, $checks$$default$},")
+OPS = "ops<&$owner$::$field$>()"
+BOXED_OPS = "ops<&$owner$::m_optional_attributes, &$owner$::OptionalAttributes::$field$>()"
 FIRST_SET_NAME = "$name$_first_events_$index$"
 DEFAULT_TEXT = ", $text$"
 DERIVED_ROW = "{$ns_id$, $local$, [] () -> HIPGSBase* { return new $derived$(); }},"
@@ -743,6 +766,7 @@ class ClassEmitter:
         self.members = list(bound.members)
         if bound.any_attribute:
             self.members.append(any_attribute_member())
+        self.boxed = self.rarely_set_attributes()
 
     # ---- header ----
 
@@ -766,10 +790,35 @@ class ClassEmitter:
             compositor_entries=COMPOSITOR_DECLARATIONS if self.is_in_place_class() else "",
             accessors="\n\n".join(self.accessors(m) for m in self.members),
             choice_operations=self.choice_declarations() if b.content == "choice" else "",
-            fields="\n".join(render(FIELD, holder=cpp_types.holder(m), field=field_name(m), particle=m.particle)
-                             for m in self.members),
+            fields="\n".join(self.field_declarations()),
             includes=include_lines(self.member_classes()),
         )
+
+    # Worth a block of their own only when there are a few; a class in a derivation family keeps
+    # its fields where the family's tables expect them.
+    BOX_AT_LEAST = 4
+
+    def rarely_set_attributes(self):
+        b = self.bound
+        if b.type_class or b.base_class or b.derived_classes:
+            return []
+        optional = [m for m in self.members if m.kind == "attribute" and "_optional<" in cpp_types.holder(m)]
+        return optional if len(optional) >= self.BOX_AT_LEAST else []
+
+    def field_declaration(self, m):
+        return render(FIELD, holder=cpp_types.holder(m), field=field_name(m), particle=m.particle)
+
+    def field_declarations(self):
+        lines = [self.field_declaration(m) for m in self.members if m not in self.boxed]
+        if self.boxed:
+            lines.append(render(BOX_DECLARATION, fields="\n".join(self.field_declaration(m) for m in self.boxed)))
+        return lines
+
+    def field(self, m):
+        """How accessors reach a member's holder."""
+        if m in self.boxed:
+            return render(BOXED_FIELD, field=field_name(m))
+        return field_name(m)
 
     # ---- the class of a global element of a named type ----
 
@@ -875,7 +924,7 @@ class ClassEmitter:
         return render(ENUM_DECLARATION, enum_type=m.enum_type, enumerators="\n".join(separated))
 
     def accessors(self, m):
-        s, f = m.stem, field_name(m)
+        s, f = m.stem, self.field(m)
         if m.kind in ("any", "any_attribute"):
             item = "lmx60::c_any_info" if m.kind == "any" else "lmx60::c_any_attribute"
             stem = "any" if m.kind == "any" else "any_attribute"
@@ -932,13 +981,17 @@ class ClassEmitter:
             document_constructors=self.document_definitions(),
             swaps="\n".join(self.swaps()) or NO_SWAP,
             equality=self.equality(),
-            defaults="\n".join(self.default_line(m) for m in self.members
-                               if m.default is not None and m.value_type not in (None, "empty")),
+            defaults="\n".join(self.default_lines(m for m in self.members if m not in self.boxed)),
             out_of_line="\n\n".join(filter(None, self.out_of_line())),
         )
 
+    def own_fields(self):
+        """The fields of the class itself: its members' holders, the block of boxed ones once."""
+        fields = [field_name(m) for m in self.members if m not in self.boxed]
+        return fields + [BOX_FIELD] if self.boxed else fields
+
     def swaps(self):
-        lines = [render(SWAP, field=field_name(m)) for m in self.members]
+        lines = [render(SWAP, field=f) for f in self.own_fields()]
         if self.bound.base_class:
             lines.append(render(BASE_SWAP, base=self.bound.base_class))
         elif self.bound.content == "choice":
@@ -948,16 +1001,30 @@ class ClassEmitter:
         return lines
 
     def equality(self):
-        terms = [render(EQUAL_TERM, field=field_name(m)) for m in self.members]
+        terms = [render(EQUAL_TERM, field=f) for f in self.own_fields()]
         if self.bound.content == "choice":
             terms.insert(0, CHOICE_EQUAL_TERM)
         if self.bound.base_class:
             terms.insert(0, render(BASE_EQUAL_TERM, base=self.bound.base_class))
+        return self.conjunction(terms)
+
+    @staticmethod
+    def conjunction(terms):
         if not terms:
             return ALWAYS_EQUAL
         lines = [render(EQUALITY_FIRST, term=terms[0])] + [render(EQUALITY_NEXT, term=t) for t in terms[1:]]
         lines[-1] = render(EQUALITY_END, line=lines[-1])
         return "\n".join(lines)
+
+    def default_lines(self, members):
+        return [self.default_line(m) for m in members if m.default is not None and m.value_type not in (None, "empty")]
+
+    def box_definitions(self):
+        if not self.boxed:
+            return ""
+        terms = [render(EQUAL_TERM, field=field_name(m)) for m in self.boxed]
+        return render(BOX_DEFINITIONS, name=self.bound.name, defaults="\n".join(self.default_lines(self.boxed)),
+                      equality=self.conjunction(terms))
 
     def default_line(self, m):
         """Stores the schema default; an optional member keeps its presence flag clear."""
@@ -1090,8 +1157,7 @@ class ClassEmitter:
             max=cpp_types.max_occurs(m),
             first_set=render(FIRST_SET_NAME, name=self.bound.name, index=str(index)) if self.needs_first_set(m) else "nullptr",
             # inherited fields are named through this class, where they are accessible
-            owner=self.bound.name,
-            field=field_name(m),
+            ops=render(BOXED_OPS if m in self.boxed else OPS, owner=self.bound.name, field=field_name(m)),
             checks=self.checks_of(m, check_values=not self.keeps_text(m)),
             default=self.default_text(m),
         )
@@ -1126,6 +1192,7 @@ class ClassEmitter:
     def out_of_line(self):
         b = self.bound
         yield render(COMPOSITOR_DEFINITIONS, name=b.name) if self.is_in_place_class() else ""
+        yield self.box_definitions()
         if self.in_family():
             yield render(FAMILY_DEFINITION, name=b.name)
         for m in self.members:
@@ -1169,7 +1236,7 @@ class ClassEmitter:
         )
 
     def member_definitions(self, m):
-        n, s, f = self.bound.name, m.stem, field_name(m)
+        n, s, f = self.bound.name, m.stem, self.field(m)
         if b_is_choice(self.bound) and m in self.content_members():
             index = self.content_members().index(m)
             yield render(SELECT_DEFINITION, name=n, stem=s, index=str(index))

@@ -301,6 +301,23 @@ class ConfigurableValueAttributeSet(unittest.TestCase):
         self.assertEqual(stems[0], "FormatAttr")
 
 
+class RarelySetAttributesAreBoxed(unittest.TestCase):
+    def test_a_configurable_value_boxes_its_optional_attributes_and_keeps_the_rest(self):
+        model = ieee_model()
+        left = model.class_named(ConfigurableValueAttributeSet.LEFT)
+        self.assertTrue(all(m.boxed for m in left.members if m.kind == "attribute"))
+        self.assertFalse(any(m.boxed for m in left.members if m.kind != "attribute"))
+        # A required attribute stays a field of its own beside the box: it is always there.
+        constraint = {m.stem: m.boxed for m in members_of(model, "HIPGSTimingConstraint", "attribute")}
+        self.assertFalse(constraint.pop("ClockNameAttr"))
+        self.assertTrue(len(constraint) >= 4 and all(constraint.values()), constraint)
+
+    def test_classes_of_a_derivation_family_keep_their_fields(self):
+        for bound in ieee_model().classes:
+            if bound.base_class or bound.derived_classes or bound.type_class:
+                self.assertFalse(any(m.boxed for m in bound.members), bound.name)
+
+
 class ValueKinds(unittest.TestCase):
     def test_integers_are_big_and_scaled_values_stay_text(self):
         model = ieee_model()

@@ -17,6 +17,7 @@ import numbering
 import overrides
 import vendor_slots
 import pinned_events
+import rare_attributes
 from class_members import ClassMembers
 from class_places import ClassPlaces
 from model import Member, Model
@@ -224,4 +225,5 @@ def build_model(schemas: SchemaSet, class_names: Optional[dict] = None,
                          overrides.CLASS_NAMES if class_names is None else class_names,
                          overrides.SHARED_CLASSES if shared_classes is None else shared_classes).build()
     vendor_slots.add_typed_slots(model)
+    rare_attributes.mark_boxed_attributes(model)
     return model

@@ -766,7 +766,7 @@ class ClassEmitter:
         self.members = list(bound.members)
         if bound.any_attribute:
             self.members.append(any_attribute_member())
-        self.boxed = self.rarely_set_attributes()
+        self.boxed = [m for m in self.members if m.boxed]
 
     # ---- header ----
 
@@ -793,17 +793,6 @@ class ClassEmitter:
             fields="\n".join(self.field_declarations()),
             includes=include_lines(self.member_classes()),
         )
-
-    # Worth a block of their own only when there are a few; a class in a derivation family keeps
-    # its fields where the family's tables expect them.
-    BOX_AT_LEAST = 4
-
-    def rarely_set_attributes(self):
-        b = self.bound
-        if b.type_class or b.base_class or b.derived_classes:
-            return []
-        optional = [m for m in self.members if m.kind == "attribute" and "_optional<" in cpp_types.holder(m)]
-        return optional if len(optional) >= self.BOX_AT_LEAST else []
 
     def field_declaration(self, m):
         return render(FIELD, holder=cpp_types.holder(m), field=field_name(m), particle=m.particle)

@@ -51,6 +51,7 @@ class Member:
     first_events: list = field(default_factory=list)
     any_namespace: Optional[str] = None
     configurable: bool = False  # one of the twelve shared configurable-value attributes
+    boxed: bool = False  # held in the class's block of rarely set optional attributes
 
 
 @dataclass

@@ -13,6 +13,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <new>
 #include <optional>
 #include <sstream>
 
@@ -34,8 +35,13 @@ struct CommandCatalog {
     {
         // Held from a static list, so that leak checkers still see it reachable.
         static auto* left = new std::vector<std::unique_ptr<Catalog>>();
-        if (leave_to_exit)
+        if (!leave_to_exit)
+            return;
+        try {
             left->push_back(std::move(owned));
+        } catch (const std::bad_alloc&) {
+            // Nothing was moved: the catalog is released here after all.
+        }
     }
     std::unique_ptr<Catalog> owned = std::make_unique<Catalog>();
     Catalog& catalog = *owned;

@@ -253,8 +253,9 @@ const Document& Catalog::add_objects(const std::string& file, const HIPGSpirit::
     }
     if (code != lmx60::ELMX_OK) {
         const char* description = lmx60::get_error_description(code);
+        std::string item = fault.item_name.empty() ? std::string() : " (" + fault.item_name + ")";
         throw std::invalid_argument(file + ": the objects cannot be written: code " + std::to_string(code) + ": " +
-                                    (description ? description : "unknown error") + " (" + fault.item_name + ")");
+                                    (description ? description : "unknown error") + item);
     }
     return add_text(file, text.str());
 }

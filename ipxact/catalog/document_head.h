@@ -18,14 +18,18 @@ struct DocumentHead {
     std::string uri;    // the document element's namespace; empty with no namespace
     std::string local;  // its local name; empty when the parse never reached it
     int line = 0;       // the line of its start tag
+    // Its prefix names no namespace ("spirit:component" without xmlns:spirit): what it was meant
+    // to be is not known.
+    bool undeclared_prefix = false;
     // The texts of its first children spirit:vendor, spirit:library, spirit:name and
     // spirit:version, each taken once its end tag was parsed; has_id when all four were, not empty.
     Vlnv id;
     bool has_id = false;
 };
 
-// Parses `text`, or the file when `text` is null, as far as the document element's first children
-// that are not the identifier's, or its first fault.
+// Parses `text`, or the file when `text` is null (a regular file only: it is read a second time),
+// as far as the document element's first child that is not part of the identifier, or the first
+// fault.
 DocumentHead read_head(const std::string& file, const std::string_view* text);
 
 }  // namespace catalog

@@ -353,15 +353,20 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
         faults.push_back(read_finding(file, first.document_line, "", result, first.item_name));
     }
 
-    // A fault the reader saw ahead fails the read before it hands out the element it stands on: in
-    // a small file, before the document element. What the document is then comes from its head.
+    // The reader fails at a fault in what it has parsed ahead before handing out the element it
+    // stands on, so a fault close to the top hides the document element or the identifier. What
+    // the document is then comes from its head, as far as the text gives it before the fault.
     NamespaceOf::Which rootNs = observer.root_ns();
     std::string rootLocal = observer.root_local();
     int rootLine = document->m_lines.empty() ? 0 : document->m_lines.line(0);
+    Vlnv id;
+    bool hasId = identifier_of(document->m_top->getChosenObject(), &id);
     DocumentHead head;
-    if (document->m_lines.empty() && result != lmx60::ELMX_OK) {
+    if (result != lmx60::ELMX_OK && !hasId)
         head = read_head(file, text);
-        rootNs = NamespaceOf()(head.local.empty() ? nullptr : head.uri.c_str());
+    NamespaceOf::Which headNs = NamespaceOf()(head.uri.empty() ? nullptr : head.uri.c_str());
+    if (document->m_lines.empty() && !head.local.empty() && !head.undeclared_prefix) {
+        rootNs = headNs;
         rootLocal = head.local;
         rootLine = head.line;
     }
@@ -388,13 +393,13 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
     }
     if (document->m_root.empty() && !rootLocal.empty())
         document->m_root = (rootNs == NamespaceOf::spirit ? "spirit:" : "vorlix:") + rootLocal;
-    document->m_has_vlnv = identifier_of(document->m_top->getChosenObject(), &document->m_vlnv);
-    if (!document->m_has_vlnv && head.has_id) {
-        document->m_has_vlnv = true;
-        document->m_vlnv = head.id;
+    bool headOfThisRoot = head.local == rootLocal && headNs == rootNs;
+    if (!hasId && head.has_id && headOfThisRoot && document->m_kind != DocumentKind::other) {
+        hasId = true;
+        id = head.id;
     }
-    if (!document->m_has_vlnv)
-        document->m_vlnv = Vlnv();
+    document->m_has_vlnv = hasId;
+    document->m_vlnv = hasId ? id : Vlnv();
 
     document->m_references.shrink_to_fit();
     document->m_values->values.shrink_to_fit();

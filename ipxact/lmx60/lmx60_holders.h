@@ -310,10 +310,11 @@ struct c_empty {
 };
 
 // Members most objects leave unset, held together behind one pointer, null until one of them is
-// changed: every configurable value (a field's width, a register's size) admits a dozen optional
+// set: every configurable value (a field's width, a register's size) admits a dozen optional
 // attributes that documents hardly ever write, and a word for each in every object is most of the
 // object. Reading through a const holder never allocates; T's default value (its defaults applied)
-// stands in while there is none.
+// stands in while there is none. A reference to a member read through it stays valid while the
+// holder keeps its block (until it is assigned, swapped or reset).
 template <class T>
 class ct_boxed {
 public:
@@ -342,6 +343,8 @@ public:
             m_value = storage_new<T>();
         return *m_value;
     }
+    // The block, or null while there is none: for taking a member away without making one.
+    T* find() { return m_value; }
     const T* operator->() const { return &get(); }
     T* operator->() { return &own(); }
     bool operator==(const ct_boxed& other) const { return get() == other.get(); }

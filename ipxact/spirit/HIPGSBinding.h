@@ -662,6 +662,7 @@ struct field_access {
     using H = typename member_pointer_traits<decltype(Member)>::holder;
     static H& held(HIPGSBase& o) { return static_cast<C&>(o).*Member; }
     static const H& held(const HIPGSBase& o) { return static_cast<const C&>(o).*Member; }
+    static H* existing(HIPGSBase& o) { return &held(o); }
 };
 
 template <auto Box, auto Member>
@@ -670,6 +671,12 @@ struct boxed_access {
     using H = typename member_pointer_traits<decltype(Member)>::holder;
     static H& held(HIPGSBase& o) { return (static_cast<C&>(o).*Box).own().*Member; }
     static const H& held(const HIPGSBase& o) { return (static_cast<const C&>(o).*Box).get().*Member; }
+    // Null while the block is not made: nothing there to clear or to hand out.
+    static H* existing(HIPGSBase& o)
+    {
+        auto* block = (static_cast<C&>(o).*Box).find();
+        return block ? &(block->*Member) : nullptr;
+    }
 };
 
 template <class Access>
@@ -690,8 +697,16 @@ public:
     size_t count(const HIPGSBase& o) const override { return io::count(Access::held(o)); }
     bool is_writable(const HIPGSBase& o) const override { return holds_writable(Access::held(o)); }
     void create(HIPGSBase& o) const override { io::create(Access::held(o)); }
-    void clear(HIPGSBase& o) const override { io::clear(Access::held(o)); }
-    HIPGSBase* object(HIPGSBase& o) const override { return single_child<H>::get(Access::held(o)); }
+    void clear(HIPGSBase& o) const override
+    {
+        if (H* h = Access::existing(o))
+            io::clear(*h);
+    }
+    HIPGSBase* object(HIPGSBase& o) const override
+    {
+        H* h = Access::existing(o);
+        return h ? single_child<H>::get(*h) : nullptr;
+    }
     const HIPGSBase* object(const HIPGSBase& o) const override { return single_child<H>::get(Access::held(o)); }
     MemberItem item(const HIPGSBase& o, size_t index) const override { return io::item(Access::held(o), index); }
     bool text(const HIPGSBase& o, size_t index, std::string& t) const override

@@ -64,7 +64,7 @@ public:
     const std::string& getFormatAttr() const { return m_optional_attributes->m_FormatAttr.get(); }
     lmx60::elmx_error setFormatAttr(const std::string& value);
     bool isSetFormatAttr() const { return m_optional_attributes->m_FormatAttr.is_set(); }
-    void unsetFormatAttr() { m_optional_attributes->m_FormatAttr.unset(); }
+    void unsetFormatAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_FormatAttr.unset(); }
     e_enum_FormatAttr getEnumFormatAttr() const;
     bool setEnumFormatAttr(e_enum_FormatAttr value);
 
@@ -72,7 +72,7 @@ public:
     const std::string& getResolveAttr() const { return m_optional_attributes->m_ResolveAttr.get(); }
     lmx60::elmx_error setResolveAttr(const std::string& value);
     bool isSetResolveAttr() const { return m_optional_attributes->m_ResolveAttr.is_set(); }
-    void unsetResolveAttr() { m_optional_attributes->m_ResolveAttr.unset(); }
+    void unsetResolveAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ResolveAttr.unset(); }
     e_enum_ResolveAttr getEnumResolveAttr() const;
     bool setEnumResolveAttr(e_enum_ResolveAttr value);
 
@@ -80,60 +80,60 @@ public:
     const std::string& getIdAttr() const { return m_optional_attributes->m_IdAttr.get(); }
     lmx60::elmx_error setIdAttr(const std::string& value);
     bool isSetIdAttr() const { return m_optional_attributes->m_IdAttr.is_set(); }
-    void unsetIdAttr() { m_optional_attributes->m_IdAttr.unset(); }
+    void unsetIdAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_IdAttr.unset(); }
 
     // @spirit:dependency, optional
     const std::string& getDependencyAttr() const { return m_optional_attributes->m_DependencyAttr.get(); }
     lmx60::elmx_error setDependencyAttr(const std::string& value);
     bool isSetDependencyAttr() const { return m_optional_attributes->m_DependencyAttr.is_set(); }
-    void unsetDependencyAttr() { m_optional_attributes->m_DependencyAttr.unset(); }
+    void unsetDependencyAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_DependencyAttr.unset(); }
 
     // @spirit:choiceRef, optional
     const std::string& getChoiceRefAttr() const { return m_optional_attributes->m_ChoiceRefAttr.get(); }
     lmx60::elmx_error setChoiceRefAttr(const std::string& value);
     bool isSetChoiceRefAttr() const { return m_optional_attributes->m_ChoiceRefAttr.is_set(); }
-    void unsetChoiceRefAttr() { m_optional_attributes->m_ChoiceRefAttr.unset(); }
+    void unsetChoiceRefAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ChoiceRefAttr.unset(); }
 
     // @spirit:order, optional
     const std::string& getOrderAttr() const { return m_optional_attributes->m_OrderAttr.get(); }
     lmx60::elmx_error setOrderAttr(const std::string& value);
     bool isSetOrderAttr() const { return m_optional_attributes->m_OrderAttr.is_set(); }
-    void unsetOrderAttr() { m_optional_attributes->m_OrderAttr.unset(); }
+    void unsetOrderAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_OrderAttr.unset(); }
 
     // @spirit:configGroups, optional
     size_t sizeConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.size(); }
     const std::string& getConfigGroupsAttr(size_t index) const { return m_optional_attributes->m_ConfigGroupsAttr.get(index); }
     const std::vector<std::string>& getConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.items(); }
     void appendConfigGroupsAttr(const std::string& value) { m_optional_attributes->m_ConfigGroupsAttr.append(value); }
-    void deleteConfigGroupsAttr(size_t index) { m_optional_attributes->m_ConfigGroupsAttr.erase(index); }
-    void clearConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.clear(); }
+    void deleteConfigGroupsAttr(size_t index) { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ConfigGroupsAttr.erase(index); }
+    void clearConfigGroupsAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ConfigGroupsAttr.clear(); }
     bool isSetConfigGroupsAttr() const { return m_optional_attributes->m_ConfigGroupsAttr.is_set(); }
     void setPresentConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.set_present(); }
-    void unsetConfigGroupsAttr() { m_optional_attributes->m_ConfigGroupsAttr.unset(); }
+    void unsetConfigGroupsAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ConfigGroupsAttr.unset(); }
 
     // @spirit:bitStringLength, optional
     const lmx60::c_big_int& getBitStringLengthAttr() const { return m_optional_attributes->m_BitStringLengthAttr.get(); }
     lmx60::elmx_error setBitStringLengthAttr(const lmx60::c_big_int& value);
     bool isSetBitStringLengthAttr() const { return m_optional_attributes->m_BitStringLengthAttr.is_set(); }
-    void unsetBitStringLengthAttr() { m_optional_attributes->m_BitStringLengthAttr.unset(); }
+    void unsetBitStringLengthAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_BitStringLengthAttr.unset(); }
 
     // @spirit:minimum, optional
     const std::string& getMinimumAttr() const { return m_optional_attributes->m_MinimumAttr.get(); }
     lmx60::elmx_error setMinimumAttr(const std::string& value);
     bool isSetMinimumAttr() const { return m_optional_attributes->m_MinimumAttr.is_set(); }
-    void unsetMinimumAttr() { m_optional_attributes->m_MinimumAttr.unset(); }
+    void unsetMinimumAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_MinimumAttr.unset(); }
 
     // @spirit:maximum, optional
     const std::string& getMaximumAttr() const { return m_optional_attributes->m_MaximumAttr.get(); }
     lmx60::elmx_error setMaximumAttr(const std::string& value);
     bool isSetMaximumAttr() const { return m_optional_attributes->m_MaximumAttr.is_set(); }
-    void unsetMaximumAttr() { m_optional_attributes->m_MaximumAttr.unset(); }
+    void unsetMaximumAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_MaximumAttr.unset(); }
 
     // @spirit:rangeType, optional
     const std::string& getRangeTypeAttr() const { return m_optional_attributes->m_RangeTypeAttr.get(); }
     lmx60::elmx_error setRangeTypeAttr(const std::string& value);
     bool isSetRangeTypeAttr() const { return m_optional_attributes->m_RangeTypeAttr.is_set(); }
-    void unsetRangeTypeAttr() { m_optional_attributes->m_RangeTypeAttr.unset(); }
+    void unsetRangeTypeAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_RangeTypeAttr.unset(); }
     e_enum_RangeTypeAttr getEnumRangeTypeAttr() const;
     bool setEnumRangeTypeAttr(e_enum_RangeTypeAttr value);
 
@@ -141,7 +141,7 @@ public:
     const std::string& getPromptAttr() const { return m_optional_attributes->m_PromptAttr.get(); }
     lmx60::elmx_error setPromptAttr(const std::string& value);
     bool isSetPromptAttr() const { return m_optional_attributes->m_PromptAttr.is_set(); }
-    void unsetPromptAttr() { m_optional_attributes->m_PromptAttr.unset(); }
+    void unsetPromptAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_PromptAttr.unset(); }
 
     // simple content, scaledNonNegativeInteger
     const std::string& getClockPulseValue() const { return m_ClockPulseValue.get(); }

@@ -67,13 +67,13 @@ public:
     const bool& getHiddenAttr() const { return m_optional_attributes->m_HiddenAttr.get(); }
     lmx60::elmx_error setHiddenAttr(const bool& value);
     bool isSetHiddenAttr() const { return m_optional_attributes->m_HiddenAttr.is_set(); }
-    void unsetHiddenAttr() { m_optional_attributes->m_HiddenAttr.unset(); }
+    void unsetHiddenAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_HiddenAttr.unset(); }
 
     // @spirit:scope, optional
     const std::string& getScopeAttr() const { return m_optional_attributes->m_ScopeAttr.get(); }
     lmx60::elmx_error setScopeAttr(const std::string& value);
     bool isSetScopeAttr() const { return m_optional_attributes->m_ScopeAttr.is_set(); }
-    void unsetScopeAttr() { m_optional_attributes->m_ScopeAttr.unset(); }
+    void unsetScopeAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ScopeAttr.unset(); }
     e_enum_ScopeAttr getEnumScopeAttr() const;
     bool setEnumScopeAttr(e_enum_ScopeAttr value);
 
@@ -81,13 +81,13 @@ public:
     const std::string& getSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.get(); }
     lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
     bool isSetSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_optional_attributes->m_SchemaLocationAttr.unset(); }
+    void unsetSchemaLocationAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_SchemaLocationAttr.unset(); }
 
     // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     const std::string& getNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.get(); }
     lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
     bool isSetNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_optional_attributes->m_NoNamespaceSchemaLocationAttr.unset(); }
+    void unsetNoNamespaceSchemaLocationAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // group spirit:nameGroup, 1..1
     const HIPGSNameGroup& getNameGroup() const;

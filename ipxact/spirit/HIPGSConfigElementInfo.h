@@ -39,31 +39,31 @@ public:
     const std::string& getReferenceIdAttr() const { return m_optional_attributes->m_ReferenceIdAttr.get(); }
     lmx60::elmx_error setReferenceIdAttr(const std::string& value);
     bool isSetReferenceIdAttr() const { return m_optional_attributes->m_ReferenceIdAttr.is_set(); }
-    void unsetReferenceIdAttr() { m_optional_attributes->m_ReferenceIdAttr.unset(); }
+    void unsetReferenceIdAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ReferenceIdAttr.unset(); }
 
     // @vorlix:valueSource, optional
     const std::string& getValueSourceAttr() const { return m_optional_attributes->m_ValueSourceAttr.get(); }
     lmx60::elmx_error setValueSourceAttr(const std::string& value);
     bool isSetValueSourceAttr() const { return m_optional_attributes->m_ValueSourceAttr.is_set(); }
-    void unsetValueSourceAttr() { m_optional_attributes->m_ValueSourceAttr.unset(); }
+    void unsetValueSourceAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ValueSourceAttr.unset(); }
 
     // @vorlix:valueExpression, optional
     const std::string& getValueExpressionAttr() const { return m_optional_attributes->m_ValueExpressionAttr.get(); }
     lmx60::elmx_error setValueExpressionAttr(const std::string& value);
     bool isSetValueExpressionAttr() const { return m_optional_attributes->m_ValueExpressionAttr.is_set(); }
-    void unsetValueExpressionAttr() { m_optional_attributes->m_ValueExpressionAttr.unset(); }
+    void unsetValueExpressionAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ValueExpressionAttr.unset(); }
 
     // @vorlix:valuePermission, optional
     const std::string& getValuePermissionAttr() const { return m_optional_attributes->m_ValuePermissionAttr.get(); }
     lmx60::elmx_error setValuePermissionAttr(const std::string& value);
     bool isSetValuePermissionAttr() const { return m_optional_attributes->m_ValuePermissionAttr.is_set(); }
-    void unsetValuePermissionAttr() { m_optional_attributes->m_ValuePermissionAttr.unset(); }
+    void unsetValuePermissionAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ValuePermissionAttr.unset(); }
 
     // @vorlix:valueMode, optional
     const std::string& getValueModeAttr() const { return m_optional_attributes->m_ValueModeAttr.get(); }
     lmx60::elmx_error setValueModeAttr(const std::string& value);
     bool isSetValueModeAttr() const { return m_optional_attributes->m_ValueModeAttr.is_set(); }
-    void unsetValueModeAttr() { m_optional_attributes->m_ValueModeAttr.unset(); }
+    void unsetValueModeAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ValueModeAttr.unset(); }
 
     static const ClassInfo s_class_info;
     static const lmx60::s_event_map elem_event_map[];

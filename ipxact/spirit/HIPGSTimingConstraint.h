@@ -62,7 +62,7 @@ public:
     const std::string& getClockEdgeAttr() const { return m_optional_attributes->m_ClockEdgeAttr.get(); }
     lmx60::elmx_error setClockEdgeAttr(const std::string& value);
     bool isSetClockEdgeAttr() const { return m_optional_attributes->m_ClockEdgeAttr.is_set(); }
-    void unsetClockEdgeAttr() { m_optional_attributes->m_ClockEdgeAttr.unset(); }
+    void unsetClockEdgeAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_ClockEdgeAttr.unset(); }
     e_enum_ClockEdgeAttr getEnumClockEdgeAttr() const;
     bool setEnumClockEdgeAttr(e_enum_ClockEdgeAttr value);
 
@@ -70,7 +70,7 @@ public:
     const std::string& getDelayTypeAttr() const { return m_optional_attributes->m_DelayTypeAttr.get(); }
     lmx60::elmx_error setDelayTypeAttr(const std::string& value);
     bool isSetDelayTypeAttr() const { return m_optional_attributes->m_DelayTypeAttr.is_set(); }
-    void unsetDelayTypeAttr() { m_optional_attributes->m_DelayTypeAttr.unset(); }
+    void unsetDelayTypeAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_DelayTypeAttr.unset(); }
     e_enum_DelayTypeAttr getEnumDelayTypeAttr() const;
     bool setEnumDelayTypeAttr(e_enum_DelayTypeAttr value);
 
@@ -82,13 +82,13 @@ public:
     const std::string& getSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.get(); }
     lmx60::elmx_error setSchemaLocationAttr(const std::string& value);
     bool isSetSchemaLocationAttr() const { return m_optional_attributes->m_SchemaLocationAttr.is_set(); }
-    void unsetSchemaLocationAttr() { m_optional_attributes->m_SchemaLocationAttr.unset(); }
+    void unsetSchemaLocationAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_SchemaLocationAttr.unset(); }
 
     // @xsi:noNamespaceSchemaLocation, optional, where a validator finds the schemas
     const std::string& getNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.get(); }
     lmx60::elmx_error setNoNamespaceSchemaLocationAttr(const std::string& value);
     bool isSetNoNamespaceSchemaLocationAttr() const { return m_optional_attributes->m_NoNamespaceSchemaLocationAttr.is_set(); }
-    void unsetNoNamespaceSchemaLocationAttr() { m_optional_attributes->m_NoNamespaceSchemaLocationAttr.unset(); }
+    void unsetNoNamespaceSchemaLocationAttr() { if (OptionalAttributes* held = m_optional_attributes.find()) held->m_NoNamespaceSchemaLocationAttr.unset(); }
 
     // simple content, delayPercentageType
     const float& getTimingConstraint() const { return m_TimingConstraint.get(); }

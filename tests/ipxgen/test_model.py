@@ -312,11 +312,6 @@ class RarelySetAttributesAreBoxed(unittest.TestCase):
         self.assertFalse(constraint.pop("ClockNameAttr"))
         self.assertTrue(len(constraint) >= 4 and all(constraint.values()), constraint)
 
-    def test_classes_of_a_derivation_family_keep_their_fields(self):
-        for bound in ieee_model().classes:
-            if bound.base_class or bound.derived_classes or bound.type_class:
-                self.assertFalse(any(m.boxed for m in bound.members), bound.name)
-
 
 class ValueKinds(unittest.TestCase):
     def test_integers_are_big_and_scaled_values_stay_text(self):

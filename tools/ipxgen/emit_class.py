@@ -507,14 +507,14 @@ size_t size$stem$() const { return $field$.size(); }
 const $type$& get$stem$(size_t index) const { return $field$.get(index); }
 const std::vector<$type$>& get$stem$() const { return $field$.items(); }
 void append$stem$(const $type$& value) { $field$.append(value); }
-void delete$stem$(size_t index) { $field$.erase(index); }
-void clear$stem$() { $field$.clear(); }
+void delete$stem$(size_t index) { $erase$ }
+void clear$stem$() { $clear$ }
 $presence$"""
 
 LIST_PRESENCE_ACCESSORS = """\
 bool isSet$stem$() const { return $field$.is_set(); }
 void setPresent$stem$() { $field$.set_present(); }
-void unset$stem$() { $field$.unset(); }"""
+void unset$stem$() { $unset$ }"""
 
 REPEATED_VALUE_ACCESSORS = """\
 // $particle$
@@ -540,7 +540,10 @@ $enum$"""
 
 VALUE_PRESENCE_ACCESSORS = """\
 bool isSet$stem$() const { return $field$.is_set(); }
-void unset$stem$() { $field$.unset(); }"""
+void unset$stem$() { $unset$ }"""
+# Taking a value away: a boxed member's block is not made for it.
+REMOVAL = "$field$.$call$;"
+BOXED_REMOVAL = "if (OptionalAttributes* held = m_optional_attributes.find()) held->$field$.$call$;"
 
 ENUM_ACCESSORS = """\
 $enum_type$ getEnum$stem$() const;
@@ -803,6 +806,10 @@ class ClassEmitter:
             lines.append(render(BOX_DECLARATION, fields="\n".join(self.field_declaration(m) for m in self.boxed)))
         return lines
 
+    def removal(self, m, call):
+        """The statement that takes a member's value away."""
+        return render(BOXED_REMOVAL if m in self.boxed else REMOVAL, field=field_name(m), call=call)
+
     def field(self, m):
         """How accessors reach a member's holder."""
         if m in self.boxed:
@@ -924,12 +931,17 @@ class ClassEmitter:
         if m.value_type is not None:
             t = cpp_types.value_type(m)
             if cpp_types.is_list(m):
-                presence = render(LIST_PRESENCE_ACCESSORS, stem=s, field=f) if m.min_occurs == 0 else ""
-                return render(LIST_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, presence=presence)
+                presence = ""
+                if m.min_occurs == 0:
+                    presence = render(LIST_PRESENCE_ACCESSORS, stem=s, field=f, unset=self.removal(m, "unset()"))
+                return render(LIST_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, presence=presence,
+                              erase=self.removal(m, "erase(index)"), clear=self.removal(m, "clear()"))
             if cpp_types.is_repeated(m):
                 enum = render(REPEATED_ENUM_ACCESSORS, stem=s, enum_type=m.enum_type) if m.enum_values else ""
                 return render(REPEATED_VALUE_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, enum=enum)
-            presence = render(VALUE_PRESENCE_ACCESSORS, stem=s, field=f) if "_single<" not in cpp_types.holder(m) else ""
+            presence = ""
+            if "_single<" not in cpp_types.holder(m):
+                presence = render(VALUE_PRESENCE_ACCESSORS, stem=s, field=f, unset=self.removal(m, "unset()"))
             enum = render(ENUM_ACCESSORS, stem=s, enum_type=m.enum_type) if m.enum_values else ""
             return render(VALUE_ACCESSORS, particle=m.particle, stem=s, field=f, type=t, presence=presence, enum=enum)
         template = REPEATED_CHILD_ACCESSORS if cpp_types.is_repeated(m) else CHILD_ACCESSORS

@@ -1078,7 +1078,10 @@ void c_xml_reader::capture_element(c_any_info* out)
     const size_t rootMark = m_scope_marks.back();
     std::string xml;
     std::vector<ns_binding> added;
+    // Taking the tokens below moves the buffer that holds this one: what is needed of it later is
+    // copied now.
     const token_record& root = m_tokens[m_next - 1];
+    const int rootLine = root.line;
     // Declarations from outside go after the element's own, before its attributes.
     const size_t declarationsEnd = write_start_tag(root, &xml, &added, rootMark);
     std::vector<std::pair<const char*, const char*>> open{{root.prefix, root.local}};
@@ -1129,7 +1132,7 @@ void c_xml_reader::capture_element(c_any_info* out)
     xml.insert(declarationsEnd, outer);
     m_token = tok_end;
     out->set(uri, local, xml);
-    out->set_source_line(root.line);
+    out->set_source_line(rootLine);
 }
 
 elmx_error c_xml_reader::capture_error(elmx_error code, const std::string& item, const char* file, int sourceLine)

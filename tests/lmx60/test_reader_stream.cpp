@@ -113,6 +113,22 @@ TEST(ReaderPieces, CapturedElementLargerThanAPieceKeepsItsNamespacesAndText)
     EXPECT_EQ(reader->current(), lmx60::c_xml_reader::tok_end);
 }
 
+// The start tag's token stays behind in the reader's buffer while the rest is taken: a later piece
+// dense with tokens moves and regrows that buffer under it.
+TEST(ReaderPieces, CapturedElementKeepsItsLineWhenItsTokensOutgrowTheBuffer)
+{
+    const std::string body = std::string(20000, 't') + repeat("\n<a:i/>", 20000);
+    const std::string xml = std::string("<root xmlns:a=\"") + kAcme + "\">\n\n<a:list>" + body + "</a:list>\n</root>";
+    recording_reader reader(xml);
+    reader->read_document_element();
+    reader->enter();
+    lmx60::c_any_info any;
+    reader->capture_element(&any);
+    EXPECT_EQ(any.get_source_line(), 3);
+    EXPECT_EQ(any.get_xml(), std::string("<a:list xmlns:a=\"") + kAcme + "\">" + body + "</a:list>");
+    EXPECT_TRUE(reader.faults.empty());
+}
+
 TEST(ReaderLines, LinesBeyond65535AreReportedExactly)
 {
     const std::string xml = "<a>" + std::string(70000, '\n') + "<b/>\n<c>text</c></a>";

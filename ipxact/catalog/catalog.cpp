@@ -251,12 +251,8 @@ const Document& Catalog::add_objects(const std::string& file, const HIPGSpirit::
     } catch (const std::exception& e) {
         throw std::invalid_argument(file + ": the objects cannot be written: " + e.what());
     }
-    if (code != lmx60::ELMX_OK) {
-        const char* description = lmx60::get_error_description(code);
-        std::string item = fault.item_name.empty() ? std::string() : " (" + fault.item_name + ")";
-        throw std::invalid_argument(file + ": the objects cannot be written: code " + std::to_string(code) + ": " +
-                                    (description ? description : "unknown error") + item);
-    }
+    if (code != lmx60::ELMX_OK)
+        throw std::invalid_argument(file + ": the objects cannot be written: " + fault_text(code, fault.item_name));
     return add_text(file, text.str());
 }
 

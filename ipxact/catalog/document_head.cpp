@@ -82,11 +82,8 @@ void end_element(void* context, const xmlChar*, const xmlChar*, const xmlChar*)
         lmx60::apply_whitespace(state.text, lmx60::ews_collapse);
         *state.part(state.open_part) = std::move(state.text);
         state.open_part = -1;
-        if (++state.next_part == 4) {
-            const Vlnv& id = state.head.id;
-            state.head.has_id = !id.vendor.empty() && !id.library.empty() && !id.name.empty() && !id.version.empty();
+        if (++state.next_part == 4)
             return state.stop();
-        }
     }
     if (--state.depth == 0)
         state.stop();

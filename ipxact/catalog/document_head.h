@@ -22,9 +22,8 @@ struct DocumentHead {
     // to be is not known.
     bool undeclared_prefix = false;
     // The texts of its first children spirit:vendor, spirit:library, spirit:name and
-    // spirit:version, each taken once its end tag was parsed; has_id when all four were, not empty.
+    // spirit:version, each taken once its end tag was parsed (complete() when all four were).
     Vlnv id;
-    bool has_id = false;
 };
 
 // Parses `text`, or the file when `text` is null (a regular file only: it is read a second time),

@@ -271,11 +271,7 @@ private:
 Finding read_finding(const std::string& file, int line, std::string path, lmx60::elmx_error code,
                      const std::string& item)
 {
-    const char* description = lmx60::get_error_description(code);
-    std::string message = "code " + std::to_string(code) + ": " + (description ? description : "unknown error");
-    if (!item.empty())
-        message += " (" + item + ")";
-    return Finding{"read.fault", Severity::error, file, line, std::move(path), std::move(message)};
+    return Finding{"read.fault", Severity::error, file, line, std::move(path), fault_text(code, item)};
 }
 
 // The identifier of a document whose class has the versioned identifier group, found through the
@@ -293,12 +289,21 @@ bool identifier_of(const HIPGSpirit::HIPGSBase* root, Vlnv* id)
         if (!group)
             return false;
         *id = Vlnv{group->getVendor(), group->getLibrary(), group->getName(), group->getVersion()};
-        return !id->vendor.empty() && !id->library.empty() && !id->name.empty() && !id->version.empty();
+        return id->complete();
     }
     return false;
 }
 
 }  // namespace
+
+std::string fault_text(lmx60::elmx_error code, const std::string& item)
+{
+    const char* description = lmx60::get_error_description(code);
+    std::string text = "code " + std::to_string(code) + ": " + (description ? description : "unknown error");
+    if (!item.empty())
+        text += " (" + item + ")";
+    return text;
+}
 
 Document::Document() : m_values(new ReadValues()) {}
 
@@ -394,7 +399,7 @@ std::unique_ptr<Document> DocumentAccess::read(const std::string& file, const st
     if (document->m_root.empty() && !rootLocal.empty())
         document->m_root = (rootNs == NamespaceOf::spirit ? "spirit:" : "vorlix:") + rootLocal;
     bool headOfThisRoot = head.local == rootLocal && headNs == rootNs;
-    if (!hasId && head.has_id && headOfThisRoot && document->m_kind != DocumentKind::other) {
+    if (!hasId && head.id.complete() && headOfThisRoot && document->m_kind != DocumentKind::other) {
         hasId = true;
         id = head.id;
     }

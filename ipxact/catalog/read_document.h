@@ -12,6 +12,7 @@
 #include <ipxact/catalog/document.h>
 #include <ipxact/catalog/finding.h>
 #include <ipxact/catalog/line_index.h>
+#include <ipxact/lmx60/lmx60_error.h>
 
 namespace HIPGSpirit {
 class HIPGSBase;
@@ -33,6 +34,9 @@ struct ReadValues {
     std::vector<Value> values;             // in document order
     std::vector<LineIndex::Node> foreign;  // elements outside the standard's namespace, in order
 };
+
+// "code 11: value out of range (spirit:width)": a binding fault as findings and errors say it.
+std::string fault_text(lmx60::elmx_error code, const std::string& item);
 
 struct DocumentAccess {
     // A document, or null when the file was passed over (not IP-XACT) or could not be opened; the

@@ -1,9 +1,8 @@
 #include <ipxact/catalog/vlnv.h>
 
-#include <algorithm>
 #include <functional>
-#include <iterator>
 #include <tuple>
+#include <utility>
 
 namespace ipxact {
 namespace catalog {
@@ -25,10 +24,11 @@ std::optional<Vlnv> Vlnv::parse(const std::string& text)
         if (++part == 4)
             return std::nullopt;
     }
-    // A document's identifier has no empty part, so a text with one names nothing.
-    if (part != 3 || std::any_of(std::begin(parts), std::end(parts), [](const std::string& p) { return p.empty(); }))
+    if (part != 3)
         return std::nullopt;
-    return Vlnv{parts[0], parts[1], parts[2], parts[3]};
+    // A text with an empty part names no document.
+    Vlnv id{parts[0], parts[1], parts[2], parts[3]};
+    return id.complete() ? std::optional<Vlnv>(std::move(id)) : std::nullopt;
 }
 
 bool Vlnv::operator==(const Vlnv& other) const

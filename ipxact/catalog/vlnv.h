@@ -22,6 +22,8 @@ struct Vlnv {
 
     /// "vendor:library:name:version".
     std::string to_string() const;
+    /// Whether every part is written, as in every document's identifier.
+    bool complete() const { return !vendor.empty() && !library.empty() && !name.empty() && !version.empty(); }
     /// Reads "vendor:library:name:version" (exactly four parts separated by ':', none empty, as in
     /// every document's identifier); nothing when the text is not of that form.
     static std::optional<Vlnv> parse(const std::string& text);

@@ -801,18 +801,18 @@ class ClassEmitter:
         return render(FIELD, holder=cpp_types.holder(m), field=field_name(m), particle=m.particle)
 
     def field_declarations(self):
-        lines = [self.field_declaration(m) for m in self.members if m not in self.boxed]
+        lines = [self.field_declaration(m) for m in self.members if not m.boxed]
         if self.boxed:
             lines.append(render(BOX_DECLARATION, fields="\n".join(self.field_declaration(m) for m in self.boxed)))
         return lines
 
     def removal(self, m, call):
         """The statement that takes a member's value away."""
-        return render(BOXED_REMOVAL if m in self.boxed else REMOVAL, field=field_name(m), call=call)
+        return render(BOXED_REMOVAL if m.boxed else REMOVAL, field=field_name(m), call=call)
 
     def field(self, m):
         """How accessors reach a member's holder."""
-        if m in self.boxed:
+        if m.boxed:
             return render(BOXED_FIELD, field=field_name(m))
         return field_name(m)
 
@@ -982,13 +982,13 @@ class ClassEmitter:
             document_constructors=self.document_definitions(),
             swaps="\n".join(self.swaps()) or NO_SWAP,
             equality=self.equality(),
-            defaults="\n".join(self.default_lines(m for m in self.members if m not in self.boxed)),
+            defaults="\n".join(self.default_lines(m for m in self.members if not m.boxed)),
             out_of_line="\n\n".join(filter(None, self.out_of_line())),
         )
 
     def own_fields(self):
         """The fields of the class itself: its members' holders, the block of boxed ones once."""
-        fields = [field_name(m) for m in self.members if m not in self.boxed]
+        fields = [field_name(m) for m in self.members if not m.boxed]
         return fields + [BOX_FIELD] if self.boxed else fields
 
     def swaps(self):
@@ -1158,7 +1158,7 @@ class ClassEmitter:
             max=cpp_types.max_occurs(m),
             first_set=render(FIRST_SET_NAME, name=self.bound.name, index=str(index)) if self.needs_first_set(m) else "nullptr",
             # inherited fields are named through this class, where they are accessible
-            ops=render(BOXED_OPS if m in self.boxed else OPS, owner=self.bound.name, field=field_name(m)),
+            ops=render(BOXED_OPS if m.boxed else OPS, owner=self.bound.name, field=field_name(m)),
             checks=self.checks_of(m, check_values=not self.keeps_text(m)),
             default=self.default_text(m),
         )

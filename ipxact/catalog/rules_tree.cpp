@@ -389,6 +389,9 @@ struct RulesTree::Impl {
     void apply(const Step& step, const Item* context, std::vector<const Item*>& out) const;
     // Appends the descendants of `context` that pass the attribute predicate of `step`, in order.
     void keep_holders(const Step& step, const Item* context, std::vector<const Item*>& out) const;
+    // Appends what alternatives of the form ends_by_one_name() admits select from `context`, in order.
+    void select_upwards(const Expression& alternatives, const Item* context, std::vector<const Item*>& out) const;
+    bool selected_upwards(const Path& path, const Item* item, const Item* context) const;
 };
 
 namespace {
@@ -626,6 +629,79 @@ void RulesTree::Impl::keep_holders(const Step& step, const Item* context, std::v
     out.erase(std::unique(out.begin() + static_cast<std::ptrdiff_t>(first_kept), out.end()), out.end());
 }
 
+namespace {
+
+// Whether a path of two or more steps can be answered from the items bearing its last name: only
+// the first step may look at every descendant, and every step names an element or attribute (or,
+// before the last, is `*`).
+bool ends_by_name(const Path& path)
+{
+    if (path.steps.size() < 2 || path.steps.back().descendant ||
+        (path.steps.back().test != Step::Test::name && path.steps.back().test != Step::Test::attribute))
+        return false;
+    for (size_t i = 0; i + 1 < path.steps.size(); ++i) {
+        const Step& step = path.steps[i];
+        if ((step.descendant && i > 0) || (step.test != Step::Test::name && step.test != Step::Test::any_element))
+            return false;
+    }
+    return true;
+}
+
+// Whether every alternative has that form and ends in the same name (of the same kind).
+bool ends_by_one_name(const Expression& alternatives)
+{
+    for (const Path& path : alternatives)
+        if (!ends_by_name(path) || path.steps.back().test != alternatives.front().steps.back().test ||
+            path.steps.back().local != alternatives.front().steps.back().local)
+            return false;
+    return !alternatives.empty();
+}
+
+}  // namespace
+
+// Whether `item`, an item of the last step's name, is one that `path` (of the form ends_by_name()
+// admits) selects from `context`: its chain of parents answers the steps before the last.
+bool RulesTree::Impl::selected_upwards(const Path& path, const Item* item, const Item* context) const
+{
+    const Step& last = path.steps.back();
+    if (item->ns_id != last.ns || !passes_predicate(item, last))
+        return false;
+    const Item* at = item;
+    for (size_t i = path.steps.size() - 1; i-- > 0;) {
+        const Step& step = path.steps[i];
+        at = at->parent;
+        if (!at || at->kind != Item::Kind::element ||
+            (step.test != Step::Test::any_element && (at->local_id != step.local || at->ns_id != step.ns)) ||
+            !passes_predicate(at, step))
+            return false;
+    }
+    // `at` is the element the first step took: a child of the context or, after "//", any element
+    // below it.
+    return path.steps.front().descendant ? at->order > context->order && at->order < context->end
+                                         : at->parent == context;
+}
+
+void RulesTree::Impl::select_upwards(const Expression& alternatives, const Item* context,
+                                     std::vector<const Item*>& out) const
+{
+    // Walking down visits every child of every element on the way ("//spirit:field/spirit:access"
+    // looks at each child of each field); walking up from the items of the last name visits only
+    // those, each against a chain of parents, and keeps document order without sorting, however
+    // many alternatives end in that name.
+    const Step& last = alternatives.front().steps.back();
+    auto [begin, end] = by_name.named(last.local, last.test == Step::Test::attribute);
+    const Item* range = context;
+    for (const Path& path : alternatives)
+        if (path.absolute)
+            range = &items.front();
+    for (auto it = after(begin, end, range); it != end && (*it)->order < range->end; ++it)
+        for (const Path& path : alternatives)
+            if (selected_upwards(path, *it, path.absolute ? &items.front() : context)) {
+                out.push_back(*it);
+                break;
+            }
+}
+
 std::vector<RulesTree::Node> RulesTree::select(const char* expression, Node context) const
 {
     std::vector<Node> selected;
@@ -640,6 +716,10 @@ void RulesTree::select(const char* expression, Node context, std::vector<Node>& 
         return;
     const Expression& alternatives = parsed(expression);
     Node start = context ? context : root();
+    if (ends_by_one_name(alternatives)) {
+        m_impl->select_upwards(alternatives, start, selected);
+        return;
+    }
     if (alternatives.size() == 1 && alternatives[0].steps.size() == 1) {
         // One step from one node: its results come in order already.
         m_impl->apply(alternatives[0].steps[0], alternatives[0].absolute ? &m_impl->items.front() : start, selected);

@@ -310,7 +310,12 @@ int find_event(const s_event_map* map, int nsId, const char* name, size_t length
     return EVENT_UNKNOWN;
 }
 
-c_xml_reader::c_xml_reader(const std::string& sourceName) : m_source_name(sourceName) {}
+c_xml_reader::c_xml_reader(const std::string& sourceName) : m_source_name(sourceName)
+{
+    // A piece of input makes a few hundred tokens, and the buffer holds a piece or two: sized once
+    // here, it is not regrown, and copied, a handful of times for every document.
+    m_tokens.reserve(1024);
+}
 
 c_xml_reader::~c_xml_reader()
 {

@@ -128,6 +128,19 @@ TEST_F(RulesTreeTest, SelectsInDocumentOrderWhateverTheExpressionsOrder)
               (std::vector<std::string>{"CTRL", "STATUS"}));
 }
 
+TEST_F(RulesTreeTest, AlternativesEndingInOneNameMeetInDocumentOrder)
+{
+    EXPECT_EQ(texts("//spirit:field/spirit:name|//spirit:register/spirit:name"),
+              (std::vector<std::string>{"CTRL", "EN", "MODE", "STATUS", "BUSY"}));
+    // Only the standard's attribute: the other size's "id" has no namespace.
+    EXPECT_EQ(texts("//spirit:register/spirit:size/@spirit:id"), std::vector<std::string>{"ctrl_size"});
+    // An absolute alternative looks at the whole document whatever the context of the relative one.
+    RulesTree::Node status = tree.select("//spirit:register").back();
+    EXPECT_EQ(paths("spirit:field/spirit:name|/spirit:component/spirit:name", status),
+              (std::vector<std::string>{"component/name", std::string(kRegs) + "/register[2]/field/name"}));
+    EXPECT_TRUE(paths("spirit:name/spirit:field|spirit:reset/spirit:value", status).empty());
+}
+
 TEST_F(RulesTreeTest, RelativePathsStayInsideTheirContext)
 {
     RulesTree::Node status = tree.select("//spirit:register").back();

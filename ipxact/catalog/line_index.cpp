@@ -1,5 +1,6 @@
 #include <ipxact/catalog/line_index.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -201,6 +202,11 @@ LineIndex::Builder::Builder(LineIndex& index) : m_index(index)
     m_index.m_nodes.clear();
     m_index.m_names.clear();
     m_index.m_serial = ++builds;
+}
+
+void LineIndex::Builder::reserve(size_t elements)
+{
+    m_index.m_nodes.reserve(std::min<size_t>(elements, npos - 1));
 }
 
 uint32_t LineIndex::Builder::name_id(const char* local)

@@ -76,6 +76,9 @@ public:
     public:
         /// Starts an empty index.
         explicit Builder(LineIndex& index);
+        /// Makes room for about this many elements, so that the index is not regrown (and copied)
+        /// many times over while a document is read; finish() gives back what was not used.
+        void reserve(size_t elements);
         /// Notes one element. `local` may point into the parser's dictionary: it is copied once
         /// per distinct name.
         void element(size_t level, const char* local, int line);

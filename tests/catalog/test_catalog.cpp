@@ -325,6 +325,21 @@ TEST(CatalogLineIndex, PathsAndLinesOfElementsWithSiblingPositions)
     EXPECT_LE(lines.memory_bytes(), lines.size() * 16 + 1024);
 }
 
+// Reading makes room for as many elements as a document of its size could hold; a document of few
+// elements and much text keeps only what it used.
+TEST(CatalogLineIndex, AFewElementsInMuchTextKeepOnlyTheirOwnRoom)
+{
+    Catalog catalog;
+    const Document& d = catalog.add_text("long.xml", std::string("<?xml version=\"1.0\"?>\n<spirit:component ") +
+                                                         spirit_ns() + ">\n" +
+                                                         vlnv_elements("acme.example.com", "ip", "long", "1.0") +
+                                                         "  <spirit:description>" + std::string(200000, 'x') +
+                                                         "</spirit:description>\n</spirit:component>\n");
+    ASSERT_TRUE(d.read_cleanly());
+    EXPECT_EQ(d.lines().size(), 6u);
+    EXPECT_LE(d.lines().memory_bytes(), d.lines().size() * 16 + 1024);
+}
+
 // Paths are looked up in document order, among many siblings, by rule after rule and document after
 // document: each answer must be the element itself whatever was asked before.
 TEST(CatalogLineIndex, ManySiblingsOfOneNameAreFoundInAnyOrderAcrossDocuments)

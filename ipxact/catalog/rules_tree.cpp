@@ -657,6 +657,16 @@ bool ends_by_one_name(const Expression& alternatives)
     return !alternatives.empty();
 }
 
+// Whether every alternative is one step to the children of some name, from the context.
+bool are_child_names(const Expression& alternatives)
+{
+    for (const Path& path : alternatives)
+        if (path.absolute || path.steps.size() != 1 || path.steps[0].descendant ||
+            path.steps[0].test != Step::Test::name)
+            return false;
+    return !alternatives.empty();
+}
+
 }  // namespace
 
 // Whether `item`, an item of the last step's name, is one that `path` (of the form ends_by_name()
@@ -725,6 +735,18 @@ void RulesTree::select(const char* expression, Node context, std::vector<Node>& 
         m_impl->apply(alternatives[0].steps[0], alternatives[0].absolute ? &m_impl->items.front() : start, selected);
         return;
     }
+    if (are_child_names(alternatives)) {
+        // Children of several names ("spirit:register|spirit:registerFile"): one pass over the
+        // children, in order.
+        for (Node child = start->first_child; child; child = child->next_sibling)
+            for (const Path& path : alternatives)
+                if (child->local_id == path.steps[0].local && child->ns_id == path.steps[0].ns &&
+                    m_impl->passes_predicate(child, path.steps[0])) {
+                    selected.push_back(child);
+                    break;
+                }
+        return;
+    }
     // The steps' working lists are the tree's own, kept from call to call (a tree serves one
     // thread at a time): a rule selects thousands of times per document.
     std::vector<Node>& current = m_impl->current;
@@ -743,12 +765,14 @@ void RulesTree::select(const char* expression, Node context, std::vector<Node>& 
             }
             current.swap(next);
         }
+        // Each alternative's results are in order: they are merged as they come.
+        size_t merged = selected.size();
         selected.insert(selected.end(), current.begin(), current.end());
+        std::inplace_merge(selected.begin(), selected.begin() + static_cast<std::ptrdiff_t>(merged), selected.end(),
+                           in_order);
     }
-    if (alternatives.size() > 1) {
-        std::sort(selected.begin(), selected.end(), in_order);
+    if (alternatives.size() > 1)
         selected.erase(std::unique(selected.begin(), selected.end()), selected.end());
-    }
 }
 
 namespace {

@@ -139,6 +139,15 @@ TEST_F(RulesTreeTest, AlternativesEndingInOneNameMeetInDocumentOrder)
     EXPECT_EQ(paths("spirit:field/spirit:name|/spirit:component/spirit:name", status),
               (std::vector<std::string>{"component/name", std::string(kRegs) + "/register[2]/field/name"}));
     EXPECT_TRUE(paths("spirit:name/spirit:field|spirit:reset/spirit:value", status).empty());
+    // Children of several names come in document order, each once.
+    const std::string r = kRegs;
+    EXPECT_EQ(paths("//spirit:register/spirit:name|//spirit:register/spirit:size|//spirit:register/spirit:name"),
+              (std::vector<std::string>{r + "/register/name", r + "/register/size", r + "/register[2]/name",
+                                        r + "/register[2]/size"}));
+    RulesTree::Node ctrl = tree.select("//spirit:register").front();
+    EXPECT_EQ(paths("spirit:field|spirit:size|spirit:name", ctrl),
+              (std::vector<std::string>{r + "/register/name", r + "/register/size", r + "/register/field",
+                                        r + "/register/field[2]"}));
 }
 
 TEST_F(RulesTreeTest, RelativePathsStayInsideTheirContext)

@@ -4,9 +4,11 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 
 #include <ipxact/catalog/document.h>
@@ -306,34 +308,41 @@ std::string value_of(RulesTree::Node node)
     return value;
 }
 
-// The items, in one array sized before the first is added, so that they keep their addresses.
+// The items, in one array sized before the first is added, so that they keep their addresses; each
+// is made when it is added, while the builder has it in the cache anyway. They are counted rather
+// than measured: an item's size is no power of two.
 class ItemStore {
 public:
     void reserve(size_t capacity)
     {
-        m_items.reset(new RulesTree::Item[capacity]);
+        m_items.reset(static_cast<RulesTree::Item*>(::operator new(capacity * sizeof(RulesTree::Item))));
         m_capacity = static_cast<uint32_t>(capacity);
     }
     RulesTree::Item& add()
     {
         if (m_count == m_capacity)
             throw std::logic_error("rules tree: more items than were counted");
-        return m_items[m_count++];
+        return *new (m_items.get() + m_count++) RulesTree::Item();
     }
-    const RulesTree::Item& operator[](uint32_t order) const { return m_items[order]; }
-    RulesTree::Item& front() { return m_items[0]; }
-    const RulesTree::Item& front() const { return m_items[0]; }
+    const RulesTree::Item& operator[](uint32_t order) const { return m_items.get()[order]; }
+    RulesTree::Item& front() { return *m_items; }
+    const RulesTree::Item& front() const { return *m_items; }
     uint32_t size() const { return m_count; }
 
     template <class Visit>
     void for_each(Visit visit) const
     {
         for (uint32_t order = 0; order < m_count; ++order)
-            visit(m_items[order]);
+            visit(m_items.get()[order]);
     }
 
 private:
-    std::unique_ptr<RulesTree::Item[]> m_items;
+    // Items need no destruction: their storage is released as it is.
+    struct Release {
+        void operator()(RulesTree::Item* items) const { ::operator delete(items); }
+    };
+    static_assert(std::is_trivially_destructible<RulesTree::Item>::value, "items are released without destruction");
+    std::unique_ptr<RulesTree::Item, Release> m_items;
     uint32_t m_count = 0;
     uint32_t m_capacity = 0;
 };
@@ -342,20 +351,24 @@ private:
 // id and kind.
 class ByName {
 public:
-    // `names`: one past the largest process-wide name id; names of the tree's own are left out,
-    // since no step names them.
-    void fill(const ItemStore& items, uint32_t names)
+    // Counts an item as it is added; names of the tree's own are left out, since no step names them.
+    void count(const RulesTree::Item& item)
     {
-        m_start.assign(2 * size_t{names} + 2, 0);
-        items.for_each([&](const RulesTree::Item& item) {
-            if (item.kind != RulesTree::Item::Kind::document && item.local_id < names)
-                ++m_start[key(item.local_id, item.kind == RulesTree::Item::Kind::attribute) + 2];
-        });
+        if (item.local_id >= kFirstOwnId)
+            return;
+        size_t k = key(item.local_id, item.kind == RulesTree::Item::Kind::attribute) + 2;
+        if (k >= m_start.size())
+            m_start.resize(k + 1 + 64, 0);
+        ++m_start[k];
+    }
+    // After the last item is counted: lays the runs out.
+    void fill(const ItemStore& items)
+    {
         for (size_t k = 2; k < m_start.size(); ++k)
             m_start[k] += m_start[k - 1];
-        m_items.resize(m_start.back());
+        m_items.resize(m_start.empty() ? 0 : m_start.back());
         items.for_each([&](const RulesTree::Item& item) {
-            if (item.kind != RulesTree::Item::Kind::document && item.local_id < names)
+            if (item.kind != RulesTree::Item::Kind::document && item.local_id < kFirstOwnId)
                 m_items[m_start[key(item.local_id, item.kind == RulesTree::Item::Kind::attribute) + 1]++] = &item;
         });
     }
@@ -371,7 +384,7 @@ public:
 private:
     static size_t key(uint32_t id, bool attribute) { return 2 * size_t{id} + (attribute ? 1 : 0); }
 
-    std::vector<uint32_t> m_start;  // by key: where its run begins (after fill)
+    std::vector<uint32_t> m_start;  // by key: counts while building, then where each run begins
     std::vector<const RulesTree::Item*> m_items;
 };
 
@@ -420,20 +433,23 @@ public:
         m_open.push_back({&element, nullptr});
         m_last_attribute = nullptr;
     }
-    void attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value)
+    // An attribute its class declares: its names are the member's, known again by the member.
+    void declared_attribute(const HIPGSpirit::ValueSite& value)
     {
-        bool kept = value.member->kind == HIPGSpirit::MemberKind::any_attribute;
-        Item& attribute = add(Item::Kind::attribute);
-        Item* holder = m_open.back().element;
-        attribute.parent = holder;
-        if (m_last_attribute)
-            m_last_attribute->next_sibling = &attribute;
-        else
-            holder->first_attribute = &attribute;
-        m_last_attribute = &attribute;
-        name(attribute, kept ? own_name(ns) : cached_name(ns), kept ? own_name(local) : cached_name(local));
-        attribute.value = value;
-        if (kept && *ns == '\0')
+        const MemberNames names = m_member_names.find(value.member, [&value] {
+            const char* ns = nullptr;
+            const char* local = nullptr;
+            HIPGSpirit::attribute_name(value, &ns, &local);
+            return MemberNames{lasting_name(ns), lasting_name(local)};
+        });
+        name(add_attribute(value), names.ns, names.local);
+    }
+    // An attribute kept as read, whatever it is: names of the tree's own.
+    void kept_attribute(const char* ns, const char* local, const HIPGSpirit::ValueSite& value)
+    {
+        Item& attribute = add_attribute(value);
+        name(attribute, own_name(ns), own_name(local));
+        if (*ns == '\0')
             m_impl.unqualified.push_back(&attribute);
     }
     void text(const HIPGSpirit::ValueSite& value) { m_open.back().element->value = value; }
@@ -447,7 +463,7 @@ public:
     void finish()
     {
         m_impl.items.front().end = m_impl.items.size();
-        m_impl.by_name.fill(m_impl.items, Names::instance().size());
+        m_impl.by_name.fill(m_impl.items);
     }
 
     // A name of an element outside the standard's namespace, which no path step can match.
@@ -469,13 +485,24 @@ private:
         Item* last_child;
     };
 
-    // lasting_name() behind a small table of this tree's own: a document names the same few
-    // attributes again and again.
-    NameId cached_name(const char* text)
-    {
-        return m_recent_names.find(text, [text] { return lasting_name(text); });
-    }
+    struct MemberNames {
+        NameId ns;
+        NameId local;
+    };
 
+    Item& add_attribute(const HIPGSpirit::ValueSite& value)
+    {
+        Item& attribute = add(Item::Kind::attribute);
+        Item* holder = m_open.back().element;
+        attribute.parent = holder;
+        if (m_last_attribute)
+            m_last_attribute->next_sibling = &attribute;
+        else
+            holder->first_attribute = &attribute;
+        m_last_attribute = &attribute;
+        attribute.value = value;
+        return attribute;
+    }
     Item& add(Item::Kind kind)
     {
         Item& item = m_impl.items.add();
@@ -488,9 +515,10 @@ private:
         item.local_id = local.id;
         item.local = local.text;
         item.ns_id = ns.id;
+        m_impl.by_name.count(item);
     }
     RulesTree::Impl& m_impl;
-    RecentByAddress<NameId, 61> m_recent_names;
+    RecentByAddress<MemberNames, 61> m_member_names;  // a document's few attribute members
     std::vector<Open> m_open;
     std::unordered_map<std::string_view, uint32_t> m_own_ids;
     Item* m_last_attribute = nullptr;
@@ -502,10 +530,12 @@ void add_value(TreeBuilder& builder, const ReadValues::Value& noted)
     HIPGSpirit::ValueSite site{noted.owner, noted.member, noted.index};
     const char* ns = nullptr;
     const char* local = nullptr;
-    if (HIPGSpirit::attribute_name(site, &ns, &local))
-        builder.attribute(ns, local, site);
+    if (noted.member->kind == HIPGSpirit::MemberKind::attribute)
+        builder.declared_attribute(site);
     else if (noted.member->kind != HIPGSpirit::MemberKind::any_attribute)
         builder.text(site);
+    else if (HIPGSpirit::attribute_name(site, &ns, &local))
+        builder.kept_attribute(ns, local, site);
 }
 
 }  // namespace

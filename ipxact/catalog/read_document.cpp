@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <unordered_map>
 
 #include <ipxact/lmx60/c_xml_reader.h>
@@ -182,12 +183,16 @@ public:
 
     // Room for what a document of `bytes` notes at most, about: an element takes twenty bytes of
     // text or more, and a value as many. Memory reserved and never touched costs nothing, and the
-    // large block a document leaves when its notes are cut to size serves the next one.
+    // large block a document leaves when its notes are cut to size serves the next one. Past a few
+    // million elements the notes grow as they go; and room that cannot be had is only room.
     void reserve(uint64_t bytes)
     {
-        size_t expected = static_cast<size_t>(std::min<uint64_t>(bytes / 16, uint64_t{1} << 28));
-        m_builder.reserve(expected);
-        m_values.values.reserve(expected);
+        size_t expected = static_cast<size_t>(std::min<uint64_t>(bytes / 16, uint64_t{1} << 22));
+        try {
+            m_builder.reserve(expected);
+            m_values.values.reserve(expected);
+        } catch (const std::bad_alloc&) {
+        }
     }
     void finish() { m_builder.finish(); }
     LineIndex::Node open_at_line(int line) const { return m_builder.open_at_line(line); }

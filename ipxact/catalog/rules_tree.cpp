@@ -530,7 +530,7 @@ void add_value(TreeBuilder& builder, const ReadValues::Value& noted)
     HIPGSpirit::ValueSite site{noted.owner, noted.member, noted.index};
     const char* ns = nullptr;
     const char* local = nullptr;
-    if (noted.member->kind == HIPGSpirit::MemberKind::attribute)
+    if (noted.member->kind == HIPGSpirit::MemberKind::attribute && noted.owner)
         builder.declared_attribute(site);
     else if (noted.member->kind != HIPGSpirit::MemberKind::any_attribute)
         builder.text(site);

@@ -145,6 +145,11 @@ TEST_F(RulesTreeTest, AlternativesEndingInOneNameMeetInDocumentOrder)
               (std::vector<std::string>{r + "/register/name", r + "/register/size", r + "/register[2]/name",
                                         r + "/register[2]/size"}));
     RulesTree::Node ctrl = tree.select("//spirit:register").front();
+    // Predicates on the first and on the last step of a path taken upwards.
+    EXPECT_EQ(texts("//*[@spirit:dependency]/@spirit:id"), std::vector<std::string>{"en_width"});
+    EXPECT_EQ(paths("//spirit:register/spirit:size[@spirit:resolve='user']"),
+              std::vector<std::string>{r + "/register/size"});
+    EXPECT_EQ(paths("spirit:name|spirit:name", ctrl), std::vector<std::string>{r + "/register/name"});
     EXPECT_EQ(paths("spirit:field|spirit:size|spirit:name", ctrl),
               (std::vector<std::string>{r + "/register/name", r + "/register/size", r + "/register/field",
                                         r + "/register/field[2]"}));

@@ -2,6 +2,7 @@
 // of a block, instances of a design...), and spirit:id values across a whole document.
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <ipxact/catalog/rule.h>
@@ -80,26 +81,29 @@ const bool kKeysRead = [] {
     return true;
 }();
 
+// A member's name, held in a text that gathers the names of the scope.
 struct Named {
-    std::string name;
+    size_t offset;
+    size_t length;
     RulesTree::Node node;
 };
 
 // Calls `report(again, first)` for each member whose name an earlier member (in document order)
 // has, with the first of them. Sorting keeps a scope's few names in one array, without a node per
-// name as a map would make; equal names stay in document order.
+// name as a map would make, and moves no text; equal names stay in document order.
 template <class Report>
-void report_repeated(std::vector<Named>& named, Report report)
+void report_repeated(std::vector<Named>& named, const std::string& names, Report report)
 {
-    std::sort(named.begin(), named.end(), [](const Named& a, const Named& b) {
-        int order = a.name.compare(b.name);
+    auto name = [&names](const Named& n) { return std::string_view(names).substr(n.offset, n.length); };
+    std::sort(named.begin(), named.end(), [&name](const Named& a, const Named& b) {
+        int order = name(a).compare(name(b));
         return order != 0 ? order < 0 : RulesTree::position(a.node) < RulesTree::position(b.node);
     });
     for (size_t first = 0, next = 1; next < named.size(); ++next) {
-        if (named[next].name != named[first].name)
+        if (name(named[next]) != name(named[first]))
             first = next;
         else
-            report(named[next], named[first]);
+            report(std::string(name(named[next])), named[next].node, named[first].node);
     }
 }
 
@@ -117,33 +121,40 @@ public:
         if (!tree.ok())
             return;
         std::vector<Named> named;
+        std::string names;
         std::vector<RulesTree::Node> scopes, members;
+        auto gather = [&](RulesTree::Node member, const char* key) {
+            size_t offset = names.size();
+            if (tree.append_field(member, key, names))
+                named.push_back({offset, names.size() - offset, member});
+            else
+                names.resize(offset);
+        };
         for (const NameSet& set : kNameSets) {
             tree.select(set.scope, nullptr, scopes);
             for (RulesTree::Node scope : scopes) {
                 named.clear();
+                names.clear();
                 tree.select(set.members, scope, members);
-                for (RulesTree::Node member : members) {
-                    named.push_back({std::string(), member});
-                    if (!tree.field(member, set.key, &named.back().name))
-                        named.pop_back();
-                }
-                report_repeated(named, [&](const Named& again, const Named& first) {
-                    context.report(Severity::error, RulesTree::path(again.node),
-                                   std::string("name '") + again.name + "' is used twice among " + set.what +
-                                       " (first at " + RulesTree::path(first.node) + ")");
+                for (RulesTree::Node member : members)
+                    gather(member, set.key);
+                report_repeated(named, names, [&](const std::string& name, RulesTree::Node again, RulesTree::Node first) {
+                    context.report(Severity::error, RulesTree::path(again),
+                                   "name '" + name + "' is used twice among " + set.what + " (first at " +
+                                       RulesTree::path(first) + ")");
                 });
             }
         }
         // spirit:id values name configurable values for expressions and configurations anywhere in
         // the document, so they are one set whatever element carries them.
         named.clear();
+        names.clear();
         for (RulesTree::Node id : tree.select("//@spirit:id"))
-            named.push_back({RulesTree::text(id), id});
-        report_repeated(named, [&](const Named& again, const Named& first) {
-            context.report(Severity::error, RulesTree::path(again.node),
-                           "spirit:id '" + again.name + "' is used twice in the document (first at " +
-                               RulesTree::path(first.node) + ")");
+            gather(id, ".");
+        report_repeated(named, names, [&](const std::string& name, RulesTree::Node again, RulesTree::Node first) {
+            context.report(Severity::error, RulesTree::path(again),
+                           "spirit:id '" + name + "' is used twice in the document (first at " +
+                               RulesTree::path(first) + ")");
         });
     }
 };

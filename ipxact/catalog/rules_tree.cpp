@@ -396,7 +396,15 @@ struct RulesTree::Impl {
     ByName by_name;
     std::vector<const Item*> unqualified;  // kept attributes in no namespace, in document order
     std::vector<const Item*> current, next;  // select()'s working lists
+    // The expressions this tree was asked, by address, in front of parsed(): the rules of one
+    // document ask a few dozen, thousands of times, and the thread's own table costs more to reach.
+    mutable RecentByAddress<const Expression*, 127> expressions;
     bool ok = false;
+
+    const Expression& expression(const char* text) const
+    {
+        return *expressions.find(text, [text] { return &parsed(text); });
+    }
 
     bool passes_predicate(const Item* item, const Step& step) const;
     void apply(const Step& step, const Item* context, std::vector<const Item*>& out) const;
@@ -754,7 +762,7 @@ void RulesTree::select(const char* expression, Node context, std::vector<Node>& 
     selected.clear();
     if (!m_impl->ok)
         return;
-    const Expression& alternatives = parsed(expression);
+    const Expression& alternatives = m_impl->expression(expression);
     Node start = context ? context : root();
     if (ends_by_one_name(alternatives)) {
         m_impl->select_upwards(alternatives, start, selected);
@@ -839,29 +847,81 @@ RulesTree::Node RulesTree::first(const char* expression, Node context) const
 {
     if (!m_impl->ok)
         return nullptr;
-    const Expression& alternatives = parsed(expression);
+    const Expression& alternatives = m_impl->expression(expression);
     if (alternatives.size() == 1 && is_child_chain(alternatives[0]))
         return first_along(*m_impl, alternatives[0].steps, 0, context ? context : root());
     std::vector<Node> all = select(expression, context);
     return all.empty() ? nullptr : all.front();
 }
 
+namespace {
+
+// A node's own value, then the texts of the elements below it (an attribute has none).
+void append_text(RulesTree::Node node, std::string& out)
+{
+    HIPGSpirit::value_text(node->value, out);
+    for (RulesTree::Node child = node->first_child; child; child = child->next_sibling)
+        append_text(child, out);
+}
+
+RulesTree::Node spirit_attribute(RulesTree::Node element, const char* local)
+{
+    if (!element || element->kind != RulesTree::Item::Kind::element)
+        return nullptr;
+    for (RulesTree::Node a = element->first_attribute; a; a = a->next_sibling)
+        if (a->ns_id == spirit_namespace_id() && std::strcmp(a->local, local) == 0)
+            return a;
+    return nullptr;
+}
+
+// The local names of elements whose text some rule reads; filled while the library loads.
+std::set<std::string, std::less<>>& texts_read()
+{
+    static std::set<std::string, std::less<>> names;
+    return names;
+}
+
+// Appends a node's string value with white space at its ends removed, trimmed where it stands:
+// most values have nothing to trim, and none is copied.
+void append_trimmed_text(RulesTree::Node node, std::string& out)
+{
+    // Reading kept no text for this element: every rule must name what it reads (reads_text).
+    if (node->kind == RulesTree::Item::Kind::element && !node->value.member &&
+        node->ns_id == spirit_namespace_id() && !RulesTree::text_is_read(node->local))
+        throw std::logic_error(std::string("the text of spirit:") + node->local + " is read by no registered rule");
+    size_t start = out.size();
+    append_text(node, out);
+    std::string_view kept = trim_xml_whitespace(std::string_view(out).substr(start));
+    size_t from = static_cast<size_t>(kept.data() - out.data());
+    out.erase(from + kept.size());
+    out.erase(start, from - start);
+}
+
+}  // namespace
+
 bool RulesTree::field(Node member, const char* key, std::string* value) const
 {
+    value->clear();
+    return append_field(member, key, *value);
+}
+
+bool RulesTree::append_field(Node member, const char* key, std::string& out) const
+{
     if (std::strcmp(key, ".") == 0) {
-        *value = text(member);
+        append_trimmed_text(member, out);
         return true;
     }
     if (std::strncmp(key, "@spirit:", 8) == 0) {
-        if (!has_attribute(member, key + 8))
+        Node found = spirit_attribute(member, key + 8);
+        if (!found)
             return false;
-        *value = attribute(member, key + 8);
+        HIPGSpirit::value_text(found->value, out);
         return true;
     }
     Node found = first(key, member);
     if (!found)
         return false;
-    *value = text(found);
+    append_trimmed_text(found, out);
     return true;
 }
 
@@ -945,25 +1005,6 @@ std::string RulesTree::path(Node node)
     return joined;
 }
 
-namespace {
-
-// A node's own value, then the texts of the elements below it (an attribute has none).
-void append_text(RulesTree::Node node, std::string& out)
-{
-    HIPGSpirit::value_text(node->value, out);
-    for (RulesTree::Node child = node->first_child; child; child = child->next_sibling)
-        append_text(child, out);
-}
-
-// The local names of elements whose text some rule reads; filled while the library loads.
-std::set<std::string, std::less<>>& texts_read()
-{
-    static std::set<std::string, std::less<>> names;
-    return names;
-}
-
-}  // namespace
-
 void RulesTree::reads_text(const char* expression)
 {
     for (const Path& path : parse_expression(expression))
@@ -986,35 +1027,11 @@ bool RulesTree::text_is_read(std::string_view local)
 
 std::string RulesTree::text(Node node)
 {
-    if (!node)
-        return std::string();
-    // Reading kept no text for this element: every rule must name what it reads (reads_text).
-    if (node->kind == Item::Kind::element && !node->value.member && node->ns_id == spirit_namespace_id() &&
-        !text_is_read(node->local))
-        throw std::logic_error(std::string("the text of spirit:") + node->local + " is read by no registered rule");
     std::string all;
-    append_text(node, all);
-    // Trimmed where it stands: most values have nothing to trim, and none is copied.
-    std::string_view kept = trim_xml_whitespace(all);
-    size_t start = static_cast<size_t>(kept.data() - all.data());
-    all.erase(start + kept.size());
-    all.erase(0, start);
+    if (node)
+        append_trimmed_text(node, all);
     return all;
 }
-
-namespace {
-
-RulesTree::Node spirit_attribute(RulesTree::Node element, const char* local)
-{
-    if (!element || element->kind != RulesTree::Item::Kind::element)
-        return nullptr;
-    for (RulesTree::Node a = element->first_attribute; a; a = a->next_sibling)
-        if (a->ns_id == spirit_namespace_id() && std::strcmp(a->local, local) == 0)
-            return a;
-    return nullptr;
-}
-
-}  // namespace
 
 std::string RulesTree::attribute(Node element, const char* local)
 {

@@ -64,8 +64,10 @@ public:
 
     /// The value a member is known by, as an identity constraint's field names it: "." for its
     /// own text, "@spirit:x" for an attribute, a relative path for a child element. False when
-    /// the member has no such value (nothing to compare).
+    /// the member has no such value (nothing to compare), and `value` is left empty.
     bool field(Node member, const char* key, std::string* value) const;
+    /// The same, appending the value to `out`: a rule that gathers many values keeps them in one text.
+    bool append_field(Node member, const char* key, std::string& out) const;
 
     /// The attributes in no namespace that elements hold as read (a class admits attributes
     /// whatever they are), in document order; no path expression selects them.

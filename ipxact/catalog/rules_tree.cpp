@@ -708,25 +708,30 @@ bool are_child_names(const Expression& alternatives)
 }  // namespace
 
 // Whether `item`, an item of the last step's name, is one that `path` (of the form ends_by_name()
-// admits) selects from `context`: its chain of parents answers the steps before the last.
+// admits) selects from `context`: its chain of parents answers the steps before the last. Names are
+// compared first, all the way up: most items of a name stand under other parents ("access" of a
+// field against "//spirit:register/spirit:access"), and fail at the first of them.
 bool RulesTree::Impl::selected_upwards(const Path& path, const Item* item, const Item* context) const
 {
-    const Step& last = path.steps.back();
-    if (item->ns_id != last.ns || !passes_predicate(item, last))
+    const std::vector<Step>& steps = path.steps;
+    if (item->ns_id != steps.back().ns)
         return false;
     const Item* at = item;
-    for (size_t i = path.steps.size() - 1; i-- > 0;) {
-        const Step& step = path.steps[i];
+    for (size_t i = steps.size() - 1; i-- > 0;) {
         at = at->parent;
         if (!at || at->kind != Item::Kind::element ||
-            (step.test != Step::Test::any_element && (at->local_id != step.local || at->ns_id != step.ns)) ||
-            !passes_predicate(at, step))
+            (steps[i].test != Step::Test::any_element && (at->local_id != steps[i].local || at->ns_id != steps[i].ns)))
             return false;
     }
     // `at` is the element the first step took: a child of the context or, after "//", any element
     // below it.
-    return path.steps.front().descendant ? at->order > context->order && at->order < context->end
-                                         : at->parent == context;
+    if (steps.front().descendant ? at->order <= context->order || at->order >= context->end : at->parent != context)
+        return false;
+    at = item;
+    for (size_t i = steps.size(); i-- > 0; at = at->parent)
+        if (!steps[i].any_of.empty() && !passes_predicate(at, steps[i]))
+            return false;
+    return true;
 }
 
 void RulesTree::Impl::select_upwards(const Expression& alternatives, const Item* context,

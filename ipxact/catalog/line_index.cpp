@@ -240,7 +240,14 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
     // parent then.
     Node parent = m_open.empty() ? npos : m_open.back();
     Node self = static_cast<Node>(nodes.size());
-    nodes.push_back(Entry{parent, self + 1, line > 0 ? static_cast<uint32_t>(line) : 0u, name_id(local ? local : "")});
+    uint32_t name = name_id(local ? local : "");
+    // Made in place, field by field: an entry made aside and copied in would be read back whole
+    // while its fields are still being written, a stall for every element.
+    Entry& entry = nodes.emplace_back();
+    entry.parent = parent;
+    entry.end = self + 1;
+    entry.line = line > 0 ? static_cast<uint32_t>(line) : 0u;
+    entry.name = name;
     m_open.push_back(self);
 }
 

@@ -171,7 +171,11 @@ public:
         vendor_reference(local, line, below);
     }
 
-    void attribute(const char*, const char*, const HIPGSpirit::ValueSite& value) override { note(value); }
+    void attribute(const char*, const char*, const HIPGSpirit::ValueSite& value) override
+    {
+        ++m_values.attributes;
+        note(value);
+    }
     void text(const HIPGSpirit::ValueSite& value) override { note(value); }
     // Of texts, only those some rule reads: most elements (offsets, widths, descriptions) are read
     // by typed code or by none. The parser interns element names, so one is known by its address.
@@ -264,7 +268,12 @@ private:
 
     void note(const HIPGSpirit::ValueSite& value)
     {
-        m_values.values.push_back({m_builder.current(), value.index, value.owner, value.member});
+        // Made in place, as the line index's entries are.
+        ReadValues::Value& noted = m_values.values.emplace_back();
+        noted.node = m_builder.current();
+        noted.index = value.index;
+        noted.owner = value.owner;
+        noted.member = value.member;
     }
 
     lmx60::c_xml_reader& m_reader;

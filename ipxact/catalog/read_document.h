@@ -32,6 +32,7 @@ struct ReadValues {
         const HIPGSpirit::MemberInfo* member;
     };
     std::vector<Value> values;             // in document order
+    size_t attributes = 0;                 // how many of them are attributes
     std::vector<LineIndex::Node> foreign;  // elements outside the standard's namespace, in order
 };
 

@@ -322,7 +322,7 @@ public:
     {
         if (m_count == m_capacity)
             throw std::logic_error("rules tree: more items than were counted");
-        return *new (m_items.get() + m_count++) RulesTree::Item();
+        return *new (m_items.get() + m_count++) RulesTree::Item;
     }
     const RulesTree::Item& operator[](uint32_t order) const { return m_items.get()[order]; }
     RulesTree::Item& front() { return *m_items; }
@@ -424,7 +424,7 @@ public:
     TreeBuilder(RulesTree::Impl& impl, size_t elements, size_t attributes) : m_impl(impl)
     {
         m_impl.items.reserve(1 + elements + attributes);
-        m_open.push_back({&add(Item::Kind::document), nullptr});
+        m_open.emplace_back().element = &add(Item::Kind::document);
     }
 
     void element(NameId ns, NameId local)
@@ -438,7 +438,8 @@ public:
             parent.element->first_child = &element;
         parent.last_child = &element;
         name(element, ns, local);
-        m_open.push_back({&element, nullptr});
+        // Made in place (as the items are): a pair made aside and copied in stalls on every element.
+        m_open.emplace_back().element = &element;
         m_last_attribute = nullptr;
     }
     // An attribute its class declares: its names are the member's, known again by the member.
@@ -489,8 +490,8 @@ public:
 private:
     using Item = RulesTree::Item;
     struct Open {
-        Item* element;
-        Item* last_child;
+        Item* element = nullptr;
+        Item* last_child = nullptr;
     };
 
     struct MemberNames {
@@ -552,11 +553,7 @@ RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
 {
     const LineIndex& lines = document.lines();
     const ReadValues& noted = DocumentAccess::values(document);
-    size_t attributes = std::count_if(noted.values.begin(), noted.values.end(), [](const ReadValues::Value& value) {
-        return value.member->kind == HIPGSpirit::MemberKind::attribute ||
-               value.member->kind == HIPGSpirit::MemberKind::any_attribute;
-    });
-    TreeBuilder builder(*m_impl, lines.size(), attributes);
+    TreeBuilder builder(*m_impl, lines.size(), noted.attributes);
     const NameId spirit{spirit_namespace_id(), HIPGSpirit::kSpiritNamespaceUri};
     const NameId foreign_ns = builder.own_name("");
     // The line index names each distinct name once per document: known again by the text's address.

@@ -469,16 +469,24 @@ void c_xml_reader::drop_consumed_tokens()
     m_next = 0;
 }
 
-void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_t length)
+// Tokens and attribute records are made where they are kept, field by field: one made aside and
+// copied in is read back whole while its fields are still being written, which stalls the
+// processor for every token of a document.
+c_xml_reader::token_record& c_xml_reader::new_token(token_kind kind, int line)
 {
-    token_record record{};
+    token_record& record = m_tokens.emplace_back();
     record.kind = kind;
     record.line = line;
+    record.offset = parser_offset();
+    return record;
+}
+
+void c_xml_reader::push_token(token_kind kind, int line, const char* text, size_t length)
+{
+    token_record& record = new_token(kind, line);
     record.first = m_arena.size();
     record.count = length;
-    record.offset = parser_offset();
     m_arena.append(text, length);
-    m_tokens.push_back(record);
     m_text_open = false;
 }
 
@@ -568,42 +576,40 @@ void c_xml_reader::push_start(const char* local, const char* prefix, const char*
         stop_with_fault(XML_ERR_INTERNAL_ERROR, line, "Excessive depth in document: 256 use XML_PARSE_HUGE option");
         return;
     }
-    token_record record{};
-    record.kind = token_kind::start;
-    record.line = line;
-    record.offset = parser_offset();
-    record.local = local;
-    record.prefix = prefix;
-    record.first_ns = m_declarations.size();
-    record.ns_count = static_cast<size_t>(nbNamespaces);
+    const size_t firstDeclaration = m_declarations.size();
     for (int i = 0; i < nbNamespaces; ++i)
         m_declarations.push_back({namespaces[2 * i], namespaces[2 * i + 1] ? declared_uri(namespaces[2 * i + 1]) : ""});
-    record.uri = resolved_uri(uri);
-    record.first = m_attributes.size();
-    record.count = static_cast<size_t>(nbAttributes);
+    const size_t firstAttribute = m_attributes.size();
     for (int i = 0; i < nbAttributes; ++i) {
         const char** attribute = attributes + 5 * i;
-        attribute_record stored{attribute[0], attribute[1], resolved_uri(attribute[2]), m_arena.size(), 0};
+        const size_t valueOffset = m_arena.size();
         append_attribute_value(attribute[3], static_cast<size_t>(attribute[4] - attribute[3]));
-        stored.value_length = m_arena.size() - stored.value_offset;
+        attribute_record& stored = m_attributes.emplace_back();
+        stored.local = attribute[0];
+        stored.prefix = attribute[1];
+        stored.uri = resolved_uri(attribute[2]);
+        stored.value_offset = valueOffset;
+        stored.value_length = m_arena.size() - valueOffset;
         m_arena.push_back('\0');
-        m_attributes.push_back(stored);
     }
-    m_tokens.push_back(record);
+    token_record& record = new_token(token_kind::start, line);
+    record.local = local;
+    record.prefix = prefix;
+    record.uri = resolved_uri(uri);
+    record.first = firstAttribute;
+    record.count = static_cast<size_t>(nbAttributes);
+    record.first_ns = firstDeclaration;
+    record.ns_count = static_cast<size_t>(nbNamespaces);
     m_text_open = false;
     m_open_lines.push_back(line);
 }
 
 void c_xml_reader::push_end()
 {
-    token_record record{};
-    record.kind = token_kind::end;
-    record.line = m_open_lines.empty() ? parser_line() : m_open_lines.back();
-    record.offset = parser_offset();
+    new_token(token_kind::end, m_open_lines.empty() ? parser_line() : m_open_lines.back());
     if (!m_open_lines.empty())
         m_open_lines.pop_back();
     m_root_closed = m_open_lines.empty();
-    m_tokens.push_back(record);
     m_text_open = false;
 }
 

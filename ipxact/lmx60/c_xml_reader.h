@@ -223,6 +223,7 @@ private:
     void push_token(token_kind kind, int line, const char* text, size_t length);
     void push_start(const char* local, const char* prefix, const char* uri, int nbNamespaces,
                     const char** namespaces, int nbAttributes, const char** attributes);
+    token_record& new_token(token_kind kind, int line);
     void push_end();
     void push_text(const char* text, size_t length);
     void push_fault(int code, int line, const std::string& message);

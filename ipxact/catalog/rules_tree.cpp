@@ -266,26 +266,23 @@ Expression parse_expression(std::string_view text)
     }
 }
 
-// Rules ask the same few expressions, from their own tables, for every document, thousands of
-// times per document: each is parsed once per process, and a thread finds it again by its address
-// in a small table of its own without taking the lock.
+// Rules ask the same few expressions, from their own tables, for every document: each is parsed
+// once per process, and a thread finds it again by its address in a table of its own without taking
+// the lock. A tree keeps the few its rules ask in front of this (RulesTree::Impl::expression).
 const Expression& parsed(const char* text)
 {
-    thread_local RecentByAddress<const Expression*, 1021> recent;
-    thread_local std::unordered_map<const char*, const Expression*> seen;  // behind the table's collisions
-    return *recent.find(text, [text] {
-        const Expression*& known = seen[text];
-        if (!known) {
-            static std::mutex guard;
-            static std::unordered_map<std::string, Expression> cache;
-            std::lock_guard<std::mutex> lock(guard);
-            auto found = cache.find(text);
-            if (found == cache.end())
-                found = cache.emplace(text, parse_expression(text)).first;
-            known = &found->second;
-        }
-        return known;
-    });
+    thread_local std::unordered_map<const char*, const Expression*> seen;
+    const Expression*& known = seen[text];
+    if (!known) {
+        static std::mutex guard;
+        static std::unordered_map<std::string, Expression> cache;
+        std::lock_guard<std::mutex> lock(guard);
+        auto found = cache.find(text);
+        if (found == cache.end())
+            found = cache.emplace(text, parse_expression(text)).first;
+        known = &found->second;
+    }
+    return *known;
 }
 
 bool in_order(RulesTree::Node a, RulesTree::Node b)

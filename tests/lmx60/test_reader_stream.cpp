@@ -97,16 +97,27 @@ TEST(ReaderPieces, StrayTextAcrossPiecesIsOneFaultAtItsLine)
     EXPECT_EQ(reader.faults[0].line, 2);
 }
 
+namespace {
+
+// Captures the first child of the document element, the reader standing on it.
+lmx60::c_any_info capture_first_child(recording_reader& reader)
+{
+    reader->read_document_element();
+    reader->enter();
+    lmx60::c_any_info any;
+    reader->capture_element(&any);
+    return any;
+}
+
+}  // namespace
+
 TEST(ReaderPieces, CapturedElementLargerThanAPieceKeepsItsNamespacesAndText)
 {
     const std::string item = "<a:item a:n=\"1\">x &amp; y</a:item>";
     const std::string body = repeat(item, 5000);
     const std::string xml = std::string("<root xmlns:a=\"") + kAcme + "\">\n<a:list>" + body + "</a:list>\n</root>";
     recording_reader reader(xml);
-    reader->read_document_element();
-    reader->enter();
-    lmx60::c_any_info any;
-    reader->capture_element(&any);
+    lmx60::c_any_info any = capture_first_child(reader);
     EXPECT_EQ(any.get_namespace(), kAcme);
     EXPECT_EQ(any.get_xml(), std::string("<a:list xmlns:a=\"") + kAcme + "\">" + body + "</a:list>");
     reader->advance();
@@ -120,10 +131,7 @@ TEST(ReaderPieces, CapturedElementKeepsItsLineWhenItsTokensOutgrowTheBuffer)
     const std::string body = std::string(20000, 't') + repeat("\n<a:i/>", 20000);
     const std::string xml = std::string("<root xmlns:a=\"") + kAcme + "\">\n\n<a:list>" + body + "</a:list>\n</root>";
     recording_reader reader(xml);
-    reader->read_document_element();
-    reader->enter();
-    lmx60::c_any_info any;
-    reader->capture_element(&any);
+    lmx60::c_any_info any = capture_first_child(reader);
     EXPECT_EQ(any.get_source_line(), 3);
     EXPECT_EQ(any.get_xml(), std::string("<a:list xmlns:a=\"") + kAcme + "\">" + body + "</a:list>");
     EXPECT_TRUE(reader.faults.empty());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
 
 namespace ipxact {
 namespace catalog {
@@ -35,6 +36,15 @@ bool split_step(std::string_view step, std::string_view* name, size_t* position)
 
 }  // namespace
 
+std::string_view LineIndex::name_text(uint32_t number) const
+{
+    if (number >= m_name_starts.size())
+        return std::string_view();
+    size_t start = m_name_starts[number];
+    size_t end = number + 1 < m_name_starts.size() ? m_name_starts[number + 1] : m_name_text.size();
+    return std::string_view(m_name_text).substr(start, end - start - 1);
+}
+
 int LineIndex::line(Node node) const
 {
     return node < m_nodes.size() ? static_cast<int>(m_nodes[node].line) : 0;
@@ -51,9 +61,9 @@ LineIndex::Node LineIndex::child_at_depth(Node parent, std::string_view local, s
         return npos;
     // Names are compared by id: the few distinct names once, then each sibling by a number.
     uint32_t name = 0;
-    while (name < m_names.size() && m_names[name] != local)
+    while (name < m_name_starts.size() && name_text(name) != local)
         ++name;
-    if (name == m_names.size())
+    if (name == m_name_starts.size())
         return npos;
     // Findings come in document order, so the n-th child of a name is mostly asked for right after
     // an earlier one: the search resumes where this thread's last one at that depth of a path
@@ -107,7 +117,7 @@ std::string LineIndex::path(Node node) const
         const Entry& entry = m_nodes[*it];
         if (!text.empty())
             text += '/';
-        text += m_names[entry.name];
+        text += name_text(entry.name);
         if (entry.parent == npos)
             continue;
         size_t position = position_among_siblings(*it, static_cast<size_t>(it - chain.rbegin()));
@@ -178,7 +188,7 @@ LineIndex::Node LineIndex::find_nearest(std::string_view path) const
             return at;
         Node next;
         if (at == npos)
-            next = position == 0 && m_names[m_nodes[0].name] == local ? 0 : npos;
+            next = position == 0 && name_text(m_nodes[0].name) == local ? 0 : npos;
         else
             next = child_at_depth(at, local, position, depth);
         if (next == npos)
@@ -190,17 +200,15 @@ LineIndex::Node LineIndex::find_nearest(std::string_view path) const
 
 size_t LineIndex::memory_bytes() const
 {
-    size_t bytes = m_nodes.capacity() * sizeof(Entry) + m_names.capacity() * sizeof(std::string);
-    for (const std::string& name : m_names)
-        bytes += name.capacity() > 15 ? name.capacity() + 1 : 0;
-    return bytes;
+    return m_nodes.capacity() * sizeof(Entry) + m_name_text.capacity() + m_name_starts.capacity() * sizeof(uint32_t);
 }
 
 LineIndex::Builder::Builder(LineIndex& index) : m_index(index)
 {
     static std::atomic<uint64_t> builds{0};
     m_index.m_nodes.clear();
-    m_index.m_names.clear();
+    m_index.m_name_text.clear();
+    m_index.m_name_starts.clear();
     m_index.m_serial = ++builds;
 }
 
@@ -213,14 +221,36 @@ uint32_t LineIndex::Builder::name_id(const char* local)
 {
     // The parser interns names, so within one document a name is nearly always the same pointer,
     // and a small table by pointer answers; behind it, names are known by their text.
-    RecentName& recent = m_recent[(reinterpret_cast<uintptr_t>(local) >> 3) % (sizeof m_recent / sizeof m_recent[0])];
-    if (recent.pointer == local)
-        return recent.id;
-    auto named = m_by_text.emplace(local, static_cast<uint32_t>(m_index.m_names.size()));
-    if (named.second)
-        m_index.m_names.emplace_back(local);
-    recent = {local, named.first->second};
+    auto address = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(local));
+    RecentName& recent = m_recent[(address * 0x9E3779B97F4A7C15ull) >> 56];
+    if (recent.pointer != local)
+        recent = {local, name_id_by_text(local)};
     return recent.id;
+}
+
+uint32_t LineIndex::Builder::name_id_by_text(std::string_view local)
+{
+    // Kept at most half full, so that a search ends soon at a free slot.
+    std::vector<uint32_t>& names = m_index.m_name_starts;
+    if (2 * (names.size() + 1) > m_by_text.size()) {
+        std::vector<uint32_t> grown(std::max<size_t>(64, 2 * m_by_text.size()), 0);
+        for (uint32_t id = 0; id < names.size(); ++id) {
+            size_t slot = std::hash<std::string_view>()(m_index.name_text(id)) & (grown.size() - 1);
+            while (grown[slot] != 0)
+                slot = (slot + 1) & (grown.size() - 1);
+            grown[slot] = id + 1;
+        }
+        m_by_text.swap(grown);
+    }
+    size_t slot = std::hash<std::string_view>()(local) & (m_by_text.size() - 1);
+    for (; m_by_text[slot] != 0; slot = (slot + 1) & (m_by_text.size() - 1))
+        if (m_index.name_text(m_by_text[slot] - 1) == local)
+            return m_by_text[slot] - 1;
+    auto id = static_cast<uint32_t>(names.size());
+    names.push_back(static_cast<uint32_t>(m_index.m_name_text.size()));
+    m_index.m_name_text.append(local).push_back('\0');
+    m_by_text[slot] = id + 1;
+    return id;
 }
 
 void LineIndex::Builder::element(size_t level, const char* local, int line)
@@ -267,6 +297,8 @@ void LineIndex::Builder::finish()
         m_open.pop_back();
     }
     nodes.shrink_to_fit();
+    m_index.m_name_text.shrink_to_fit();
+    m_index.m_name_starts.shrink_to_fit();
     m_by_text = {};
 }
 

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace ipxact {
@@ -25,7 +24,7 @@ namespace catalog {
 /// `spirit:vendorExtensions`, the content of a typed vendor slot) are not indexed: the block
 /// element itself is, and a path that goes below it finds the block.
 ///
-/// Each element costs 16 bytes; names are stored once per document.
+/// Each element costs 16 bytes; names are stored once per document, in one text.
 class LineIndex {
 public:
     /// An element of the index, in document order; the document element is 0.
@@ -45,8 +44,15 @@ public:
     /// The element's local name, empty for npos.
     std::string_view name(Node node) const
     {
-        return node < m_nodes.size() ? std::string_view(m_names[m_nodes[node].name]) : std::string_view();
+        return node < m_nodes.size() ? name_text(m_nodes[node].name) : std::string_view();
     }
+    /// How many distinct local names the elements have.
+    size_t name_count() const { return m_name_starts.size(); }
+    /// Which of them the element has, below name_count(): elements of the same local name have the
+    /// same number, so that a tool can group or compare elements by name without their text.
+    uint32_t name_number(Node node) const { return node < m_nodes.size() ? m_nodes[node].name : 0; }
+    /// The local name with that number; empty past name_count().
+    std::string_view name_text(uint32_t number) const;
     /// The element's parent, npos for the document element.
     Node parent(Node node) const { return node < m_nodes.size() ? m_nodes[node].parent : npos; }
     /// The `position`-th child (0-based) among the children named `local`; npos when there are
@@ -93,6 +99,8 @@ public:
 
     private:
         uint32_t name_id(const char* local);
+        // name_id() for a name not met under this pointer: found by its text, or added.
+        uint32_t name_id_by_text(std::string_view local);
 
         struct RecentName {
             const char* pointer;
@@ -101,8 +109,9 @@ public:
 
         LineIndex& m_index;
         std::vector<Node> m_open;
-        RecentName m_recent[127] = {};  // parser dictionary name -> name id, for the names met last
-        std::unordered_map<std::string, uint32_t> m_by_text;  // every name met, by its text
+        RecentName m_recent[256] = {};  // parser dictionary name -> name id, for the names met last
+        // Every name met, by the hash of its text: open addressing over name ids plus one, 0 free.
+        std::vector<uint32_t> m_by_text;
     };
 
 private:
@@ -118,7 +127,8 @@ private:
     Node child_at_depth(Node parent, std::string_view local, size_t position, size_t depth) const;
 
     std::vector<Entry> m_nodes;
-    std::vector<std::string> m_names;
+    std::string m_name_text;                // the distinct names, each ended by a zero byte
+    std::vector<uint32_t> m_name_starts;    // where each begins in m_name_text
     uint64_t m_serial = 0;  // which build this is, process-wide: child() resumes searches by it
 };
 

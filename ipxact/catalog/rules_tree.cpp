@@ -553,21 +553,23 @@ RulesTree::RulesTree(const Document& document) : m_impl(new Impl)
     TreeBuilder builder(*m_impl, lines.size(), noted.attributes);
     const NameId spirit{spirit_namespace_id(), HIPGSpirit::kSpiritNamespaceUri};
     const NameId foreign_ns = builder.own_name("");
-    // The line index names each distinct name once per document: known again by the text's address.
-    RecentByAddress<NameId, 127> names;
+    // The line index numbers each distinct name of the document: each is looked up once.
+    std::vector<NameId> names(lines.name_count());
     std::vector<LineIndex::Node> open;
     auto next_foreign = noted.foreign.begin();
     auto next_value = noted.values.begin();
     for (LineIndex::Node node = 0; node < lines.size(); ++node) {
         for (LineIndex::Node parent = lines.parent(node); !open.empty() && open.back() != parent; open.pop_back())
             builder.end_element();
-        std::string_view local = lines.name(node);
         bool foreign = next_foreign != noted.foreign.end() && *next_foreign == node;
         if (foreign) {
             ++next_foreign;
-            builder.element(foreign_ns, builder.own_name(local));
+            builder.element(foreign_ns, builder.own_name(lines.name(node)));
         } else {
-            builder.element(spirit, names.find(local.data(), [local] { return text_name(local); }));
+            NameId& name = names[lines.name_number(node)];
+            if (!name.text)
+                name = text_name(lines.name(node));
+            builder.element(spirit, name);
         }
         open.push_back(node);
         // Reading tells each value while it stands on its element, so values come in node order.

@@ -340,6 +340,36 @@ TEST(CatalogLineIndex, AFewElementsInMuchTextKeepOnlyTheirOwnRoom)
     EXPECT_LE(d.lines().memory_bytes(), d.lines().size() * 16 + 1024);
 }
 
+// A vendor block of many distinct element names, each written twice: every name is kept once and
+// known again by its text, however many the table had to grow for.
+TEST(CatalogLineIndex, ManyDistinctNamesAreEachKeptOnceAndFoundAgain)
+{
+    std::string blocks;
+    for (int round = 0; round < 2; ++round)
+        for (int i = 0; i < 300; ++i)
+            blocks += "<x:e" + std::to_string(i) + "/>";
+    Catalog catalog;
+    const Document& d = catalog.add_text("names.xml", std::string("<?xml version=\"1.0\"?>\n<spirit:component ") +
+                                                          spirit_ns() + " xmlns:x=\"urn:example:x\">\n" +
+                                                          vlnv_elements("acme.example.com", "ip", "names", "1.0") +
+                                                          "  <spirit:vendorExtensions>" + blocks +
+                                                          "</spirit:vendorExtensions>\n</spirit:component>\n");
+    ASSERT_TRUE(d.read_cleanly());
+    const LineIndex& lines = d.lines();
+    LineIndex::Node extensions = lines.child(lines.root(), "vendorExtensions");
+    std::vector<LineIndex::Node> kept = lines.children(extensions);
+    ASSERT_EQ(kept.size(), 600u);
+    // component, four identifier parts, vendorExtensions and the 300 names
+    EXPECT_EQ(lines.name_count(), 306u);
+    for (size_t i = 0; i < 300; ++i) {
+        EXPECT_EQ(lines.name(kept[i]), "e" + std::to_string(i));
+        EXPECT_EQ(lines.name_number(kept[i]), lines.name_number(kept[i + 300]));
+        EXPECT_EQ(lines.name_text(lines.name_number(kept[i])), lines.name(kept[i]));
+    }
+    EXPECT_EQ(lines.path(kept[599]), "component/vendorExtensions/e299[2]");
+    EXPECT_EQ(lines.name_text(static_cast<uint32_t>(lines.name_count())), "");
+}
+
 // Paths are looked up in document order, among many siblings, by rule after rule and document after
 // document: each answer must be the element itself whatever was asked before.
 TEST(CatalogLineIndex, ManySiblingsOfOneNameAreFoundInAnyOrderAcrossDocuments)

@@ -150,9 +150,12 @@ bool is_xml_prefix(const char* prefix) { return prefix && std::strcmp(prefix, "x
 // libxml2's callbacks. Those of the document's own parser become tokens; entity text is parsed by a
 // parser of its own, whose callbacks build libxml2's entity content as its tree builder would.
 struct c_xml_reader::sax_events {
+    // The reader a parser belongs to, known from the parser itself: asked for every event, so with
+    // no look-up of a thread-local (a call into the loader from a shared library). libxml2 hands
+    // the owner on to the parsers it makes for entity text, which are not ours.
     static c_xml_reader* owner(void* context)
     {
-        c_xml_reader* reader = t_feeding;
+        auto* reader = context ? static_cast<c_xml_reader*>(static_cast<xmlParserCtxtPtr>(context)->_private) : nullptr;
         return reader && reader->m_parser == context ? reader : nullptr;
     }
 
@@ -401,6 +404,7 @@ void c_xml_reader::start_parser(const char* data, size_t length)
         push_fault(XML_ERR_NO_MEMORY, 0, "the parser could not be created");
         return;
     }
+    parser->_private = this;
     xmlCtxtUseOptions(parser, kParserOptions);
     // Entity content parsed for checking is then owned by the entity, as for libxml2's own pull reader.
     parser->parseMode = XML_PARSE_READER;

@@ -221,7 +221,8 @@ size_t Catalog::load(const std::vector<std::string>& paths, const LoadOptions& o
             ++added;
         }
     }
-    reindex();
+    m_index = build_index();
+    m_index_stale.store(false, std::memory_order_release);
     return added;
 }
 
@@ -237,7 +238,7 @@ const Document& Catalog::add_text(const std::string& file, std::string_view xml)
         document = DocumentAccess::read(file, &nothing, ignored);
     }
     Document& added = adopt(std::move(document));
-    reindex();
+    m_index_stale.store(true, std::memory_order_release);
     return added;
 }
 
@@ -256,21 +257,20 @@ const Document& Catalog::add_objects(const std::string& file, const HIPGSpirit::
     return add_text(file, text.str());
 }
 
-void Catalog::reindex()
+std::unique_ptr<Catalog::Index> Catalog::build_index() const
 {
-    std::unique_ptr<Index> index(new Index());
+    std::unique_ptr<Index> built(new Index());
     for (const Document* document : m_view) {
-        index->by_file.emplace(document->file(), document);
+        built->by_file.emplace(document->file(), document);
         if (document->has_vlnv())
-            index->by_vlnv[document->vlnv()].push_back(document);
+            built->by_vlnv[document->vlnv()].push_back(document);
     }
-    m_index.swap(index);
     for (const Document* document : m_view)
         for (const Reference& reference : document->references()) {
             const Document* target = nullptr;
             if (!reference.pattern) {
-                auto found = m_index->by_vlnv.find(reference.target);
-                if (found != m_index->by_vlnv.end())
+                auto found = built->by_vlnv.find(reference.target);
+                if (found != built->by_vlnv.end())
                     target = found->second.front();
             } else {
                 // A pattern names other documents: one that matches its own document would make
@@ -283,9 +283,9 @@ void Catalog::reindex()
                         break;
                     }
             }
-            m_index->resolved.emplace(&reference, target);
+            built->resolved.emplace(&reference, target);
             if (target)
-                m_index->referrers[target].push_back({document, &reference});
+                built->referrers[target].push_back({document, &reference});
         }
 
     // Cycles: strongly connected components (Tarjan, without recursion so that long chains cannot
@@ -294,7 +294,7 @@ void Catalog::reindex()
     std::vector<std::vector<size_t>> edges(n);
     for (const Document* document : m_view)
         for (const Reference& reference : document->references())
-            if (const Document* target = m_index->resolved[&reference])
+            if (const Document* target = built->resolved[&reference])
                 edges[document->index()].push_back(target->index());
     for (auto& out : edges) {
         std::sort(out.begin(), out.end());
@@ -375,8 +375,23 @@ void Catalog::reindex()
         cycle.push_back(m_view[first]);
         std::reverse(cycle.begin(), cycle.end());
         cycle.push_back(m_view[first]);
-        m_index->cycles.push_back(std::move(cycle));
+        built->cycles.push_back(std::move(cycle));
     }
+    return built;
+}
+
+const Catalog::Index& Catalog::index() const
+{
+    // Additions only mark the index stale; the first query after them rebuilds it, once, while any
+    // other query waits for it.
+    if (m_index_stale.load(std::memory_order_acquire)) {
+        std::lock_guard<std::mutex> lock(m_index_guard);
+        if (m_index_stale.load(std::memory_order_relaxed)) {
+            m_index = build_index();
+            m_index_stale.store(false, std::memory_order_release);
+        }
+    }
+    return *m_index;
 }
 
 std::vector<const Document*> Catalog::of_kind(DocumentKind kind) const
@@ -390,26 +405,29 @@ std::vector<const Document*> Catalog::of_kind(DocumentKind kind) const
 
 const Document* Catalog::find(const Vlnv& id) const
 {
-    auto found = m_index->by_vlnv.find(id);
-    return found == m_index->by_vlnv.end() ? nullptr : found->second.front();
+    const Index& known = index();
+    auto found = known.by_vlnv.find(id);
+    return found == known.by_vlnv.end() ? nullptr : found->second.front();
 }
 
 std::vector<const Document*> Catalog::find_all(const Vlnv& id) const
 {
-    auto found = m_index->by_vlnv.find(id);
-    return found == m_index->by_vlnv.end() ? std::vector<const Document*>() : found->second;
+    const Index& known = index();
+    auto found = known.by_vlnv.find(id);
+    return found == known.by_vlnv.end() ? std::vector<const Document*>() : found->second;
 }
 
 const Document* Catalog::find_file(const std::string& file) const
 {
-    auto found = m_index->by_file.find(file);
-    return found == m_index->by_file.end() ? nullptr : found->second;
+    const Index& known = index();
+    auto found = known.by_file.find(file);
+    return found == known.by_file.end() ? nullptr : found->second;
 }
 
 std::vector<std::vector<const Document*>> Catalog::duplicates() const
 {
     std::vector<std::vector<const Document*>> found;
-    for (const auto& entry : m_index->by_vlnv)
+    for (const auto& entry : index().by_vlnv)
         if (entry.second.size() > 1)
             found.push_back(entry.second);
     std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a[0]->index() < b[0]->index(); });
@@ -418,8 +436,9 @@ std::vector<std::vector<const Document*>> Catalog::duplicates() const
 
 const Document* Catalog::resolve(const Reference& reference) const
 {
-    auto found = m_index->resolved.find(&reference);
-    if (found != m_index->resolved.end())
+    const Index& known = index();
+    auto found = known.resolved.find(&reference);
+    if (found != known.resolved.end())
         return found->second;
     // A reference that is not one of this catalog's own (a copy): resolved by identifier only.
     return reference.pattern ? nullptr : find(reference.target);
@@ -444,8 +463,9 @@ void Catalog::require_own(const Document& document) const
 std::vector<ReferenceSite> Catalog::referrers(const Document& target) const
 {
     require_own(target);
-    auto found = m_index->referrers.find(&target);
-    return found == m_index->referrers.end() ? std::vector<ReferenceSite>() : found->second;
+    const Index& known = index();
+    auto found = known.referrers.find(&target);
+    return found == known.referrers.end() ? std::vector<ReferenceSite>() : found->second;
 }
 
 Closure Catalog::closure(const Document& top) const
@@ -494,7 +514,7 @@ Closure Catalog::closure(const Document& top) const
 
 std::vector<std::vector<const Document*>> Catalog::cycles() const
 {
-    return m_index->cycles;
+    return index().cycles;
 }
 
 std::vector<Finding> Catalog::check(const Document& document, const std::vector<const Rule*>& rules) const

@@ -4,10 +4,12 @@
 #ifndef IPXACT_CATALOG_CATALOG_H
 #define IPXACT_CATALOG_CATALOG_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,9 +55,12 @@ struct Closure {
 
 /// Counts and indexes over the documents loaded.
 ///
-/// A catalog may be loaded in several steps (load() and add_text() add to it); after each step
-/// the indexes and references are brought up to date. Queries are const and may run in several
-/// threads at once; loading may not run beside anything else on the same catalog.
+/// A catalog may be loaded in several steps (load(), add_text() and add_objects() add to it).
+/// load() brings the indexes and the references up to date before it returns; add_text() and
+/// add_objects() leave that to the first query after them, so that documents added one by one are
+/// indexed once, not once each. Queries are const and may run in several threads at once (the first
+/// after an addition brings the indexes up to date while the others wait); loading and adding may
+/// not run beside anything else on the same catalog.
 ///
 /// Reading runs in a pool of threads, each document through a reader of its own with a fault
 /// handler of its own. What the binding shares across the process is only read meanwhile, except
@@ -129,14 +134,19 @@ public:
 
 private:
     struct Index;
-    void reindex();
+    // The indexes over the documents as they stand now.
+    std::unique_ptr<Index> build_index() const;
+    // The indexes, rebuilt first when documents were added since they were last built.
+    const Index& index() const;
     void require_own(const Document& document) const;
     Document& adopt(std::unique_ptr<Document> document);
 
     std::vector<std::unique_ptr<Document>> m_documents;
     std::vector<const Document*> m_view;
     std::vector<Finding> m_load_findings;
-    std::unique_ptr<Index> m_index;
+    mutable std::unique_ptr<Index> m_index;
+    mutable std::atomic<bool> m_index_stale{false};
+    mutable std::mutex m_index_guard;  // held while a query rebuilds the indexes
     uint64_t m_bytes = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include <ipxact/catalog/catalog.h>
 #include <ipxact/catalog/report.h>
@@ -486,6 +487,38 @@ TEST(CatalogReferences, ReverseReferencesListWhoUsesADocument)
     EXPECT_EQ(users[0].from->file(), "a.xml");
     EXPECT_EQ(users[1].from->file(), "b.xml");
     EXPECT_EQ(users[0].reference->element, "spirit:busType");
+}
+
+// Documents added one by one are indexed at the first query after them; queries from several
+// threads at once, the first of them after additions, all see every document and reference.
+TEST(CatalogReferences, DocumentsAddedOneByOneAreIndexedForQueriesFromSeveralThreads)
+{
+    Catalog catalog;
+    std::vector<std::string> names;
+    for (int i = 0; i < 200; ++i) {
+        names.push_back("c" + std::to_string(i));
+        catalog.add_text(names.back() + ".xml", component(names.back(), "apb"));
+    }
+    EXPECT_EQ(catalog.dangling().size(), 400u);  // bus and abstraction of each component
+    const Document& bus = catalog.add_text("apb.xml", bus_definition("apb"));
+    catalog.add_text("top.xml", design("top", names));
+    std::vector<size_t> users(4), found(4), dangling(4);
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < users.size(); ++t)
+        threads.emplace_back([&, t] {
+            users[t] = catalog.referrers(bus).size();
+            for (const std::string& name : names)
+                found[t] += catalog.find(Vlnv{"acme.example.com", "ip", name, "1.0"}) != nullptr;
+            dangling[t] = catalog.dangling().size();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (size_t t = 0; t < users.size(); ++t) {
+        EXPECT_EQ(users[t], 200u) << t;
+        EXPECT_EQ(found[t], 200u) << t;
+        EXPECT_EQ(dangling[t], 200u) << t;  // the abstraction definitions only
+    }
+    EXPECT_EQ(catalog.closure(*catalog.find(Vlnv{"acme.example.com", "ip", "top", "1.0"})).order.size(), 202u);
 }
 
 TEST(CatalogReferences, ADocumentOfAnotherCatalogIsRefused)

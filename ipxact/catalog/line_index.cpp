@@ -246,6 +246,11 @@ uint32_t LineIndex::Builder::name_id_by_text(std::string_view local)
     for (; m_by_text[slot] != 0; slot = (slot + 1) & (m_by_text.size() - 1))
         if (m_index.name_text(m_by_text[slot] - 1) == local)
             return m_by_text[slot] - 1;
+    // Names are found by 32-bit offsets: a document whose names outgrow them (only a builder fed
+    // by hand can, the parser caps them far below) has its further names left out, as are
+    // elements past the index's size.
+    if (m_index.m_name_text.size() + local.size() >= kNoName)
+        return kNoName;
     auto id = static_cast<uint32_t>(names.size());
     names.push_back(static_cast<uint32_t>(m_index.m_name_text.size()));
     m_index.m_name_text.append(local).push_back('\0');
@@ -268,9 +273,11 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
     }
     // Levels can skip when elements between were passed over unseen; the nearest open one is the
     // parent then.
+    uint32_t name = name_id(local ? local : "");
+    if (name == kNoName)
+        return;
     Node parent = m_open.empty() ? npos : m_open.back();
     Node self = static_cast<Node>(nodes.size());
-    uint32_t name = name_id(local ? local : "");
     // Made in place, field by field: an entry made aside and copied in would be read back whole
     // while its fields are still being written, a stall for every element.
     Entry& entry = nodes.emplace_back();

@@ -98,7 +98,9 @@ public:
         void finish();
 
     private:
+        // A name's number, or kNoName when the names can hold no more.
         uint32_t name_id(const char* local);
+        static constexpr uint32_t kNoName = 0xFFFFFFFFu;
         // name_id() for a name not met under this pointer: found by its text, or added.
         uint32_t name_id_by_text(std::string_view local);
 

@@ -230,10 +230,14 @@ uint32_t LineIndex::Builder::name_id(const char* local)
 
 uint32_t LineIndex::Builder::name_id_by_text(std::string_view local)
 {
-    // Kept at most half full, so that a search ends soon at a free slot.
+    // Kept at most half full, so that a search ends soon at a free slot; sized from the names held,
+    // which a builder resumed after finish() keeps while the table starts again empty.
     std::vector<uint32_t>& names = m_index.m_name_starts;
-    if (2 * (names.size() + 1) > m_by_text.size()) {
-        std::vector<uint32_t> grown(std::max<size_t>(64, 2 * m_by_text.size()), 0);
+    size_t wanted = 64;
+    while (wanted < 2 * (names.size() + 1))
+        wanted *= 2;
+    if (m_by_text.size() < wanted) {
+        std::vector<uint32_t> grown(wanted, 0);
         for (uint32_t id = 0; id < names.size(); ++id) {
             size_t slot = std::hash<std::string_view>()(m_index.name_text(id)) & (grown.size() - 1);
             while (grown[slot] != 0)
@@ -246,9 +250,7 @@ uint32_t LineIndex::Builder::name_id_by_text(std::string_view local)
     for (; m_by_text[slot] != 0; slot = (slot + 1) & (m_by_text.size() - 1))
         if (m_index.name_text(m_by_text[slot] - 1) == local)
             return m_by_text[slot] - 1;
-    // Names are found by 32-bit offsets: a document whose names outgrow them (only a builder fed
-    // by hand can, the parser caps them far below) has its further names left out, as are
-    // elements past the index's size.
+    // Names are found by 32-bit offsets: only gigabytes of distinct names could outgrow them.
     if (m_index.m_name_text.size() + local.size() >= kNoName)
         return kNoName;
     auto id = static_cast<uint32_t>(names.size());
@@ -261,7 +263,7 @@ uint32_t LineIndex::Builder::name_id_by_text(std::string_view local)
 void LineIndex::Builder::element(size_t level, const char* local, int line)
 {
     std::vector<Entry>& nodes = m_index.m_nodes;
-    if (level == 0 || nodes.size() >= npos - 1)
+    if (level == 0 || nodes.size() >= npos - 1 || m_names_full)
         return;
     // A second document element (only after a fault) would make a second root; keep it under the
     // first so that the index stays one tree.
@@ -274,8 +276,12 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
     // Levels can skip when elements between were passed over unseen; the nearest open one is the
     // parent then.
     uint32_t name = name_id(local ? local : "");
-    if (name == kNoName)
+    // Past the names' room, as past the index's size, the rest of the document is left out: an
+    // element left out alone would make its children its parent's.
+    if (name == kNoName) {
+        m_names_full = true;
         return;
+    }
     Node parent = m_open.empty() ? npos : m_open.back();
     Node self = static_cast<Node>(nodes.size());
     // Made in place, field by field: an entry made aside and copied in would be read back whole

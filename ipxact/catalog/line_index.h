@@ -49,8 +49,9 @@ public:
     /// How many distinct local names the elements have.
     size_t name_count() const { return m_name_starts.size(); }
     /// Which of them the element has, below name_count(): elements of the same local name have the
-    /// same number, so that a tool can group or compare elements by name without their text.
-    uint32_t name_number(Node node) const { return node < m_nodes.size() ? m_nodes[node].name : 0; }
+    /// same number, so that a tool can group or compare elements by name without their text. For
+    /// npos, a number no name has.
+    uint32_t name_number(Node node) const { return node < m_nodes.size() ? m_nodes[node].name : 0xFFFFFFFFu; }
     /// The local name with that number; empty past name_count().
     std::string_view name_text(uint32_t number) const;
     /// The element's parent, npos for the document element.
@@ -114,6 +115,7 @@ public:
         RecentName m_recent[256] = {};  // parser dictionary name -> name id, for the names met last
         // Every name met, by the hash of its text: open addressing over name ids plus one, 0 free.
         std::vector<uint32_t> m_by_text;
+        bool m_names_full = false;  // a name found no room: no further element is indexed
     };
 
 private:

@@ -371,6 +371,32 @@ TEST(CatalogLineIndex, ManyDistinctNamesAreEachKeptOnceAndFoundAgain)
     EXPECT_EQ(lines.name_text(static_cast<uint32_t>(lines.name_count())), "");
 }
 
+// A builder fed by hand may go on after finish(): the names it holds are found again by their text
+// (under new pointers) however many they are, and an index given npos has no name.
+TEST(CatalogLineIndex, ABuilderFedAgainAfterFinishingKnowsItsNames)
+{
+    std::vector<std::string> first, again;
+    for (int i = 0; i < 100; ++i) {
+        first.push_back("n" + std::to_string(i));
+        again.push_back(first.back());
+    }
+    LineIndex lines;
+    LineIndex::Builder builder(lines);
+    builder.element(1, "root", 1);
+    for (int i = 0; i < 100; ++i)
+        builder.element(2, first[i].c_str(), i + 2);
+    builder.finish();
+    builder.element(1, "root", 200);
+    for (int i = 0; i < 100; ++i)
+        builder.element(2, again[i].c_str(), i + 201);
+    builder.finish();
+    EXPECT_EQ(lines.size(), 202u);
+    EXPECT_EQ(lines.name_count(), 101u);
+    EXPECT_EQ(lines.name_number(201), lines.name_number(100));  // n99, twice
+    EXPECT_EQ(lines.name_number(101), lines.name_number(0));    // root, twice
+    EXPECT_EQ(lines.name_text(lines.name_number(LineIndex::npos)), "");
+}
+
 // Paths are looked up in document order, among many siblings, by rule after rule and document after
 // document: each answer must be the element itself whatever was asked before.
 TEST(CatalogLineIndex, ManySiblingsOfOneNameAreFoundInAnyOrderAcrossDocuments)

@@ -221,10 +221,9 @@ size_t Catalog::load(const std::vector<std::string>& paths, const LoadOptions& o
             ++added;
         }
     }
-    // Stale until rebuilt: should building fail, the next query tries again.
+    // Indexed before returning, as any query would: should building fail, the next query tries again.
     m_index_stale.store(true, std::memory_order_release);
-    m_index = build_index();
-    m_index_stale.store(false, std::memory_order_release);
+    index();
     return added;
 }
 

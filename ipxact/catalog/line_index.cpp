@@ -273,8 +273,6 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
         nodes[m_open.back()].end = static_cast<uint32_t>(nodes.size());
         m_open.pop_back();
     }
-    // Levels can skip when elements between were passed over unseen; the nearest open one is the
-    // parent then.
     uint32_t name = name_id(local ? local : "");
     // Past the names' room, as past the index's size, the rest of the document is left out: an
     // element left out alone would make its children its parent's.
@@ -282,6 +280,8 @@ void LineIndex::Builder::element(size_t level, const char* local, int line)
         m_names_full = true;
         return;
     }
+    // Levels can skip when elements between were passed over unseen; the nearest open one is the
+    // parent then.
     Node parent = m_open.empty() ? npos : m_open.back();
     Node self = static_cast<Node>(nodes.size());
     // Made in place, field by field: an entry made aside and copied in would be read back whole
